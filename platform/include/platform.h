@@ -1,0 +1,106 @@
+/* platform.h: what a host program or a test may say to the layer that stands in for the system's services.
+ *
+ * On Windows the services are the system's own and nothing of this can be said: a header of the same name answers
+ * there that it is unsupported (every function below returns 0), so that a host is written once.
+ *
+ * 1. Functions return 1 when done and 0 when not; counts and sizes as described.
+ * 2. Text is zero-terminated and copied; memory stays its owner's.
+ * 3. Every function may be called from any thread. */
+#ifndef TOLVANE_PLATFORM_H
+#define TOLVANE_PLATFORM_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Debugger output ---- */
+
+/* Is told every text sent with OutputDebugStringA; null (the initial state) keeps the layer silent. */
+typedef void (*PlatformDebugHook)(const char* text, void* context);
+void PlatformSetDebugHook(PlatformDebugHook hook, void* context);
+
+/* ---- Sound cards ---- */
+
+typedef enum PlatformCard {
+    PLATFORM_CARD_DEFAULT = 0, /* the sound server where one answers, otherwise none (initial state) */
+    PLATFORM_CARD_SERVER = 1,  /* the sound server */
+    PLATFORM_CARD_VIRTUAL = 2, /* the virtual card: plays into memory or a wave file */
+    PLATFORM_CARD_NONE = 3     /* a machine without sound */
+} PlatformCard;
+
+/* Chooses the card behind the wave devices. 0 while a device is open, or where cards cannot be chosen. */
+int PlatformUseCard(PlatformCard card);
+
+/* The card in use: VIRTUAL, SERVER or NONE (what DEFAULT came to). -1 where that cannot be told. */
+int PlatformCardInUse(void);
+
+/* ---- The virtual card ---- */
+
+typedef enum PlatformClock {
+    PLATFORM_CLOCK_REAL_TIME = 0,   /* follows the wall clock (initial state) */
+    PLATFORM_CLOCK_FREE_RUNNING = 1, /* as fast as the buffers come */
+    PLATFORM_CLOCK_MOVED = 2        /* moves only with PlatformVirtualAdvance */
+} PlatformClock;
+
+/* A device of the virtual card. Formats outside the ranges are refused as a device refuses them. */
+typedef struct PlatformVirtualDevice {
+    char name[64]; /* cut to 31 characters where the system reports it; may be blank */
+    uint32_t min_rate, max_rate;
+    uint16_t max_channels;
+    uint16_t bits; /* sample sizes taken: 1 = 8 bits, 2 = 16 bits, 3 = both */
+} PlatformVirtualDevice;
+
+/* Back to one output "Virtual speakers" and one input "Virtual microphone" (1 to 192,000 Hz, 2 channels, 8 and 16
+ * bits), the real-time clock, nothing played, nothing written to files. 0 while a device is open. */
+int PlatformVirtualReset(void);
+
+/* Replaces the outputs or inputs (at most 16; a count of 0 leaves none). 0 while a device is open. */
+int PlatformVirtualSetOutputs(const PlatformVirtualDevice* devices, uint32_t count);
+int PlatformVirtualSetInputs(const PlatformVirtualDevice* devices, uint32_t count);
+
+/* Which output and input the wave mapper prefers; initially 0. UINT32_MAX makes the mapper refuse the question. */
+int PlatformVirtualSetPreferred(uint32_t output, uint32_t input);
+
+/* Applies to devices opened afterwards. */
+int PlatformVirtualSetClock(PlatformClock clock);
+
+/* Moves the clock of an open output by `frames` frames (PLATFORM_CLOCK_MOVED only). It stops at each end of a buffer
+ * until the thread that was told of it has dealt with it and waits for its next message, so that nothing depends
+ * on how fast that thread is. Returns the frames that were really played: a device that is paused or has no
+ * buffer left plays nothing, and the rest of the time passes in silence that is not recorded. */
+uint32_t PlatformVirtualAdvance(uint32_t output, uint32_t frames);
+
+/* Waits until no thread has a message of a sound device left to deal with. */
+void PlatformVirtualSettle(void);
+
+/* What an output has played since it was set up or last cleared, in the format it was opened with: copies at most
+ * `size` bytes from byte `from` and returns how many bytes there are after `from`. `bytes` may be null. */
+size_t PlatformVirtualPlayed(uint32_t output, size_t from, void* bytes, size_t size);
+void PlatformVirtualClearPlayed(uint32_t output);
+
+/* Turns the keeping of played bytes in memory off (long playbacks) or on (initial state). */
+void PlatformVirtualKeepPlayed(uint32_t output, int keep);
+
+/* Also writes what the output plays into a wave file, whole and readable whenever the device is closed; null ends
+ * that. A later open of the device writes the file anew. */
+int PlatformVirtualPlayInto(uint32_t output, const char* wave_path);
+
+/* Lengths in bytes of the buffers the open output holds, oldest first: copies at most `count`, returns how many. */
+uint32_t PlatformVirtualQueued(uint32_t output, uint32_t* lengths, uint32_t count);
+
+/* State of an output for tests: how often it was opened, whether it is open or paused now. */
+typedef struct PlatformVirtualState {
+    uint32_t opens;
+    uint32_t open, paused;
+    uint32_t rate;
+    uint16_t channels, bits;
+} PlatformVirtualState;
+int PlatformVirtualGetState(uint32_t output, PlatformVirtualState* state);
+
+#ifdef __cplusplus
+}
+#endif
+#endif

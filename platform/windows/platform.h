@@ -1,0 +1,58 @@
+/* platform.h on Windows: the services are the system's own, so nothing can be said to a layer below the host. */
+#ifndef TOLVANE_PLATFORM_H
+#define TOLVANE_PLATFORM_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+typedef void (*PlatformDebugHook)(const char* text, void* context);
+static inline void PlatformSetDebugHook(PlatformDebugHook hook, void* context) { (void)hook, (void)context; }
+
+typedef enum PlatformCard {
+    PLATFORM_CARD_DEFAULT = 0,
+    PLATFORM_CARD_SERVER = 1,
+    PLATFORM_CARD_VIRTUAL = 2,
+    PLATFORM_CARD_NONE = 3
+} PlatformCard;
+static inline int PlatformUseCard(PlatformCard card) { return card == PLATFORM_CARD_DEFAULT; }
+static inline int PlatformCardInUse(void) { return -1; }
+
+typedef enum PlatformClock {
+    PLATFORM_CLOCK_REAL_TIME = 0,
+    PLATFORM_CLOCK_FREE_RUNNING = 1,
+    PLATFORM_CLOCK_MOVED = 2
+} PlatformClock;
+
+typedef struct PlatformVirtualDevice {
+    char name[64];
+    uint32_t min_rate, max_rate;
+    uint16_t max_channels;
+    uint16_t bits;
+} PlatformVirtualDevice;
+
+typedef struct PlatformVirtualState {
+    uint32_t opens;
+    uint32_t open, paused;
+    uint32_t rate;
+    uint16_t channels, bits;
+} PlatformVirtualState;
+
+static inline int PlatformVirtualReset(void) { return 0; }
+static inline int PlatformVirtualSetOutputs(const PlatformVirtualDevice* d, uint32_t n) { return (void)d, (void)n, 0; }
+static inline int PlatformVirtualSetInputs(const PlatformVirtualDevice* d, uint32_t n) { return (void)d, (void)n, 0; }
+static inline int PlatformVirtualSetPreferred(uint32_t o, uint32_t i) { return (void)o, (void)i, 0; }
+static inline int PlatformVirtualSetClock(PlatformClock clock) { return (void)clock, 0; }
+static inline uint32_t PlatformVirtualAdvance(uint32_t o, uint32_t frames) { return (void)o, (void)frames, 0u; }
+static inline void PlatformVirtualSettle(void) {}
+static inline size_t PlatformVirtualPlayed(uint32_t o, size_t from, void* b, size_t n) {
+    return (void)o, (void)from, (void)b, (void)n, (size_t)0;
+}
+static inline void PlatformVirtualClearPlayed(uint32_t o) { (void)o; }
+static inline void PlatformVirtualKeepPlayed(uint32_t o, int keep) { (void)o, (void)keep; }
+static inline int PlatformVirtualPlayInto(uint32_t o, const char* path) { return (void)o, (void)path, 0; }
+static inline uint32_t PlatformVirtualQueued(uint32_t o, uint32_t* lengths, uint32_t n) {
+    return (void)o, (void)lengths, (void)n, 0u;
+}
+static inline int PlatformVirtualGetState(uint32_t o, PlatformVirtualState* state) { return (void)o, (void)state, 0; }
+
+#endif
