@@ -1,0 +1,290 @@
+/* tolvane.h - play, record, edit and convert sound files, from file to file, in constant memory.
+ *
+ * What holds for every function:
+ *
+ *  1. Text is zero-terminated 8-bit text in the system's own encoding; it is copied, never kept. A path has at most
+ *     TOLVANE_MAX_PATH characters; a longer one is treated like a file that cannot be opened, a null one like an
+ *     empty one.
+ *  2. Memory that a function fills belongs to the caller and is described with its size. A null pointer where a
+ *     result should go is allowed: that result is not stored.
+ *  3. A function that returns a result code returns TOLVANE_OK (0) when done, otherwise one of `TolvaneResult`.
+ *     Where a function fails, nothing has changed but what its description names.
+ *  4. Positions and lengths come with a unit: TOLVANE_SAMPLES counts sample frames (one sample of every channel),
+ *     TOLVANE_BYTES bytes of sample data, and TOLVANE_MILLISECONDS milliseconds; every other value means
+ *     milliseconds too. A position inside a frame moves down to the start of that frame.
+ *  5. Functions may be called from any thread of the host, except from its DllMain or a library constructor. They run
+ *     in the caller's thread and return when they are done, unless their description says otherwise.
+ *  6. There is one playback at a time and one set of choices (devices, callback window, temp folder), shared by the
+ *     whole process. They last while the library is loaded; nothing is kept between runs.
+ *  7. Unloading the library ends a playback and removes the scratch files. Nothing of it stays behind.
+ *
+ * The smallest host that plays a file and waits for its end (it needs the system's <windows.h>):
+ *
+ *     HWND window = CreateWindowExA(0, "STATIC", "", 0, 0, 0, 0, 0, HWND_MESSAGE, NULL, NULL, NULL);
+ *     MSG message;
+ *     SetCallbackWindow(window);
+ *     if (AudioPlayWave("hello.wav", 0, TOLVANE_MILLISECONDS, 0, 1, 0) == TOLVANE_OK)
+ *         while (GetMessageA(&message, window, 0, 0) > 0 && message.message != TOLVANE_PLAYBACK_ENDED)
+ *             DispatchMessageA(&message);
+ */
+#ifndef TOLVANE_H
+#define TOLVANE_H
+
+#include <stdint.h>
+
+#if defined(_WIN32) && !defined(_WIN64)
+#define TOLVANE_CALL __stdcall
+#else
+#define TOLVANE_CALL
+#endif
+
+#if defined(__GNUC__) && !defined(_WIN32)
+#define TOLVANE_API __attribute__((visibility("default")))
+#else
+#define TOLVANE_API
+#endif
+
+#ifdef __cplusplus
+#define TOLVANE_ASSERT_SIZE(type, size) static_assert(sizeof(type) == (size), #type " has a fixed layout")
+extern "C" {
+#else
+#define TOLVANE_ASSERT_SIZE(type, size) _Static_assert(sizeof(type) == (size), #type " has a fixed layout")
+#endif
+
+enum {
+    TOLVANE_MAX_PATH = 259,        /* characters of a path, without the terminating zero */
+    TOLVANE_DEVICE_NAME_SIZE = 32, /* bytes of a device description, with the terminating zero */
+    TOLVANE_PLAYBACK_ENDED = 1125  /* message posted to the callback window, see SetCallbackWindow */
+};
+
+#define TOLVANE_WAVE_MAPPER 0xFFFFFFFFu /* as a device: whichever the system prefers and can play the format */
+
+/* Units of positions and lengths. */
+enum { TOLVANE_MILLISECONDS = 0, TOLVANE_SAMPLES = 1, TOLVANE_BYTES = 2 };
+
+/* Result codes, each with the sentence that a host can show its user. */
+typedef enum TolvaneResult {
+    TOLVANE_OK = 0,                       /* Done. */
+    TOLVANE_NO_PATH = 100,                /* No file was named. */
+    TOLVANE_ALREADY_PLAYING = 101,        /* A playback is already running. */
+    TOLVANE_CANNOT_OPEN = 102,            /* The file cannot be opened, or it is no usable wave file. */
+    TOLVANE_NO_BUFFERS = 103,             /* There is not enough memory for the playback buffers. */
+    TOLVANE_FORMAT_NOT_PLAYABLE = 104,    /* The output device cannot play this format or sample rate. */
+    TOLVANE_DEVICE_NOT_OPENED = 105,      /* The output device cannot be opened. */
+    TOLVANE_BUFFER_NOT_PREPARED = 106,    /* The output device refused a playback buffer. */
+    TOLVANE_NOT_WAVE = 107,               /* The file is no wave file, or its format is of no use here. */
+    TOLVANE_NO_FORMAT = 108,              /* The wave file has no usable format record. */
+    TOLVANE_NOT_PCM = 109,                /* The sound is compressed. */
+    TOLVANE_NO_DATA = 110,                /* The wave file has no data chunk. */
+    TOLVANE_CANNOT_SEEK = 113,            /* The file cannot be positioned at its sound. */
+    TOLVANE_FORMAT_NOT_LEFT = 114,        /* The wave file breaks off behind its format record. */
+    TOLVANE_NO_MEMORY = 115,              /* There is not enough memory. */
+    TOLVANE_MEMORY_NOT_LOCKED = 116,      /* The system did not hand out the memory it had granted. */
+    TOLVANE_EMPTY_DATA = 117,             /* The wave file holds no sound. */
+    TOLVANE_NO_PREFERRED_OUTPUT = 150,    /* There is no output device, or the system prefers none. */
+    TOLVANE_NO_SUCH_OUTPUT = 151,         /* This output device does not exist. */
+    TOLVANE_OUTPUT_NOT_SELECTED = 152,    /* This output device cannot be selected: it does not exist. */
+    TOLVANE_NO_PREFERRED_INPUT = 153,     /* There is no input device, or the system prefers none. */
+    TOLVANE_NO_SUCH_INPUT = 154,          /* This input device does not exist. */
+    TOLVANE_INPUT_NOT_SELECTED = 155,     /* This input device cannot be selected: it does not exist. */
+    TOLVANE_NO_FILE_BUFFER = 304,         /* There is not enough memory to read the file. */
+    TOLVANE_NOT_A_FOLDER = 322,           /* The temp folder is not an existing folder. */
+    TOLVANE_NO_CODEC = 400,               /* No such codec is installed. */
+    TOLVANE_NO_FORMAT_SIZE = 401,         /* The system does not tell how large a format record can be. */
+    TOLVANE_NO_FORMAT_MEMORY = 402,       /* There is not enough memory for a format record. */
+    TOLVANE_NO_PCM_SUGGESTION = 405       /* No codec can turn this sound into PCM. */
+} TolvaneResult;
+
+#pragma pack(push, 1)
+
+/* The format of a wave file: the first 16 bytes of its "fmt " chunk. */
+typedef struct InputFileInfo {
+    uint16_t wFormatTag;      /* 1 = PCM */
+    uint16_t nChannels;
+    uint32_t nSamplesPerSec;  /* sample rate in Hz */
+    uint32_t nAvgBytesPerSec;
+    uint16_t nBlockAlign;     /* bytes of one sample frame (PCM) or one compressed block */
+    uint16_t wBitsPerSample;
+} InputFileInfo;
+TOLVANE_ASSERT_SIZE(InputFileInfo, 16);
+
+/* What AudioGetFileInfo tells of a PCM wave file or of the running recording. */
+typedef struct AudioFileInfo {
+    uint16_t bitsPerSample;
+    uint16_t channels;
+    uint32_t length;                 /* in the unit asked for */
+    uint32_t sampleRate;             /* Hz */
+    uint16_t formatTag;              /* 1 = PCM */
+    uint16_t reserved;               /* not written */
+    uint32_t recordingSampleRate;    /* Hz; 0 while nothing is recorded, like the two below */
+    uint16_t recordingBitsPerSample;
+    uint16_t recordingChannels;
+} AudioFileInfo;
+TOLVANE_ASSERT_SIZE(AudioFileInfo, 24);
+
+/* A codec of the catalogue. */
+typedef struct CodecDescription {
+    uint32_t codecIndex;              /* position in the catalogue, from 0 */
+    uint32_t driverId;                /* the compression manager's identifier */
+    uint32_t reportedFormatTagCount;  /* what the driver says it has */
+    uint32_t listedFormatTagCount;    /* how many can be described */
+    char longName[128];
+    uint8_t reserved[8];              /* zero */
+} CodecDescription;
+TOLVANE_ASSERT_SIZE(CodecDescription, 152);
+
+/* A format tag (a kind of compression) that a codec handles. */
+typedef struct FormatTagDescription {
+    uint32_t codecIndex;
+    uint32_t formatTagIndex;  /* position among the codec's format tags, from 0 */
+    uint32_t formatTag;       /* 1 = PCM */
+    char name[48];
+    uint8_t reserved[4];      /* zero */
+} FormatTagDescription;
+TOLVANE_ASSERT_SIZE(FormatTagDescription, 64);
+
+#pragma pack(pop)
+
+/* ======== Frame ======== */
+
+/* Names the window that is told when a playback ends; null (the initial state) tells nobody. `window` is an HWND.
+ * At the end of every playback, by itself or through AudioStop, the window gets exactly one posted message
+ * TOLVANE_PLAYBACK_ENDED, after device and file are closed. Its wParam is 1 once a mixed sum has been clipped since
+ * the library was loaded, otherwise 0; its lParam is 0. The window in force when the playback ends gets it. */
+TOLVANE_API void TOLVANE_CALL SetCallbackWindow(void* window);
+
+/* Makes `folder` the temp folder, where clipboard, undo, redo and playback copy lie. Initially it is the system's
+ * (on Linux $TMPDIR, else /tmp). What these scratch files held is lost. Results: TOLVANE_OK, or TOLVANE_NOT_A_FOLDER
+ * when `folder` is no existing folder or its path too long to put file names behind it; nothing changes then. */
+TOLVANE_API uint32_t TOLVANE_CALL SetTempPath(const char* folder);
+
+/* ======== Wave files ======== */
+
+/* Reads the format of a wave file, compressed or not, into `info` (16 bytes). Results: TOLVANE_OK;
+ * TOLVANE_CANNOT_OPEN when the file cannot be opened, is no wave file or has no whole format record;
+ * TOLVANE_NO_MEMORY, TOLVANE_MEMORY_NOT_LOCKED. */
+TOLVANE_API uint16_t TOLVANE_CALL GetInputFileInfo(const char* path, InputFileInfo* info);
+
+/* Tells how many bytes of sound a wave file says it holds. Results: TOLVANE_OK; TOLVANE_CANNOT_OPEN;
+ * TOLVANE_NOT_WAVE when it is no wave file; TOLVANE_NO_DATA when it has no data chunk. */
+TOLVANE_API uint16_t TOLVANE_CALL GetDataChunkSize(const char* path, uint32_t* size);
+
+/* With `fromFile` not 0: fills the first five fields of `info` from a PCM wave file, the length in `unit`; a file
+ * without data has length 0. Results: TOLVANE_OK; TOLVANE_NO_PATH when `path` is empty; those of GetInputFileInfo;
+ * TOLVANE_NOT_WAVE when the file is compressed or names no channel, sample rate or sample size.
+ * With `fromFile` 0: fills the last three fields with the format of the running recording, or 0 when there is none;
+ * `path` and `unit` are ignored; TOLVANE_OK. The other fields stay as they were. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioGetFileInfo(AudioFileInfo* info, const char* path, uint16_t unit,
+                                                   uint32_t fromFile);
+
+/* 1 when the selected output device could play the file at `sampleRate` Hz, otherwise 0 (also when the file is no
+ * wave file). No result code. */
+TOLVANE_API uint32_t TOLVANE_CALL AudioIsTheSampleSpeedSupported(const char* path, uint32_t sampleRate);
+
+/* 1 when start position, moves and sample rate are honoured in a playback of this file: it is a PCM wave file.
+ * Otherwise 0. No result code. */
+TOLVANE_API uint32_t TOLVANE_CALL CanSetPositionAndSampleRate(const char* path);
+
+/* Measures the peaks of a block of PCM samples, in percent of full scale (0 to 100). Of `format` only channels and
+ * bits per sample are read; 1 and 2 channels of 8 and 16 bits are measured. A mono block gives the same value twice.
+ * Of 16-bit stereo every second frame is looked at. An 8-bit channel that holds the lowest value, 0, is reported as
+ * 0. `data` null or `length` (bytes) 0, or another format: both values stay as they were. Memory that cannot be
+ * read: both are 0. Always TOLVANE_OK. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioGetLevelInBuffer(const InputFileInfo* format, const uint8_t* data,
+                                                        uint32_t length, uint32_t* left, uint32_t* right);
+
+/* ======== Playback ======== */
+
+/* Plays a wave file on the selected output device, from `start` to `end` (both in `unit`; `end` 0 = to the end of the
+ * sound), at `sampleRate` Hz (0 = the file's own). It returns as soon as the playback runs; the end is told to the
+ * callback window. A start at or behind the end of the sound plays from the beginning; an end behind it plays to the
+ * end; an end at or before the start ends the playback at once.
+ * A compressed file (`convert` not 0) is converted into a PCM copy first, which is used again while the file is
+ * unchanged; with `convert` 0 it goes to the device as it is, and `start` and `sampleRate` are ignored.
+ * Results: TOLVANE_OK; TOLVANE_NO_PATH; TOLVANE_ALREADY_PLAYING; TOLVANE_CANNOT_OPEN; TOLVANE_NO_BUFFERS;
+ * TOLVANE_FORMAT_NOT_PLAYABLE; TOLVANE_DEVICE_NOT_OPENED; TOLVANE_BUFFER_NOT_PREPARED; TOLVANE_CANNOT_SEEK. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioPlayWave(const char* path, uint32_t start, uint16_t unit,
+                                                uint32_t sampleRate, uint32_t convert, uint32_t end);
+
+/* As AudioPlayWave; with `repeat` not 0 the playback begins again at `start` whenever it reaches `end`, until
+ * AudioStop. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioPlayWaveEx(const char* path, uint32_t start, uint16_t unit,
+                                                  uint32_t sampleRate, uint32_t convert, uint32_t end,
+                                                  uint32_t repeat);
+
+/* Opens a PCM wave file for AudioPlayCurrentFile. Results: TOLVANE_OK, the file stays open; TOLVANE_NO_PATH;
+ * TOLVANE_ALREADY_PLAYING; TOLVANE_CANNOT_OPEN, also for a compressed file; TOLVANE_FORMAT_NOT_PLAYABLE.
+ * A file that was loaded before is closed, unless a playback is running. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioLoadFile(const char* path);
+
+/* Plays the file that AudioLoadFile opened, once, from `start` to its end. Results: TOLVANE_OK;
+ * TOLVANE_ALREADY_PLAYING; TOLVANE_CANNOT_OPEN when no file is loaded (a playback closes it at its end);
+ * TOLVANE_NO_BUFFERS; TOLVANE_FORMAT_NOT_PLAYABLE; TOLVANE_DEVICE_NOT_OPENED; TOLVANE_BUFFER_NOT_PREPARED;
+ * TOLVANE_CANNOT_SEEK. After a failure the file is still loaded, and the call can be repeated. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioPlayCurrentFile(uint32_t start, uint16_t unit);
+
+/* Ends the playback and returns when device and file are closed; the callback window is told as at a natural end.
+ * Without a playback nothing happens. Always TOLVANE_OK. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioStop(void);
+
+/* Holds the playback where it is; AudioResume goes on from there. Pausing twice or resuming what is not paused does
+ * nothing. Always TOLVANE_OK. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioPause(void);
+TOLVANE_API uint16_t TOLVANE_CALL AudioResume(void);
+
+/* Moves the playback to `position`, counted in `unit` from the beginning of the sound; a position behind the end
+ * (of the sound, or of what is to be played) goes to that end, and the playback ends. A paused playback stays paused.
+ * The place where a repeat begins stays the same. Ignored without a playback and for a compressed file that is
+ * played as it is. Always TOLVANE_OK. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioMoveTo(uint32_t position, uint16_t unit);
+
+/* The position of what is heard now, counted in `unit` from the beginning of the sound; it grows on through repeats.
+ * 0 when nothing plays. For a compressed file played as it is: always milliseconds. No result code. */
+TOLVANE_API uint32_t TOLVANE_CALL AudioGetPosition(uint16_t unit);
+
+/* Peaks of the buffer that is played now (about an eighth of a second), in percent of full scale (0 to 100). Both
+ * values stay as they were when nothing plays, when the playback is busy at this moment, and for formats other than
+ * 8 or 16 bits in 1 or 2 channels. */
+TOLVANE_API void TOLVANE_CALL AudioGetPlaybackLevel(uint32_t* left, uint32_t* right);
+
+/* ======== Devices ======== */
+
+/* How many devices there are; an index below that names one. */
+TOLVANE_API uint32_t TOLVANE_CALL GetNumberOfOutputDevices(void);
+TOLVANE_API uint32_t TOLVANE_CALL GetNumberOfInputDevices(void);
+
+/* Stores the index of the device that the system prefers. Results: TOLVANE_OK, or TOLVANE_NO_PREFERRED_OUTPUT
+ * (TOLVANE_NO_PREFERRED_INPUT), and TOLVANE_WAVE_MAPPER is stored. */
+TOLVANE_API uint32_t TOLVANE_CALL GetPreferredOutputDeviceIndex(uint32_t* device);
+TOLVANE_API uint32_t TOLVANE_CALL GetPreferredInputDeviceIndex(uint32_t* device);
+
+/* Copies the name of a device into `description` (at least TOLVANE_DEVICE_NAME_SIZE bytes). The name of an output
+ * comes without blanks around it, a blank one as "Unknown Device"; that of an input as the device gives it. Results:
+ * TOLVANE_OK, or TOLVANE_NO_SUCH_OUTPUT (TOLVANE_NO_SUCH_INPUT), and the description is empty. */
+TOLVANE_API uint32_t TOLVANE_CALL GetOutputDeviceDescription(uint32_t device, char* description);
+TOLVANE_API uint32_t TOLVANE_CALL GetInputDeviceDescription(uint32_t device, char* description);
+
+/* Chooses the device for what is started from now on: an index, or TOLVANE_WAVE_MAPPER (the initial choice). Results:
+ * TOLVANE_OK, or TOLVANE_OUTPUT_NOT_SELECTED (TOLVANE_INPUT_NOT_SELECTED), and the earlier choice stays. */
+TOLVANE_API uint32_t TOLVANE_CALL SelectOutputDevice(uint32_t device);
+TOLVANE_API uint32_t TOLVANE_CALL SelectInputDevice(uint32_t device);
+
+/* ======== Codecs ======== */
+
+/* Makes the catalogue of the installed codecs anew and returns how many there are. Indexes obtained before mean
+ * nothing any more. */
+TOLVANE_API uint16_t TOLVANE_CALL GetNumberOfCodec(void);
+
+/* Describes a codec in `out` (152 bytes). Results: TOLVANE_OK; TOLVANE_NO_CODEC when the catalogue is empty (`out`
+ * stays as it was) or has no such index (`out` is cleared). */
+TOLVANE_API uint16_t TOLVANE_CALL GetCodecDescription(CodecDescription* out, uint16_t codecIndex);
+
+/* Describes a format tag of a codec in `out` (64 bytes). An index at or above the count that the driver reports
+ * describes format tag 0; where there is nothing to describe, `out` is cleared. Always TOLVANE_OK. */
+TOLVANE_API uint16_t TOLVANE_CALL GetCodecFormatTagDescription(FormatTagDescription* out, uint16_t codecIndex,
+                                                               uint16_t formatTagIndex);
+
+#ifdef __cplusplus
+}
+#endif
+#endif
