@@ -1,0 +1,220 @@
+/* mmsystem.h: the multimedia services: wave devices and the millisecond clock (RIFF files are in mmiscapi.h).
+ *
+ * Records have the layout that the system's callers know, packed to single bytes. */
+#ifndef TOLVANE_PLATFORM_MMSYSTEM_H
+#define TOLVANE_PLATFORM_MMSYSTEM_H
+
+#include <windows.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#pragma pack(push, 1)
+
+typedef UINT MMRESULT;
+typedef UINT MMVERSION;
+
+#define MAXPNAMELEN 32
+#define MAXERRORLENGTH 256
+
+/* ---- Results of every multimedia service ---- */
+
+#define MMSYSERR_NOERROR 0
+#define MMSYSERR_ERROR 1
+#define MMSYSERR_BADDEVICEID 2
+#define MMSYSERR_NOTENABLED 3
+#define MMSYSERR_ALLOCATED 4
+#define MMSYSERR_INVALHANDLE 5
+#define MMSYSERR_NODRIVER 6
+#define MMSYSERR_NOMEM 7
+#define MMSYSERR_NOTSUPPORTED 8
+#define MMSYSERR_BADERRNUM 9
+#define MMSYSERR_INVALFLAG 10
+#define MMSYSERR_INVALPARAM 11
+#define MMSYSERR_HANDLEBUSY 12
+
+#define WAVERR_BADFORMAT 32
+#define WAVERR_STILLPLAYING 33
+#define WAVERR_UNPREPARED 34
+#define WAVERR_SYNC 35
+
+/* ---- Time ---- */
+
+#define TIME_MS 1
+#define TIME_SAMPLES 2
+#define TIME_BYTES 4
+#define TIME_SMPTE 8
+#define TIME_MIDI 16
+#define TIME_TICKS 32
+
+typedef struct mmtime_tag {
+    UINT wType; /* which member of the union holds the answer */
+    union {
+        DWORD ms;
+        DWORD sample;
+        DWORD cb;
+        DWORD ticks;
+        struct {
+            BYTE hour;
+            BYTE min;
+            BYTE sec;
+            BYTE frame;
+            BYTE fps;
+            BYTE dummy;
+            BYTE pad[2];
+        } smpte;
+        struct {
+            DWORD songptrpos;
+        } midi;
+    } u;
+} MMTIME, *PMMTIME, *LPMMTIME;
+
+DWORD WINAPI timeGetTime(void);
+
+/* ---- How a device tells of its events ---- */
+
+#define CALLBACK_TYPEMASK 0x00070000L
+#define CALLBACK_NULL 0x00000000L
+#define CALLBACK_WINDOW 0x00010000L
+#define CALLBACK_TASK 0x00020000L
+#define CALLBACK_THREAD CALLBACK_TASK
+#define CALLBACK_FUNCTION 0x00030000L
+#define CALLBACK_EVENT 0x00050000L
+
+/* wParam is the device's handle, lParam the header. */
+#define MM_WOM_OPEN 0x3BB
+#define MM_WOM_CLOSE 0x3BC
+#define MM_WOM_DONE 0x3BD
+#define MM_WIM_OPEN 0x3BE
+#define MM_WIM_CLOSE 0x3BF
+#define MM_WIM_DATA 0x3C0
+
+#define WOM_OPEN MM_WOM_OPEN
+#define WOM_CLOSE MM_WOM_CLOSE
+#define WOM_DONE MM_WOM_DONE
+#define WIM_OPEN MM_WIM_OPEN
+#define WIM_CLOSE MM_WIM_CLOSE
+#define WIM_DATA MM_WIM_DATA
+
+/* ---- Wave devices ---- */
+
+#ifndef DECLARE_HANDLE
+#define DECLARE_HANDLE(name) typedef struct name##__* name
+#endif
+DECLARE_HANDLE(HWAVE);
+DECLARE_HANDLE(HWAVEOUT);
+DECLARE_HANDLE(HWAVEIN);
+typedef HWAVEOUT* LPHWAVEOUT;
+typedef HWAVEIN* LPHWAVEIN;
+
+#define WAVE_MAPPER ((UINT)-1)
+
+#define WAVE_FORMAT_QUERY 0x0001
+#define WAVE_ALLOWSYNC 0x0002
+#define WAVE_MAPPED 0x0004
+#define WAVE_FORMAT_DIRECT 0x0008
+
+#define WAVE_FORMAT_PCM 1
+
+#ifndef _WAVEFORMATEX_
+#define _WAVEFORMATEX_
+typedef struct tWAVEFORMATEX {
+    WORD wFormatTag;
+    WORD nChannels;
+    DWORD nSamplesPerSec;
+    DWORD nAvgBytesPerSec;
+    WORD nBlockAlign;
+    WORD wBitsPerSample;
+    WORD cbSize; /* bytes of codec data that follow */
+} WAVEFORMATEX, *PWAVEFORMATEX, *LPWAVEFORMATEX;
+typedef const WAVEFORMATEX* LPCWAVEFORMATEX;
+#endif
+
+#define WHDR_DONE 0x01
+#define WHDR_PREPARED 0x02
+#define WHDR_BEGINLOOP 0x04
+#define WHDR_ENDLOOP 0x08
+#define WHDR_INQUEUE 0x10
+
+typedef struct wavehdr_tag {
+    LPSTR lpData;
+    DWORD dwBufferLength;
+    DWORD dwBytesRecorded;
+    DWORD_PTR dwUser;
+    DWORD dwFlags;
+    DWORD dwLoops;
+    struct wavehdr_tag* lpNext; /* the device's own while the header is queued */
+    DWORD_PTR reserved;
+} WAVEHDR, *PWAVEHDR, *LPWAVEHDR;
+
+#define WAVECAPS_PITCH 0x01
+#define WAVECAPS_PLAYBACKRATE 0x02
+#define WAVECAPS_VOLUME 0x04
+#define WAVECAPS_LRVOLUME 0x08
+#define WAVECAPS_SYNC 0x10
+#define WAVECAPS_SAMPLEACCURATE 0x20
+
+#define WAVE_FORMAT_1M08 0x001
+#define WAVE_FORMAT_1S08 0x002
+#define WAVE_FORMAT_1M16 0x004
+#define WAVE_FORMAT_1S16 0x008
+#define WAVE_FORMAT_2M08 0x010
+#define WAVE_FORMAT_2S08 0x020
+#define WAVE_FORMAT_2M16 0x040
+#define WAVE_FORMAT_2S16 0x080
+#define WAVE_FORMAT_4M08 0x100
+#define WAVE_FORMAT_4S08 0x200
+#define WAVE_FORMAT_4M16 0x400
+#define WAVE_FORMAT_4S16 0x800
+
+typedef struct tagWAVEOUTCAPSA {
+    WORD wMid;
+    WORD wPid;
+    MMVERSION vDriverVersion;
+    CHAR szPname[MAXPNAMELEN];
+    DWORD dwFormats;
+    WORD wChannels;
+    WORD wReserved1;
+    DWORD dwSupport;
+} WAVEOUTCAPSA, *PWAVEOUTCAPSA, *LPWAVEOUTCAPSA;
+
+typedef struct tagWAVEINCAPSA {
+    WORD wMid;
+    WORD wPid;
+    MMVERSION vDriverVersion;
+    CHAR szPname[MAXPNAMELEN];
+    DWORD dwFormats;
+    WORD wChannels;
+    WORD wReserved1;
+} WAVEINCAPSA, *PWAVEINCAPSA, *LPWAVEINCAPSA;
+
+UINT WINAPI waveOutGetNumDevs(void);
+MMRESULT WINAPI waveOutGetDevCapsA(UINT_PTR device, LPWAVEOUTCAPSA caps, UINT size);
+MMRESULT WINAPI waveOutOpen(LPHWAVEOUT handle, UINT device, LPCWAVEFORMATEX format, DWORD_PTR callback,
+                            DWORD_PTR instance, DWORD flags);
+MMRESULT WINAPI waveOutClose(HWAVEOUT handle);
+MMRESULT WINAPI waveOutPrepareHeader(HWAVEOUT handle, LPWAVEHDR header, UINT size);
+MMRESULT WINAPI waveOutUnprepareHeader(HWAVEOUT handle, LPWAVEHDR header, UINT size);
+MMRESULT WINAPI waveOutWrite(HWAVEOUT handle, LPWAVEHDR header, UINT size);
+MMRESULT WINAPI waveOutPause(HWAVEOUT handle);
+MMRESULT WINAPI waveOutRestart(HWAVEOUT handle);
+MMRESULT WINAPI waveOutReset(HWAVEOUT handle);
+MMRESULT WINAPI waveOutGetPosition(HWAVEOUT handle, LPMMTIME time, UINT size);
+MMRESULT WINAPI waveOutGetID(HWAVEOUT handle, UINT* device);
+MMRESULT WINAPI waveOutGetErrorTextA(MMRESULT error, LPSTR text, UINT size);
+MMRESULT WINAPI waveOutMessage(HWAVEOUT handle, UINT message, DWORD_PTR first, DWORD_PTR second);
+
+UINT WINAPI waveInGetNumDevs(void);
+MMRESULT WINAPI waveInGetDevCapsA(UINT_PTR device, LPWAVEINCAPSA caps, UINT size);
+MMRESULT WINAPI waveInMessage(HWAVEIN handle, UINT message, DWORD_PTR first, DWORD_PTR second);
+
+#pragma pack(pop)
+
+#ifdef __cplusplus
+}
+#endif
+
+#include <mmiscapi.h>
+
+#endif
