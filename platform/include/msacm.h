@@ -1,0 +1,139 @@
+/* msacm.h: the codec manager: which codec drivers there are, what they handle, what they suggest.
+ *
+ * Records have the layout that the system's callers know, packed to single bytes. */
+#ifndef TOLVANE_PLATFORM_MSACM_H
+#define TOLVANE_PLATFORM_MSACM_H
+
+#include <mmsystem.h>
+#include <mmreg.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#pragma pack(push, 1)
+
+/* A driver that is installed, a driver that is open, and either of them where a service takes both. */
+DECLARE_HANDLE(HACMDRIVERID);
+DECLARE_HANDLE(HACMDRIVER);
+DECLARE_HANDLE(HACMOBJ);
+typedef HACMDRIVERID* LPHACMDRIVERID;
+typedef HACMDRIVER* LPHACMDRIVER;
+typedef struct HICON__* HICON;
+
+/* ---- Results beside the common ones ---- */
+
+#define ACMERR_BASE 512
+#define ACMERR_NOTPOSSIBLE (ACMERR_BASE + 0)
+#define ACMERR_BUSY (ACMERR_BASE + 1)
+#define ACMERR_UNPREPARED (ACMERR_BASE + 2)
+#define ACMERR_CANCELED (ACMERR_BASE + 3)
+
+DWORD WINAPI acmGetVersion(void);
+
+/* ---- Figures of the manager (no object) and of a driver ---- */
+
+#define ACM_METRIC_COUNT_DRIVERS 1
+#define ACM_METRIC_COUNT_CODECS 2
+#define ACM_METRIC_COUNT_CONVERTERS 3
+#define ACM_METRIC_COUNT_FILTERS 4
+#define ACM_METRIC_COUNT_DISABLED 5
+#define ACM_METRIC_MAX_SIZE_FORMAT 50
+#define ACM_METRIC_DRIVER_SUPPORT 100
+#define ACM_METRIC_DRIVER_PRIORITY 101
+
+MMRESULT WINAPI acmMetrics(HACMOBJ object, UINT metric, LPVOID answer);
+
+/* ---- Drivers ---- */
+
+#define ACMDRIVERDETAILS_SHORTNAME_CHARS 32
+#define ACMDRIVERDETAILS_LONGNAME_CHARS 128
+#define ACMDRIVERDETAILS_COPYRIGHT_CHARS 80
+#define ACMDRIVERDETAILS_LICENSING_CHARS 128
+#define ACMDRIVERDETAILS_FEATURES_CHARS 512
+
+#define ACMDRIVERDETAILS_FCCTYPE_AUDIOCODEC mmioFOURCC('a', 'u', 'd', 'c')
+#define ACMDRIVERDETAILS_FCCCOMP_UNDEFINED mmioFOURCC('\0', '\0', '\0', '\0')
+
+#define ACMDRIVERDETAILS_SUPPORTF_CODEC 0x00000001L
+#define ACMDRIVERDETAILS_SUPPORTF_CONVERTER 0x00000002L
+#define ACMDRIVERDETAILS_SUPPORTF_FILTER 0x00000004L
+#define ACMDRIVERDETAILS_SUPPORTF_HARDWARE 0x00000008L
+#define ACMDRIVERDETAILS_SUPPORTF_ASYNC 0x00000010L
+#define ACMDRIVERDETAILS_SUPPORTF_LOCAL 0x40000000L
+#define ACMDRIVERDETAILS_SUPPORTF_DISABLED 0x80000000L
+
+typedef struct tACMDRIVERDETAILSA {
+    DWORD cbStruct;
+    FOURCC fccType;
+    FOURCC fccComp;
+    WORD wMid;
+    WORD wPid;
+    DWORD vdwACM;
+    DWORD vdwDriver;
+    DWORD fdwSupport;
+    DWORD cFormatTags;
+    DWORD cFilterTags;
+    HICON hicon;
+    CHAR szShortName[ACMDRIVERDETAILS_SHORTNAME_CHARS];
+    CHAR szLongName[ACMDRIVERDETAILS_LONGNAME_CHARS];
+    CHAR szCopyright[ACMDRIVERDETAILS_COPYRIGHT_CHARS];
+    CHAR szLicensing[ACMDRIVERDETAILS_LICENSING_CHARS];
+    CHAR szFeatures[ACMDRIVERDETAILS_FEATURES_CHARS];
+} ACMDRIVERDETAILSA, *PACMDRIVERDETAILSA, *LPACMDRIVERDETAILSA;
+
+#define ACM_DRIVERENUMF_NOLOCAL 0x40000000L
+#define ACM_DRIVERENUMF_DISABLED 0x80000000L
+
+/* A callback returns FALSE to end the enumeration. */
+typedef BOOL(CALLBACK* ACMDRIVERENUMCB)(HACMDRIVERID driver, DWORD_PTR instance, DWORD support);
+
+MMRESULT WINAPI acmDriverEnum(ACMDRIVERENUMCB callback, DWORD_PTR instance, DWORD flags);
+MMRESULT WINAPI acmDriverDetailsA(HACMDRIVERID driver, LPACMDRIVERDETAILSA details, DWORD flags);
+MMRESULT WINAPI acmDriverOpen(LPHACMDRIVER open, HACMDRIVERID driver, DWORD flags);
+MMRESULT WINAPI acmDriverClose(HACMDRIVER open, DWORD flags);
+
+/* ---- Format tags ---- */
+
+#define ACMFORMATTAGDETAILS_FORMATTAG_CHARS 48
+
+typedef struct tACMFORMATTAGDETAILSA {
+    DWORD cbStruct;
+    DWORD dwFormatTagIndex;
+    DWORD dwFormatTag;
+    DWORD cbFormatSize; /* bytes of the largest format record of this tag */
+    DWORD fdwSupport;
+    DWORD cStandardFormats;
+    CHAR szFormatTag[ACMFORMATTAGDETAILS_FORMATTAG_CHARS];
+} ACMFORMATTAGDETAILSA, *PACMFORMATTAGDETAILSA, *LPACMFORMATTAGDETAILSA;
+
+#define ACM_FORMATTAGDETAILSF_INDEX 0x00000000L
+#define ACM_FORMATTAGDETAILSF_FORMATTAG 0x00000001L
+#define ACM_FORMATTAGDETAILSF_LARGESTSIZE 0x00000002L
+#define ACM_FORMATTAGDETAILSF_QUERYMASK 0x0000000FL
+
+typedef BOOL(CALLBACK* ACMFORMATTAGENUMCBA)(HACMDRIVERID driver, LPACMFORMATTAGDETAILSA details,
+                                            DWORD_PTR instance, DWORD support);
+
+MMRESULT WINAPI acmFormatTagDetailsA(HACMDRIVER open, LPACMFORMATTAGDETAILSA details, DWORD flags);
+MMRESULT WINAPI acmFormatTagEnumA(HACMDRIVER open, LPACMFORMATTAGDETAILSA details,
+                                  ACMFORMATTAGENUMCBA callback, DWORD_PTR instance, DWORD flags);
+
+/* ---- Suggestions ---- */
+
+/* Which fields of the target format are given and must come back as they are. */
+#define ACM_FORMATSUGGESTF_WFORMATTAG 0x00010000L
+#define ACM_FORMATSUGGESTF_NCHANNELS 0x00020000L
+#define ACM_FORMATSUGGESTF_NSAMPLESPERSEC 0x00040000L
+#define ACM_FORMATSUGGESTF_WBITSPERSAMPLE 0x00080000L
+#define ACM_FORMATSUGGESTF_TYPEMASK 0x00FF0000L
+
+MMRESULT WINAPI acmFormatSuggest(HACMDRIVER open, LPWAVEFORMATEX source, LPWAVEFORMATEX target,
+                                 DWORD target_size, DWORD flags);
+
+#pragma pack(pop)
+
+#ifdef __cplusplus
+}
+#endif
+#endif
