@@ -1,0 +1,43 @@
+# What a person does with the project, each in one go on a fresh machine. The building itself is CMake's.
+
+ccache := $(shell command -v ccache)
+ifneq ($(ccache),)
+export CMAKE_C_COMPILER_LAUNCHER ?= $(ccache)
+export CMAKE_CXX_COMPILER_LAUNCHER ?= $(ccache)
+endif
+
+.PHONY: help native demo test windows bench check setup-% clean
+
+help:
+	@echo 'make demo      build and hear it: plays a sound, on the sound server where one answers'
+	@echo 'make test      build natively and for Windows (32 and 64 bit), run every test'
+	@echo 'make native    only the native build: build/native/lib/libtolvane.so, build/native/bin/tolvane'
+	@echo 'make windows   only the Windows builds and their tests under Wine'
+	@echo 'make bench     the benchmarks'
+	@echo 'make check     format, lint, both compilers, sanitizers'
+	@echo 'make clean     remove everything built'
+
+setup-%:
+	@tools/setup $(subst +, ,$*)
+
+native: setup-native
+	@tools/build native
+
+demo: native
+	@tools/demo
+
+test: setup-windows
+	@tools/test native win32 win64
+
+windows: setup-windows
+	@tools/test win32 win64
+
+bench: setup-bench
+	@tools/build native -DTOLVANE_BENCH=ON
+	@tools/bench
+
+check: setup-windows+check
+	@tools/check
+
+clean:
+	rm -rf build
