@@ -1,0 +1,40 @@
+// The commands of `tolvane`, one function each: what was asked comes in, the exit code of the program goes out.
+#ifndef TOLVANE_HOST_COMMANDS_H
+#define TOLVANE_HOST_COMMANDS_H
+
+#include <string>
+#include <vector>
+
+#include "time_text.h"
+
+namespace tolvane::host {
+
+constexpr int kExitDone = 0;
+constexpr int kExitBadArguments = 1;
+constexpr int kExitFailed = 2;
+constexpr int kExitInterrupted = 130;
+
+// `--card`: which sound card the wave devices stand for. Empty: the program's own choice, a sound server's.
+struct CardRequest {
+    std::string name;
+};
+
+struct PlayRequest {
+    std::string file;
+    Moment from, to;  // to.value 0: the end of the file
+    unsigned rate = 0;
+    bool repeat = false;
+    bool quiet = false;
+    std::string device;  // number or name, empty: the one the system prefers
+    CardRequest card;
+    std::string into;
+};
+
+int RunInfo(const std::vector<std::string>& files);
+int RunDevices(const CardRequest& card);
+int RunCodecs();
+int RunPlay(const PlayRequest& request);
+
+}  // namespace tolvane::host
+
+#endif

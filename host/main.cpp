@@ -1,0 +1,137 @@
+// The command line of `tolvane`: what may be said, what it means, and the help texts. The commands stand in files of
+// their own.
+#include <CLI/CLI.hpp>
+
+#include <tolvane.h>
+
+#include <cstdio>
+#include <exception>
+
+#include "commands.h"
+
+namespace tolvane::host {
+namespace {
+
+constexpr const char* kTimes =
+    "Times: 12.5 or 1:02.5 or 1:02:03 (hours, minutes, seconds), 250ms, 44100s (samples), 4096b (bytes).";
+constexpr const char* kExitCodes = "Exit codes: 0 done, 1 bad arguments, 2 failed, 130 interrupted.";
+
+struct Request {
+    std::vector<std::string> files;
+    CardRequest card;
+    PlayRequest play;
+};
+
+std::string CheckMoment(const std::string& text) {
+    return ParseMoment(text) ? "" : "'" + text + "' is no time. " + kTimes;
+}
+
+CLI::Option* AddMoment(CLI::App* command, const char* name, Moment& moment, const char* help) {
+    return command
+        ->add_option_function<std::string>(
+            name, [&moment](const std::string& text) { moment = ParseMoment(text).value_or(Moment{}); }, help)
+        ->check(CLI::Validator(CheckMoment, "TIME"))
+        ->type_name("");
+}
+
+void AddCard(CLI::App* command, CardRequest& card) {
+    command->add_option("--card", card.name, "server: the sound server; virtual: no hardware needed; none")
+        ->check(CLI::IsMember({"server", "virtual", "none"}))
+        ->type_name("CARD");
+}
+
+void AddInfo(CLI::App& app, Request& request) {
+    CLI::App* command = app.add_subcommand("info", "Show format and length of wave files");
+    command->add_option("FILE", request.files, "Wave files, compressed ones too")->required()->type_name("");
+    command->footer("Examples:\n  tolvane info speech.wav\n  tolvane info takes/*.wav");
+}
+
+void AddDevices(CLI::App& app, Request& request) {
+    CLI::App* command = app.add_subcommand("devices", "List the sound devices, the preferred ones marked");
+    AddCard(command, request.card);
+    command->footer("Examples:\n  tolvane devices\n  tolvane devices --card virtual");
+}
+
+void AddCodecs(CLI::App& app) {
+    app.add_subcommand("codecs", "List the installed codecs with their format tags")
+        ->footer("Example:\n  tolvane codecs");
+}
+
+void AddPlayOptions(CLI::App* command, PlayRequest& play) {
+    command->add_option("FILE", play.file, "Wave file")->required()->type_name("");
+    AddMoment(command, "--from", play.from, "Start at this time");
+    AddMoment(command, "--to", play.to, "End at this time");
+    command->add_option("--rate", play.rate, "Play at this sample rate instead of the file's own")
+        ->check(CLI::Range(1, 1'000'000))
+        ->type_name("HZ");
+    command->add_flag("--repeat", play.repeat, "Start again at the end, until stopped");
+    command->add_option("--device", play.device, "Output device: number or (part of) its name")->type_name("N|NAME");
+    AddCard(command, play.card);
+    command->add_option("--into", play.into, "Write what the virtual card plays into this wave file")
+        ->type_name("WAVE");
+    command->add_flag("--quiet", play.quiet, "Say nothing but failures; no keys");
+}
+
+void AddPlay(CLI::App& app, Request& request) {
+    CLI::App* command = app.add_subcommand("play", "Play a wave file");
+    AddPlayOptions(command, request.play);
+    command->footer(std::string(kTimes) +
+                    "\nKeys: space pause, left and right 5 s, home, q or Esc stop, ? help, Ctrl-C.\n"
+                    "Examples:\n  tolvane play speech.wav\n  tolvane play music.wav --from 1:02.5 --to 1:10\n"
+                    "  tolvane play loop.wav --repeat --device 1\n"
+                    "  tolvane play music.wav --card virtual --into heard.wav");
+}
+
+// What one argument means for another.
+std::string Contradiction(const PlayRequest& play) {
+    if (!play.into.empty() && !play.card.name.empty() && play.card.name != "virtual")
+        return "--into is for the virtual card: leave --card out or say --card virtual";
+    return "";
+}
+
+int ReportBadArguments(const std::string& why, const std::string& command) {
+    std::fprintf(stderr, "tolvane: %s\n  `tolvane %s--help` shows what can be said.\n", why.c_str(), command.c_str());
+    return kExitBadArguments;
+}
+
+int Run(const CLI::App& app, Request& request) {
+    if (app.got_subcommand("info")) return RunInfo(request.files);
+    if (app.got_subcommand("devices")) return RunDevices(request.card);
+    if (app.got_subcommand("codecs")) return RunCodecs();
+    if (const std::string why = Contradiction(request.play); !why.empty()) return ReportBadArguments(why, "play ");
+    if (!request.play.into.empty()) request.play.card.name = "virtual";
+    return RunPlay(request.play);
+}
+
+int ParseAndRun(int argc, char** argv) {
+    CLI::App app("Plays and examines wave files.", "tolvane");
+    Request request;
+    app.require_subcommand(1);
+    app.set_version_flag("--version", "tolvane " TOLVANE_VERSION);
+    app.footer(kExitCodes);
+    AddInfo(app, request);
+    AddDevices(app, request);
+    AddCodecs(app);
+    AddPlay(app, request);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::Success& asked) {
+        return app.exit(asked);
+    } catch (const CLI::ParseError& error) {
+        const auto commands = app.get_subcommands();
+        return ReportBadArguments(error.what(), commands.empty() ? "" : commands.front()->get_name() + ' ');
+    }
+    return Run(app, request);
+}
+
+}  // namespace
+}  // namespace tolvane::host
+
+int main(int argc, char** argv) {
+    try {
+        return tolvane::host::ParseAndRun(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "tolvane: %s\n  Try again; close other programs if memory is short.\n", error.what());
+        return tolvane::host::kExitFailed;
+    }
+}

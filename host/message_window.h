@@ -1,0 +1,33 @@
+// The window nobody sees: hears of the end of a playback and of Ctrl-C, and sleeps until one of them or a deadline.
+#ifndef TOLVANE_HOST_MESSAGE_WINDOW_H
+#define TOLVANE_HOST_MESSAGE_WINDOW_H
+
+#include <windows.h>
+
+#include <chrono>
+#include <optional>
+
+namespace tolvane::host {
+
+enum class Event { kNone, kPlaybackEnded, kInterrupted };
+
+// One at a time. While it lives, Ctrl-C is an event; a second Ctrl-C ends the program as ever.
+class MessageWindow {
+  public:
+    MessageWindow();
+    ~MessageWindow();
+    MessageWindow(const MessageWindow&) = delete;
+    MessageWindow& operator=(const MessageWindow&) = delete;
+
+    HWND handle() const { return window_; }
+
+    // Without a limit it sleeps until there is an event.
+    Event Wait(std::optional<std::chrono::milliseconds> limit);
+
+  private:
+    HWND window_;
+};
+
+}  // namespace tolvane::host
+
+#endif

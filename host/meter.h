@@ -1,0 +1,39 @@
+// The one line a terminal shows while something plays: state, position, progress and a level meter with two channels.
+#ifndef TOLVANE_HOST_METER_H
+#define TOLVANE_HOST_METER_H
+
+#include <cstdint>
+#include <string>
+
+namespace tolvane::host {
+
+// What a terminal can show beyond plain ASCII.
+struct TerminalStyle {
+    bool colour = false;
+    bool utf8 = false;
+};
+
+// One channel: rises at once, falls slowly, and holds its peak for a moment. From 0 to 1 over 40 dB.
+class Meter {
+  public:
+    // `percent` of full scale now, `seconds` since the last call.
+    void Update(uint32_t percent, double seconds);
+    double shown() const { return shown_; }
+    double peak() const { return peak_; }
+
+  private:
+    double shown_ = 0, peak_ = 0, hold_left_ = 0;
+};
+
+struct ProgressView {
+    bool paused = false;
+    uint64_t position_ms = 0, length_ms = 0;
+    Meter left, right;
+};
+
+// Exactly as many columns as `columns` allows, or fewer where there is no more to say.
+std::string ProgressLine(const ProgressView& view, int columns, TerminalStyle style);
+
+}  // namespace tolvane::host
+
+#endif

@@ -1,0 +1,99 @@
+// `tolvane play`: from the arguments to a running playback, and what is said when it cannot start.
+#include <platform.h>
+#include <tolvane.h>
+
+#include <fmt/format.h>
+
+#include <filesystem>
+
+#include "commands.h"
+#include "message_window.h"
+#include "player.h"
+#include "result_text.h"
+#include "sound_devices.h"
+#include "sound_format.h"
+
+namespace tolvane::host {
+namespace {
+
+namespace fs = std::filesystem;
+
+int ReportBadSpan(const PlayRequest& request, const std::string& why, std::string_view advice) {
+    ReportFailure("cannot play", request.file, why, advice);
+    return kExitBadArguments;
+}
+
+int ReadSound(const std::string& file, SoundFormat& sound) {
+    auto code = GetInputFileInfo(file.c_str(), &sound.format);
+    if (code == TOLVANE_OK) code = GetDataChunkSize(file.c_str(), &sound.data_size);
+    return code == TOLVANE_OK ? kExitDone : ReportFileFailure("cannot play", file, code);
+}
+
+// Looks into the file only where the arguments ask for a part of it: the start of a playback is not to wait.
+int CheckSpan(const PlayRequest& request, Span& span) {
+    if (request.from.value == 0 && request.to.value == 0 && request.rate == 0) return kExitDone;
+    SoundFormat sound;
+    if (const int failed = ReadSound(request.file, sound)) return failed;
+    if (!sound.IsPcm())
+        return ReportBadSpan(request, "The sound is compressed.", "Leave --from, --to and --rate out.");
+    span.from = sound.BytesAt(request.from);
+    span.to = sound.BytesAt(request.to);
+    if (request.from.value != 0 && span.from >= sound.data_size)
+        return ReportBadSpan(request, fmt::format("--from lies behind its end, {}.", TimeText(sound.Milliseconds(), 3)),
+                             "Name an earlier start.");
+    if (request.to.value != 0 && span.to <= span.from)
+        return ReportBadSpan(request, "--to does not lie behind --from.", "Name a later end, or leave --to out.");
+    return kExitDone;
+}
+
+// A file of its own for every run: what was heard before is not overwritten unasked.
+std::string FreeNameForHeard() {
+    std::error_code ignored;
+    const fs::path folder = fs::temp_directory_path(ignored);
+    fs::path name = folder / "tolvane-heard.wav";
+    for (int number = 2; fs::exists(name, ignored); ++number)
+        name = folder / fmt::format("tolvane-heard-{}.wav", number);
+    return name.string();
+}
+
+// The wave file that the virtual card writes, empty where nothing is kept.
+int PrepareCard(const PlayRequest& request, std::string& heard) {
+    if (const int failed = UseCard(request.card)) return failed;
+    if (request.card.name != "virtual") return kExitDone;
+    PlatformVirtualKeepPlayed(0, 0);
+    heard = request.into.empty() && !request.quiet ? FreeNameForHeard() : request.into;
+    if (heard.empty() || PlatformVirtualPlayInto(0, heard.c_str())) return kExitDone;
+    return ReportFailure("cannot write", heard, "The virtual card does not take this file.",
+                         "Name another file with --into.");
+}
+
+int ReportStartFailure(const PlayRequest& request, uint32_t code) {
+    const bool device = code == TOLVANE_FORMAT_NOT_PLAYABLE || code == TOLVANE_DEVICE_NOT_OPENED;
+    if (device && !MachineHasOutput()) return ReportNoSound("cannot play", request.file);
+    return ReportFileFailure("cannot play", request.file, code);
+}
+
+void SayWhereItLies(const std::string& heard, bool quiet) {
+    if (!heard.empty() && !quiet) fmt::print("What was heard lies in {}\n", heard);
+}
+
+}  // namespace
+
+int RunPlay(const PlayRequest& request) {
+    std::string heard;
+    Span span;
+    if (const int failed = PrepareCard(request, heard)) return failed;
+    if (const int failed = SelectOutput(request.device)) return failed;
+    if (const int failed = CheckSpan(request, span)) return failed;
+
+    MessageWindow window;
+    SetCallbackWindow(window.handle());
+    const auto code = AudioPlayWaveEx(request.file.c_str(), span.from, TOLVANE_BYTES, request.rate, 0, span.to,
+                                      request.repeat);
+    if (code != TOLVANE_OK) return ReportStartFailure(request, code);
+    const int exit_code = FollowPlayback(window, request, span);
+    SayWhereItLies(heard, request.quiet);
+    return exit_code;
+}
+
+}  // namespace tolvane::host

@@ -1,0 +1,33 @@
+// The sound of a wave file in numbers and in words.
+#ifndef TOLVANE_HOST_SOUND_FORMAT_H
+#define TOLVANE_HOST_SOUND_FORMAT_H
+
+#include <tolvane.h>
+
+#include <string>
+
+#include "time_text.h"
+
+namespace tolvane::host {
+
+struct SoundFormat {
+    InputFileInfo format{};
+    uint32_t data_size = 0;
+
+    bool IsPcm() const { return format.wFormatTag == 1; }
+    // Bytes that are played in one second at the file's own rate; 0 where a damaged file does not tell.
+    uint64_t BytesPerSecond() const;
+    uint64_t Milliseconds() const;
+    // Where in the data a moment lies, at most at its end.
+    uint32_t BytesAt(Moment moment) const;
+};
+
+// "PCM, 44100 Hz, stereo, 16 bit"
+std::string FormatText(const InputFileInfo& format);
+
+// "0:10.000 (441000 samples a channel)"
+std::string LengthText(const SoundFormat& sound);
+
+}  // namespace tolvane::host
+
+#endif

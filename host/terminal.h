@@ -1,0 +1,53 @@
+// The terminal: its width and abilities, single keys, and a line that is drawn again and again. Leaves the terminal
+// as it was found.
+#ifndef TOLVANE_HOST_TERMINAL_H
+#define TOLVANE_HOST_TERMINAL_H
+
+#include <windows.h>
+
+#include <string>
+#include <string_view>
+
+#include "meter.h"
+
+namespace tolvane::host {
+
+enum class Key { kNone, kPause, kBack, kForward, kStart, kStop, kHelp, kUnknown };
+
+bool OutputIsTerminal();
+
+class Terminal {
+  public:
+    Terminal();
+    ~Terminal();
+    Terminal(const Terminal&) = delete;
+    Terminal& operator=(const Terminal&) = delete;
+
+    bool HasKeys() const { return has_keys_; }
+    TerminalStyle style() const { return style_; }
+
+    // Columns that can be written without wrapping.
+    int Columns() const;
+
+    // The next key that was pressed; does not wait.
+    Key ReadKey();
+
+    // Replaces the line under way.
+    void Redraw(const std::string& line);
+
+    // Writes a line above it for good.
+    void PrintAbove(std::string_view text);
+
+    // Removes the line under way.
+    void Clear();
+
+  private:
+    HANDLE input_, output_;
+    DWORD input_mode_ = 0, output_mode_ = 0;
+    bool has_keys_ = false, escapes_ = false, line_open_ = false;
+    TerminalStyle style_;
+};
+
+}  // namespace tolvane::host
+
+#endif
