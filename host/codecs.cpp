@@ -21,7 +21,8 @@ std::vector<Codec> ReadCatalogue() {
 std::string CodecText(uint16_t format_tag) {
     for (const Codec& codec : ReadCatalogue())
         for (const FormatTagDescription& tag : codec.tags)
-            if (tag.formatTag == format_tag) return fmt::format("{}, by {}", tag.name, codec.description.longName);
+            if (tag.formatTag == format_tag)
+                return fmt::format("{}, by {}", tag.name, codec.description.longName);
     return fmt::format("none installed for format tag 0x{:04X} (`tolvane codecs` lists them)", format_tag);
 }
 

@@ -1,4 +1,5 @@
-// The commands of `tolvane`, one function each: what was asked comes in, the exit code of the program goes out.
+// The commands of `tolvane`, one function each: what was asked comes in, the exit code of the program goes
+// out.
 #ifndef TOLVANE_HOST_COMMANDS_H
 #define TOLVANE_HOST_COMMANDS_H
 

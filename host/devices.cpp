@@ -36,7 +36,9 @@ void PrintDevices(std::string_view title, const std::vector<std::string>& names,
 }
 
 // Cards can be chosen only where the layer below is our own.
-bool CardsCanBeChosen() { return PlatformCardInUse() >= 0; }
+bool CardsCanBeChosen() {
+    return PlatformCardInUse() >= 0;
+}
 
 std::string_view NoSoundAdvice() {
     return CardsCanBeChosen()
@@ -82,13 +84,17 @@ int UseCard(const CardRequest& card) {
                          "Leave --card out.");
 }
 
-bool MachineHasOutput() { return GetNumberOfOutputDevices() > 0; }
+bool MachineHasOutput() {
+    return GetNumberOfOutputDevices() > 0;
+}
 
 int ReportNoSound(std::string_view what, std::string_view on) {
     return ReportFailure(what, on, "This machine has no sound device.", NoSoundAdvice());
 }
 
-std::vector<std::string> OutputNames() { return Names(GetNumberOfOutputDevices(), GetOutputDeviceDescription); }
+std::vector<std::string> OutputNames() {
+    return Names(GetNumberOfOutputDevices(), GetOutputDeviceDescription);
+}
 
 int SelectOutput(const std::string& device) {
     if (device.empty()) return kExitDone;

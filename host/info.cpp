@@ -15,7 +15,9 @@
 namespace tolvane::host {
 namespace {
 
-void PrintLine(std::string_view label, std::string_view text) { fmt::print("  {:<8}{}\n", label, text); }
+void PrintLine(std::string_view label, std::string_view text) {
+    fmt::print("  {:<8}{}\n", label, text);
+}
 
 void PrintSound(const std::string& path, const SoundFormat& sound) {
     std::error_code unknown;
@@ -44,7 +46,8 @@ int Describe(const std::string& path) {
 
 int RunInfo(const std::vector<std::string>& files) {
     int worst = kExitDone;
-    for (const std::string& file : files) worst = std::max(worst, Describe(file));
+    for (const std::string& file : files)
+        worst = std::max(worst, Describe(file));
     return worst;
 }
 

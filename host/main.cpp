@@ -1,5 +1,5 @@
-// The command line of `tolvane`: what may be said, what it means, and the help texts. The commands stand in files of
-// their own.
+// The command line of `tolvane`: what may be said, what it means, and the help texts. The commands stand in
+// files of their own.
 #include <CLI/CLI.hpp>
 
 #include <tolvane.h>
@@ -65,7 +65,8 @@ void AddPlayOptions(CLI::App* command, PlayRequest& play) {
         ->check(CLI::Range(1, 1'000'000))
         ->type_name("HZ");
     command->add_flag("--repeat", play.repeat, "Start again at the end, until stopped");
-    command->add_option("--device", play.device, "Output device: number or (part of) its name")->type_name("N|NAME");
+    command->add_option("--device", play.device, "Output device: number or (part of) its name")
+        ->type_name("N|NAME");
     AddCard(command, play.card);
     command->add_option("--into", play.into, "Write what the virtual card plays into this wave file")
         ->type_name("WAVE");
@@ -90,7 +91,8 @@ std::string Contradiction(const PlayRequest& play) {
 }
 
 int ReportBadArguments(const std::string& why, const std::string& command) {
-    std::fprintf(stderr, "tolvane: %s\n  `tolvane %s--help` shows what can be said.\n", why.c_str(), command.c_str());
+    std::fprintf(stderr, "tolvane: %s\n  `tolvane %s--help` shows what can be said.\n", why.c_str(),
+                 command.c_str());
     return kExitBadArguments;
 }
 
@@ -98,7 +100,8 @@ int Run(const CLI::App& app, Request& request) {
     if (app.got_subcommand("info")) return RunInfo(request.files);
     if (app.got_subcommand("devices")) return RunDevices(request.card);
     if (app.got_subcommand("codecs")) return RunCodecs();
-    if (const std::string why = Contradiction(request.play); !why.empty()) return ReportBadArguments(why, "play ");
+    if (const std::string why = Contradiction(request.play); !why.empty())
+        return ReportBadArguments(why, "play ");
     if (!request.play.into.empty()) request.play.card.name = "virtual";
     return RunPlay(request.play);
 }
@@ -131,7 +134,8 @@ int main(int argc, char** argv) {
     try {
         return tolvane::host::ParseAndRun(argc, argv);
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "tolvane: %s\n  Try again; close other programs if memory is short.\n", error.what());
+        std::fprintf(stderr, "tolvane: %s\n  Try again; close other programs if memory is short.\n",
+                     error.what());
         return tolvane::host::kExitFailed;
     }
 }

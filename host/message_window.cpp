@@ -12,7 +12,8 @@ constexpr UINT kInterruptMessage = WM_APP;
 
 std::atomic<HWND> interrupt_target{nullptr};
 
-// Runs in a thread of the system's. The first Ctrl-C is taken, a second one finds nobody and gets the usual end.
+// Runs in a thread of the system's. The first Ctrl-C is taken, a second one finds nobody and gets the usual
+// end.
 BOOL WINAPI OnConsoleEvent(DWORD) {
     const HWND window = interrupt_target.exchange(nullptr);
     return window && PostMessageA(window, kInterruptMessage, 0, 0);

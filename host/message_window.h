@@ -1,4 +1,5 @@
-// The window nobody sees: hears of the end of a playback and of Ctrl-C, and sleeps until one of them or a deadline.
+// The window nobody sees: hears of the end of a playback and of Ctrl-C, and sleeps until one of them or a
+// deadline.
 #ifndef TOLVANE_HOST_MESSAGE_WINDOW_H
 #define TOLVANE_HOST_MESSAGE_WINDOW_H
 

@@ -74,7 +74,8 @@ void PaintBar(Painter& painter, double done, int cells, bool utf8) {
 }
 
 std::string Head(const ProgressView& view) {
-    return fmt::format("{} {} / {}", view.paused ? "||" : "> ", TimeText(view.position_ms), TimeText(view.length_ms));
+    return fmt::format("{} {} / {}", view.paused ? "||" : "> ", TimeText(view.position_ms),
+                       TimeText(view.length_ms));
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
-// The one line a terminal shows while something plays: state, position, progress and a level meter with two channels.
+// The one line a terminal shows while something plays: state, position, progress and a level meter with two
+// channels.
 #ifndef TOLVANE_HOST_METER_H
 #define TOLVANE_HOST_METER_H
 

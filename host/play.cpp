@@ -39,10 +39,12 @@ int CheckSpan(const PlayRequest& request, Span& span) {
     span.from = sound.BytesAt(request.from);
     span.to = sound.BytesAt(request.to);
     if (request.from.value != 0 && span.from >= sound.data_size)
-        return ReportBadSpan(request, fmt::format("--from lies behind its end, {}.", TimeText(sound.Milliseconds(), 3)),
-                             "Name an earlier start.");
+        return ReportBadSpan(
+            request, fmt::format("--from lies behind its end, {}.", TimeText(sound.Milliseconds(), 3)),
+            "Name an earlier start.");
     if (request.to.value != 0 && span.to <= span.from)
-        return ReportBadSpan(request, "--to does not lie behind --from.", "Name a later end, or leave --to out.");
+        return ReportBadSpan(request, "--to does not lie behind --from.",
+                             "Name a later end, or leave --to out.");
     return kExitDone;
 }
 
@@ -88,8 +90,8 @@ int RunPlay(const PlayRequest& request) {
 
     MessageWindow window;
     SetCallbackWindow(window.handle());
-    const auto code = AudioPlayWaveEx(request.file.c_str(), span.from, TOLVANE_BYTES, request.rate, 0, span.to,
-                                      request.repeat);
+    const auto code = AudioPlayWaveEx(request.file.c_str(), span.from, TOLVANE_BYTES, request.rate, 0,
+                                      span.to, request.repeat);
     if (code != TOLVANE_OK) return ReportStartFailure(request, code);
     const int exit_code = FollowPlayback(window, request, span);
     SayWhereItLies(heard, request.quiet);

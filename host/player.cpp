@@ -56,7 +56,8 @@ class Playback {
     Clock::time_point due_;
 };
 
-Playback::Playback(const PlayRequest& request, Span span) : span_(span), rate_(request.rate), repeat_(request.repeat) {
+Playback::Playback(const PlayRequest& request, Span span)
+    : span_(span), rate_(request.rate), repeat_(request.repeat) {
     GetInputFileInfo(request.file.c_str(), &sound_.format);
     GetDataChunkSize(request.file.c_str(), &sound_.data_size);
     if (span_.to == 0) span_.to = sound_.data_size;
@@ -71,7 +72,8 @@ uint64_t Playback::ToMs(uint32_t bytes) const {
 
 milliseconds Playback::Remaining(uint32_t from) const {
     const uint64_t bytes = span_.to > from ? span_.to - from : 0;
-    const uint64_t rate = sound_.IsPcm() ? uint64_t{rate_} * sound_.format.nBlockAlign : sound_.BytesPerSecond();
+    const uint64_t rate =
+        sound_.IsPcm() ? uint64_t{rate_} * sound_.format.nBlockAlign : sound_.BytesPerSecond();
     return milliseconds(rate == 0 ? 0 : bytes * 1000 / rate);
 }
 
@@ -87,7 +89,8 @@ uint64_t Playback::PositionMs() const {
 }
 
 bool Playback::EndedTooEarly() const {
-    const milliseconds left = paused_ ? remaining_ : std::chrono::duration_cast<milliseconds>(due_ - Clock::now());
+    const milliseconds left =
+        paused_ ? remaining_ : std::chrono::duration_cast<milliseconds>(due_ - Clock::now());
     return sound_.IsPcm() && (repeat_ || left > kTooEarly);
 }
 
@@ -155,14 +158,27 @@ void Display::Show() {
 
 // False when the user wants to stop.
 bool Display::TakeKeys() {
-    for (Key key = terminal_.ReadKey(); key != Key::kNone; key = terminal_.ReadKey()) switch (key) {
-            case Key::kPause: playback_.TogglePause(); break;
-            case Key::kBack: playback_.MoveBy(-kStepMilliseconds); break;
-            case Key::kForward: playback_.MoveBy(kStepMilliseconds); break;
-            case Key::kStart: playback_.MoveToStart(); break;
-            case Key::kHelp: terminal_.PrintAbove(kKeyHelp); break;
-            case Key::kStop: return false;
-            default: break;
+    for (Key key = terminal_.ReadKey(); key != Key::kNone; key = terminal_.ReadKey())
+        switch (key) {
+            case Key::kPause:
+                playback_.TogglePause();
+                break;
+            case Key::kBack:
+                playback_.MoveBy(-kStepMilliseconds);
+                break;
+            case Key::kForward:
+                playback_.MoveBy(kStepMilliseconds);
+                break;
+            case Key::kStart:
+                playback_.MoveToStart();
+                break;
+            case Key::kHelp:
+                terminal_.PrintAbove(kKeyHelp);
+                break;
+            case Key::kStop:
+                return false;
+            default:
+                break;
         }
     return true;
 }
@@ -171,7 +187,8 @@ Outcome FollowPlainly(MessageWindow& window, const Playback& playback) {
     for (;;) {
         std::fflush(stdout);
         const Event event = window.Wait(kPlainLineEvery);
-        if (event != Event::kNone) return event == Event::kInterrupted ? Outcome::kInterrupted : Outcome::kEnded;
+        if (event != Event::kNone)
+            return event == Event::kInterrupted ? Outcome::kInterrupted : Outcome::kEnded;
         fmt::print("  {} / {}\n", TimeText(playback.PositionMs()), TimeText(playback.LengthMs()));
     }
 }

@@ -53,7 +53,8 @@ constexpr Entry kEntries[] = {
     {TOLVANE_NO_SUCH_INPUT, "This input device does not exist.", kSeeDevices},
     {TOLVANE_INPUT_NOT_SELECTED, "This input device cannot be selected: it does not exist.", kSeeDevices},
     {TOLVANE_NO_FILE_BUFFER, "There is not enough memory to read the file.", kFreeMemory},
-    {TOLVANE_NOT_A_FOLDER, "The temp folder is not an existing folder.", "Set TMPDIR to a folder that exists."},
+    {TOLVANE_NOT_A_FOLDER, "The temp folder is not an existing folder.",
+     "Set TMPDIR to a folder that exists."},
     {TOLVANE_NO_CODEC, "No such codec is installed.", "`tolvane codecs` lists what is installed."},
     {TOLVANE_NO_FORMAT_SIZE, "The system does not tell how large a format record can be.",
      "`tolvane codecs` lists what is installed."},
@@ -87,7 +88,8 @@ Cause CauseInFile(const std::string& path) {
     if (std::filesystem::is_directory(path, ignored))
         return {"It is a folder.", "Name a wave file inside it."};
     const std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(path.c_str(), "rb"), std::fclose);
-    if (!file) return {fmt::format("{}.", std::strerror(errno)), "Check the name and that you may read the file."};
+    if (!file)
+        return {fmt::format("{}.", std::strerror(errno)), "Check the name and that you may read the file."};
     uint32_t size = 0;
     InputFileInfo info;
     if (const auto code = GetDataChunkSize(path.c_str(), &size); code != TOLVANE_OK) return CauseOf(code);

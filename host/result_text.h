@@ -14,7 +14,8 @@ std::string_view ResultSentence(uint32_t code);
 // Prints on stderr what failed, on which file or device, why, and what to do next. Returns kExitFailed.
 int ReportFailure(std::string_view what, std::string_view on, std::string_view why, std::string_view advice);
 
-// Prints why a file could not be read or played. Where the code covers several causes, the file itself is asked.
+// Prints why a file could not be read or played. Where the code covers several causes, the file itself is
+// asked.
 int ReportFileFailure(std::string_view what, const std::string& path, uint32_t code);
 
 }  // namespace tolvane::host

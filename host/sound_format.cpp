@@ -34,8 +34,10 @@ uint32_t SoundFormat::BytesAt(Moment moment) const {
 }
 
 std::string FormatText(const InputFileInfo& format) {
-    const std::string kind = format.wFormatTag == 1 ? "PCM" : fmt::format("compressed 0x{:04X}", format.wFormatTag);
-    std::string text = fmt::format("{}, {} Hz, {}", kind, format.nSamplesPerSec, ChannelText(format.nChannels));
+    const std::string kind =
+        format.wFormatTag == 1 ? "PCM" : fmt::format("compressed 0x{:04X}", format.wFormatTag);
+    std::string text =
+        fmt::format("{}, {} Hz, {}", kind, format.nSamplesPerSec, ChannelText(format.nChannels));
     if (format.wBitsPerSample != 0) text += fmt::format(", {} bit", format.wBitsPerSample);
     if (format.wFormatTag != 1) text += fmt::format(", {} bytes a second", format.nAvgBytesPerSec);
     return text;

@@ -12,21 +12,12 @@ namespace tolvane::host {
 namespace {
 
 constexpr int kUsualColumns = 80;
+constexpr UINT kUtf8 = 65001;
 constexpr DWORD kLineModes = ENABLE_LINE_INPUT | ENABLE_ECHO_INPUT;
 
 bool Set(const char* variable) {
     const char* value = std::getenv(variable);
     return value && *value;
-}
-
-// The first of the three that says anything decides, as in every program that heeds the locale.
-bool LocaleIsUtf8() {
-    for (const char* variable : {"LC_ALL", "LC_CTYPE", "LANG"})
-        if (Set(variable)) {
-            const std::string_view locale = std::getenv(variable);
-            return locale.find("UTF-8") != locale.npos || locale.find("utf8") != locale.npos;
-        }
-    return false;
 }
 
 bool TerminalIsDumb() {
@@ -37,10 +28,19 @@ bool TerminalIsDumb() {
 // After Escape or a console's prefix byte: the letters of a terminal, the scan codes of a console.
 Key ArrowKey(int code) {
     switch (code) {
-        case 'D': case 75: return Key::kBack;
-        case 'C': case 77: return Key::kForward;
-        case 'H': case '1': case '7': case 71: return Key::kStart;
-        default: return Key::kUnknown;
+        case 'D':
+        case 75:
+            return Key::kBack;
+        case 'C':
+        case 77:
+            return Key::kForward;
+        case 'H':
+        case '1':
+        case '7':
+        case 71:
+            return Key::kStart;
+        default:
+            return Key::kUnknown;
     }
 }
 
@@ -57,14 +57,16 @@ Key EscapeKey() {
 
 }  // namespace
 
-bool OutputIsTerminal() { return _isatty(_fileno(stdout)) != 0; }
+bool OutputIsTerminal() {
+    return _isatty(_fileno(stdout)) != 0;
+}
 
 Terminal::Terminal() : input_(GetStdHandle(STD_INPUT_HANDLE)), output_(GetStdHandle(STD_OUTPUT_HANDLE)) {
     has_keys_ = _isatty(_fileno(stdin)) && GetConsoleMode(input_, &input_mode_) &&
                 SetConsoleMode(input_, input_mode_ & ~kLineModes);
     escapes_ = !TerminalIsDumb() && GetConsoleMode(output_, &output_mode_) &&
                SetConsoleMode(output_, output_mode_ | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
-    style_ = {escapes_ && !Set("NO_COLOR"), LocaleIsUtf8()};
+    style_ = {escapes_ && !Set("NO_COLOR"), GetConsoleOutputCP() == kUtf8};
 }
 
 Terminal::~Terminal() {
@@ -82,18 +84,29 @@ int Terminal::Columns() const {
 Key Terminal::ReadKey() {
     if (!has_keys_ || !_kbhit()) return Key::kNone;
     switch (const int key = _getch()) {
-        case ' ': return Key::kPause;
-        case 'q': case 'Q': case -1: return Key::kStop;
-        case '?': case 'h': return Key::kHelp;
-        case 27: return EscapeKey();
-        case 0: case 0xE0: return ArrowKey(_getch());
-        default: return static_cast<void>(key), Key::kUnknown;
+        case ' ':
+            return Key::kPause;
+        case 'q':
+        case 'Q':
+        case -1:
+            return Key::kStop;
+        case '?':
+        case 'h':
+            return Key::kHelp;
+        case 27:
+            return EscapeKey();
+        case 0:
+        case 0xE0:
+            return ArrowKey(_getch());
+        default:
+            return static_cast<void>(key), Key::kUnknown;
     }
 }
 
 void Terminal::Clear() {
     if (!line_open_) return;
-    const std::string blank = escapes_ ? "\r\x1b[K" : '\r' + std::string(static_cast<size_t>(Columns()), ' ') + '\r';
+    const std::string blank =
+        escapes_ ? "\r\x1b[K" : '\r' + std::string(static_cast<size_t>(Columns()), ' ') + '\r';
     std::fputs(blank.c_str(), stdout);
     std::fflush(stdout);
     line_open_ = false;

@@ -1,5 +1,5 @@
-// The terminal: its width and abilities, single keys, and a line that is drawn again and again. Leaves the terminal
-// as it was found.
+// The terminal: its width and abilities, single keys, and a line that is drawn again and again. Leaves the
+// terminal as it was found.
 #ifndef TOLVANE_HOST_TERMINAL_H
 #define TOLVANE_HOST_TERMINAL_H
 
