@@ -1,0 +1,44 @@
+// What a codec driver is to the manager: one table of facts and functions a family.
+//
+// The manager has checked pointers and sizes before it calls; a driver repeats no check. It keeps no state of
+// its own, so that its functions may run in any number of threads.
+#ifndef TOLVANE_PLATFORM_CODECS_DRIVER_H
+#define TOLVANE_PLATFORM_CODECS_DRIVER_H
+
+#include "platform/codecs/formats.h"
+
+namespace tolvane::platform {
+
+struct FormatTag {
+    WORD tag;
+    const char* name;
+    DWORD largest_format;  // bytes of the largest record of this tag
+};
+
+struct Driver {
+    const char* short_name;
+    const char* long_name;
+    DWORD support;  // ACMDRIVERDETAILS_SUPPORTF_ flags
+    std::span<const FormatTag> tags;
+
+    // Whether the driver can convert from or to this format.
+    bool (*handles)(const FormatView& format);
+
+    // Fills `target` with the best format to convert `source` into that the wish allows, or answers
+    // ACMERR_NOTPOSSIBLE. `source` is handled; `target` holds the caller's bytes, of which `size` count.
+    MMRESULT (*suggest)
+    (const Driver& self, const FormatView& source, const Wish& wish, DWORD size, FormatRecord& target);
+
+    // Describes the usual format of a tag of the driver's for this sound (see SuggestForCodec).
+    void (*describe)(WORD tag, WORD channels, DWORD rate, FormatRecord& record);
+};
+
+// `suggest` for a family that turns PCM into its own tags and back, at the same rate and with the same
+// channels.
+MMRESULT SuggestForCodec(const Driver& self, const FormatView& source, const Wish& wish, DWORD size,
+                         FormatRecord& target);
+
+extern const Driver kImaAdpcm, kMsAdpcm, kG711, kGsm610, kMpegLayer3, kPcmConverter;
+
+}  // namespace tolvane::platform
+#endif
