@@ -1,0 +1,33 @@
+// A folder of a test's own under the system's temp folder, removed with everything in it.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace tolvane::test {
+
+using Bytes = std::vector<uint8_t>;
+
+class TempFolder {
+  public:
+    TempFolder();
+    ~TempFolder();
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+
+    std::string Path() const { return path_.string(); }
+    std::string Path(const std::string& name) const { return (path_ / name).string(); }
+    std::string Write(const std::string& name, const Bytes& content) const;  // returns the path
+    std::string MakeFolder(const std::string& name) const;
+    std::vector<std::string> Names() const;  // sorted
+
+  private:
+    std::filesystem::path path_;
+};
+
+std::vector<std::string> NamesIn(const std::string& folder);
+void WriteFile(const std::string& path, const Bytes& content);
+
+}  // namespace tolvane::test
