@@ -1,5 +1,5 @@
-// Device lists, names, preferences and choices: on a card of our making, on a machine without sound, and wherever
-// the tests run.
+// Device lists, names, preferences and choices: on a card of our making, on a machine without sound, and
+// wherever the tests run.
 #include <cstring>
 
 #include <gmock/gmock.h>
@@ -95,9 +95,10 @@ class ChosenDevices : public VirtualCard {
         VirtualCard::TearDown();
     }
     static void MakeDevices() {
-        const PlatformVirtualDevice devices[] = {{"  Desk \t speakers \r\n", 1, 192000, 2, 3},
-                                                 {" \t  ", 1, 192000, 2, 3},
-                                                 {"A name far longer than a device may have", 1, 192000, 2, 3}};
+        const PlatformVirtualDevice devices[] = {
+            {"  Desk \t speakers \r\n", 1, 192000, 2, 3},
+            {" \t  ", 1, 192000, 2, 3},
+            {"A name far longer than a device may have", 1, 192000, 2, 3}};
         ASSERT_TRUE(PlatformVirtualSetOutputs(devices, 3));
         ASSERT_TRUE(PlatformVirtualSetInputs(devices, 2));
     }

@@ -1,4 +1,5 @@
-// Files that break off anywhere or lie about anything: an answer, never a crash, a hang or a division by zero.
+// Files that break off anywhere or lie about anything: an answer, never a crash, a hang or a division by
+// zero.
 #include <random>
 
 #include "support/reading_exports.h"
@@ -35,8 +36,8 @@ class HostileFiles : public ::testing::Test {
 };
 
 Bytes EverythingIn(const Format& format) {
-    return Riff(Chunk("LIST", Pattern(5)) + Chunk("fmt ", FormatRecord(format, Pattern(2))) + Chunk("fact", Pattern(4)) +
-                Chunk("data", Pattern(60)) + Chunk("LIST", Pattern(6)));
+    return Riff(Chunk("LIST", Pattern(5)) + Chunk("fmt ", FormatRecord(format, Pattern(2))) +
+                Chunk("fact", Pattern(4)) + Chunk("data", Pattern(60)) + Chunk("LIST", Pattern(6)));
 }
 
 TEST_F(HostileFiles, MayBreakOffAtAnyByte) {
@@ -69,8 +70,10 @@ TEST_F(HostileFiles, MayClaimExtremeSizesAndFormats) {
     struct Field {
         size_t at, size;
     };
-    constexpr Field kFields[] = {{4, 4}, {16, 4}, {20, 2}, {22, 2}, {24, 4}, {28, 4}, {32, 2}, {34, 2}, {40, 4}};
-    constexpr uint32_t kValues[] = {0, 1, 7, 0x7FFF, 0x8000, 0xFFFF, 0x10000, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFE, 0xFFFFFFFF};
+    constexpr Field kFields[] = {{4, 4},  {16, 4}, {20, 2}, {22, 2}, {24, 4},
+                                 {28, 4}, {32, 2}, {34, 2}, {40, 4}};
+    constexpr uint32_t kValues[] = {0,       1,          7,          0x7FFF,     0x8000,    0xFFFF,
+                                    0x10000, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFE, 0xFFFFFFFF};
     const auto put = [](Bytes& file, Field field, uint32_t value) {
         const Bytes bytes = Little(value, field.size);
         std::copy(bytes.begin(), bytes.end(), file.begin() + static_cast<ptrdiff_t>(field.at));
@@ -89,19 +92,23 @@ TEST_F(HostileFiles, MayClaimExtremeSizesAndFormats) {
 
 TEST_F(HostileFiles, MayNestTheirChunksDeeply) {
     Bytes nested = Chunk("data", Pattern(8));
-    for (int depth = 0; depth < 2000; ++depth) nested = Chunk("LIST", Bytes{'W', 'A', 'V', 'E'} + nested);
+    for (int depth = 0; depth < 2000; ++depth)
+        nested = Chunk("LIST", Bytes{'W', 'A', 'V', 'E'} + nested);
     Try(Riff(nested), "lists in lists");
     Bytes many;
-    for (int i = 0; i < 20000; ++i) many = std::move(many) + Chunk("junk", {});
+    for (int i = 0; i < 20000; ++i)
+        many = std::move(many) + Chunk("junk", {});
     Try(Riff(many + Chunk("fmt ", FormatRecord({}))), "many empty chunks");
-    Try(Riff(Chunk("fmt ", FormatRecord({})) + Chunk("data", {}, 0x80000000) + Chunk("data", Pattern(8))), "two sounds");
+    Try(Riff(Chunk("fmt ", FormatRecord({})) + Chunk("data", {}, 0x80000000) + Chunk("data", Pattern(8))),
+        "two sounds");
 }
 
 TEST_F(HostileFiles, LeaveNothingOpenBehind) {
     const auto path = folder_.Write("x.wav", Part(EverythingIn({44100, 2, 16}), 0, 70));
     ReadEverything(path, play_);
     const Resources before = Resources::Now();
-    for (int i = 0; i < 200; ++i) ReadEverything(path, play_);
+    for (int i = 0; i < 200; ++i)
+        ReadEverything(path, play_);
     EXPECT_PRED2([](auto& a, auto& b) { return NothingLeaked(a, b); }, before, Resources::Now());
 }
 

@@ -32,7 +32,9 @@ Codes Inspect(const std::string& path) {
             AudioGetFileInfo(&info, path.c_str(), TOLVANE_SAMPLES, 1)};
 }
 
-Bytes WithFormat(const Format& format) { return WaveFile(format, kSound); }
+Bytes WithFormat(const Format& format) {
+    return WaveFile(format, kSound);
+}
 
 struct Case {
     const char* name;
@@ -102,8 +104,8 @@ TEST(InspectWave, TakesOrRefusesTheExtremes) {
 TEST(InspectWave, ReportsTheFirstFormatFieldByField) {
     const TempFolder folder;
     const Format odd{11025, 1, 8, 0x55};
-    const auto path = folder.Write(
-        "x.wav", Riff(Chunk("fmt ", FormatRecord(odd, Pattern(12))) + kFormat + Chunk("data", kSound, 0x80000001)));
+    const auto path = folder.Write("x.wav", Riff(Chunk("fmt ", FormatRecord(odd, Pattern(12))) + kFormat +
+                                                 Chunk("data", kSound, 0x80000001)));
     struct {
         InputFileInfo info;
         uint8_t behind[4] = {1, 2, 3, 4};
@@ -142,9 +144,15 @@ TEST(InspectWave, TellsTheLengthInTheUnitAskedFor) {
         Format format;
         uint32_t bytes, samples, milliseconds;
     } lengths[] = {
-        {{44100, 2, 16}, 176400, 44100, 1000}, {{44100, 2, 16}, 176399, 44099, 999}, {{44100, 2, 16}, 3, 0, 0},
-        {{8000, 1, 8}, 8001, 8001, 1000},      {{48000, 2, 8}, 48001, 24000, 500},   {{11025, 1, 16}, 22049, 11024, 999},
-        {{96000, 2, 24}, 600, 100, 1},         {{44100, 2, 16}, 0, 0, 0},            {{1, 1, 8}, 2, 2, 2000},
+        {{44100, 2, 16}, 176400, 44100, 1000},
+        {{44100, 2, 16}, 176399, 44099, 999},
+        {{44100, 2, 16}, 3, 0, 0},
+        {{8000, 1, 8}, 8001, 8001, 1000},
+        {{48000, 2, 8}, 48001, 24000, 500},
+        {{11025, 1, 16}, 22049, 11024, 999},
+        {{96000, 2, 24}, 600, 100, 1},
+        {{44100, 2, 16}, 0, 0, 0},
+        {{1, 1, 8}, 2, 2, 2000},
     };
     const TempFolder folder;
     for (const auto& item : lengths) {
@@ -167,7 +175,8 @@ TEST(InspectWave, TakesPathsUpToTheirLimit) {
     // "/." in between changes the length of a path, not where it leads.
     const auto path_of = [&](size_t length) {
         std::string path = folder.Path();
-        while (path.size() + 8 <= length) path += "/.";
+        while (path.size() + 8 <= length)
+            path += "/.";
         return path + (path.size() + 6 < length ? "//x.wav" : "/x.wav");
     };
     for (const size_t length : {258u, 259u}) {

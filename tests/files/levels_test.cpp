@@ -23,7 +23,8 @@ Level Measure(uint16_t channels, uint16_t bits, const uint8_t* data, size_t size
     format.nChannels = channels;
     format.wBitsPerSample = bits;
     Level level = kUntouched;
-    EXPECT_EQ(AudioGetLevelInBuffer(&format, data, static_cast<uint32_t>(size), &level.left, &level.right), TOLVANE_OK);
+    EXPECT_EQ(AudioGetLevelInBuffer(&format, data, static_cast<uint32_t>(size), &level.left, &level.right),
+              TOLVANE_OK);
     return level;
 }
 
@@ -33,7 +34,8 @@ Level Measure(uint16_t channels, uint16_t bits, const Bytes& data) {
 
 Bytes Words(std::initializer_list<int> samples) {
     Bytes bytes;
-    for (const int sample : samples) bytes = std::move(bytes) + Little(static_cast<uint16_t>(sample), 2);
+    for (const int sample : samples)
+        bytes = std::move(bytes) + Little(static_cast<uint16_t>(sample), 2);
     return bytes;
 }
 
@@ -68,7 +70,8 @@ TEST(LevelInBuffer, LeavesTheValuesAloneWhereThereIsNothingToMeasure) {
     const Bytes loud(64, 255);
     EXPECT_EQ(Measure(1, 8, nullptr, 10), kUntouched);
     EXPECT_EQ(Measure(1, 8, loud.data(), 0), kUntouched);
-    for (const auto& [channels, bits] : {std::pair<uint16_t, uint16_t>{3, 16}, {0, 8}, {2, 24}, {1, 0}, {65535, 8}, {1, 32}})
+    for (const auto& [channels, bits] :
+         {std::pair<uint16_t, uint16_t>{3, 16}, {0, 8}, {2, 24}, {1, 0}, {65535, 8}, {1, 32}})
         EXPECT_EQ(Measure(channels, bits, loud), kUntouched) << channels << " channels, " << bits << " bits";
     uint32_t left = 5;
     InputFileInfo format{};

@@ -1,5 +1,5 @@
-// Each service call behind the reading exports fails in turn: a documented code, nothing left behind, and the next
-// call does its work.
+// Each service call behind the reading exports fails in turn: a documented code, nothing left behind, and the
+// next call does its work.
 #include <iostream>
 
 #include <gmock/gmock.h>
@@ -25,7 +25,8 @@ class ReaderFaults : public ::testing::Test {
     template <class Ask, class Works>
     void Sweep(const char* name, Ask ask, Works works) {
         const auto sweep = [&] {
-            return FailEachCall("*", [&] { ask(path_.c_str()); }, [&] { EXPECT_TRUE(works(path_.c_str())); });
+            return FailEachCall(
+                "*", [&] { ask(path_.c_str()); }, [&] { EXPECT_TRUE(works(path_.c_str())); });
         };
         sweep();
         const Resources before = Resources::Now();
@@ -40,40 +41,46 @@ class ReaderFaults : public ::testing::Test {
 };
 
 TEST_F(ReaderFaults, LeaveACodeAndNothingElse) {
-    Sweep("GetInputFileInfo",
-          [](const char* path) {
-              InputFileInfo info{};
-              EXPECT_THAT(GetInputFileInfo(path, &info), AnyOf(0, 102, 115, 116));
-          },
-          [](const char* path) {
-              InputFileInfo info{};
-              return GetInputFileInfo(path, &info) == TOLVANE_OK && info.nSamplesPerSec == 44100;
-          });
-    Sweep("GetDataChunkSize",
-          [](const char* path) {
-              uint32_t size = 0;
-              EXPECT_THAT(GetDataChunkSize(path, &size), AnyOf(0, 102, 107, 110));
-          },
-          [](const char* path) {
-              uint32_t size = 0;
-              return GetDataChunkSize(path, &size) == TOLVANE_OK && size == 400;
-          });
-    Sweep("AudioGetFileInfo",
-          [](const char* path) {
-              AudioFileInfo info{};
-              const uint16_t code = AudioGetFileInfo(&info, path, TOLVANE_SAMPLES, 1);
-              EXPECT_THAT(code, AnyOf(0, 102, 115, 116));
-              if (code == TOLVANE_OK) EXPECT_THAT(info.length, AnyOf(0u, 100u)) << "0: the size could not be read";
-          },
-          [](const char* path) {
-              AudioFileInfo info{};
-              return AudioGetFileInfo(&info, path, TOLVANE_SAMPLES, 1) == TOLVANE_OK && info.length == 100;
-          });
-    Sweep("CanSetPositionAndSampleRate", [](const char* path) { EXPECT_LE(CanSetPositionAndSampleRate(path), 1u); },
-          [](const char* path) { return CanSetPositionAndSampleRate(path) == 1; });
-    Sweep("AudioIsTheSampleSpeedSupported",
-          [](const char* path) { EXPECT_LE(AudioIsTheSampleSpeedSupported(path, 8000), 1u); },
-          [](const char* path) { return AudioIsTheSampleSpeedSupported(path, 8000) <= 1; });
+    Sweep(
+        "GetInputFileInfo",
+        [](const char* path) {
+            InputFileInfo info{};
+            EXPECT_THAT(GetInputFileInfo(path, &info), AnyOf(0, 102, 115, 116));
+        },
+        [](const char* path) {
+            InputFileInfo info{};
+            return GetInputFileInfo(path, &info) == TOLVANE_OK && info.nSamplesPerSec == 44100;
+        });
+    Sweep(
+        "GetDataChunkSize",
+        [](const char* path) {
+            uint32_t size = 0;
+            EXPECT_THAT(GetDataChunkSize(path, &size), AnyOf(0, 102, 107, 110));
+        },
+        [](const char* path) {
+            uint32_t size = 0;
+            return GetDataChunkSize(path, &size) == TOLVANE_OK && size == 400;
+        });
+    Sweep(
+        "AudioGetFileInfo",
+        [](const char* path) {
+            AudioFileInfo info{};
+            const uint16_t code = AudioGetFileInfo(&info, path, TOLVANE_SAMPLES, 1);
+            EXPECT_THAT(code, AnyOf(0, 102, 115, 116));
+            EXPECT_THAT(info.length, AnyOf(0u, 100u)) << "0: the size could not be read";
+        },
+        [](const char* path) {
+            AudioFileInfo info{};
+            return AudioGetFileInfo(&info, path, TOLVANE_SAMPLES, 1) == TOLVANE_OK && info.length == 100;
+        });
+    Sweep(
+        "CanSetPositionAndSampleRate",
+        [](const char* path) { EXPECT_LE(CanSetPositionAndSampleRate(path), 1u); },
+        [](const char* path) { return CanSetPositionAndSampleRate(path) == 1; });
+    Sweep(
+        "AudioIsTheSampleSpeedSupported",
+        [](const char* path) { EXPECT_LE(AudioIsTheSampleSpeedSupported(path, 8000), 1u); },
+        [](const char* path) { return AudioIsTheSampleSpeedSupported(path, 8000) <= 1; });
 }
 
 // The codes that only a failing service can bring about.

@@ -23,8 +23,8 @@ struct FaultScope {
     FaultScope& operator=(const FaultScope&) = delete;
 };
 
-// Runs `action` undisturbed once, then with each of its calls of `service` ("*": of any) failing, once and from then
-// on, and calls `check` after each run with the fault taken back. Returns the number of points.
+// Runs `action` undisturbed once, then with each of its calls of `service` ("*": of any) failing, once and
+// from then on, and calls `check` after each run with the fault taken back. Returns the number of points.
 uint32_t FailEachCall(const std::string& service, const std::function<void()>& action,
                       const std::function<void()>& check);
 

@@ -13,9 +13,10 @@ static void Play(const char* path) {
     EXPECT_THAT(AudioLoadFile(path), AnyOf(0, 102, 104));
     EXPECT_THAT(AudioPlayCurrentFile(1, TOLVANE_SAMPLES), AnyOf(0, 102, 103, 104, 105, 106, 113));
     AudioStop();
-    for (const uint16_t convert : {0, 1}) {
+    for (const uint32_t convert : {0u, 1u}) {
         const uint16_t code = AudioPlayWaveEx(path, 3, TOLVANE_MILLISECONDS, 0, convert, 0, convert);
-        EXPECT_THAT(code, AnyOf(0, 102, 103, 104, 105, 106, 113, ::testing::AllOf(::testing::Ge(400), ::testing::Le(430))));
+        EXPECT_THAT(code, AnyOf(0, 102, 103, 104, 105, 106, 113,
+                                ::testing::AllOf(::testing::Ge(400), ::testing::Le(430))));
         uint32_t left = 0, right = 0;
         AudioGetPlaybackLevel(&left, &right);
         EXPECT_LE(left, 100u);
@@ -37,7 +38,8 @@ void ReadEverything(const std::string& name, bool play) {
         AudioFileInfo info{};
         const uint16_t told = AudioGetFileInfo(&info, path, unit, 1);
         EXPECT_THAT(told, AnyOf(code, 107));
-        if (told == TOLVANE_OK) EXPECT_TRUE(info.formatTag == 1 && info.channels && info.sampleRate && info.bitsPerSample);
+        EXPECT_TRUE(told != TOLVANE_OK ||
+                    (info.formatTag == 1 && info.channels && info.sampleRate && info.bitsPerSample));
     }
     EXPECT_EQ(CanSetPositionAndSampleRate(path), code == TOLVANE_OK && format.wFormatTag == 1 ? 1u : 0u);
     EXPECT_LE(AudioIsTheSampleSpeedSupported(path, 44100), 1u);

@@ -1,4 +1,5 @@
-// Calls everything that reads a file, on a file that may be anything: whatever it is, a documented answer comes.
+// Calls everything that reads a file, on a file that may be anything: whatever it is, a documented answer
+// comes.
 #pragma once
 
 #include <string>

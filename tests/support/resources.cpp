@@ -25,11 +25,13 @@ Resources Resources::Now() {
 }
 
 bool NothingLeaked(const Resources& before, const Resources& after, size_t slack) {
-    return before.files == after.files && before.threads == after.threads && after.memory <= before.memory + slack;
+    return before.files == after.files && before.threads == after.threads &&
+           after.memory <= before.memory + slack;
 }
 
 std::ostream& operator<<(std::ostream& out, const Resources& resources) {
-    return out << resources.files << " files, " << resources.threads << " threads, " << resources.memory << " bytes";
+    return out << resources.files << " files, " << resources.threads << " threads, " << resources.memory
+               << " bytes";
 }
 
 }  // namespace tolvane::test

@@ -33,11 +33,14 @@ std::string TempFolder::MakeFolder(const std::string& name) const {
     return Path(name);
 }
 
-std::vector<std::string> TempFolder::Names() const { return NamesIn(Path()); }
+std::vector<std::string> TempFolder::Names() const {
+    return NamesIn(Path());
+}
 
 std::vector<std::string> NamesIn(const std::string& folder) {
     std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(folder)) names.push_back(entry.path().filename().string());
+    for (const auto& entry : fs::directory_iterator(folder))
+        names.push_back(entry.path().filename().string());
     std::sort(names.begin(), names.end());
     return names;
 }

@@ -8,7 +8,8 @@ namespace tolvane::test {
 
 void VirtualCard::SetUp() {
     AudioStop();
-    if (!PlatformUseCard(PLATFORM_CARD_VIRTUAL)) GTEST_SKIP() << "cards cannot be chosen here: no virtual card";
+    if (!PlatformUseCard(PLATFORM_CARD_VIRTUAL))
+        GTEST_SKIP() << "cards cannot be chosen here: no virtual card";
     ASSERT_TRUE(PlatformVirtualReset());
     SelectOutputDevice(TOLVANE_WAVE_MAPPER);
     SelectInputDevice(TOLVANE_WAVE_MAPPER);
@@ -39,7 +40,8 @@ uint16_t Playing::Play(uint32_t start, uint32_t end, uint16_t unit, bool repeat,
 
 void Playing::PlayOut() {
     const int before = window_.Ended();
-    for (int seconds = 0; seconds < 1000 && State().open; ++seconds) Advance(State().rate);
+    for (int seconds = 0; seconds < 1000 && State().open; ++seconds)
+        Advance(State().rate);
     PlatformVirtualSettle();
     EXPECT_TRUE(Closed());
     EXPECT_EQ(window_.Ended(), before + 1);
@@ -63,10 +65,13 @@ static std::string Places(const Bytes& heard, const Bytes& sound, size_t block) 
     for (size_t at = 0, pieces = 0; at < heard.size() && pieces < 20; ++pieces) {
         const auto key = heard.begin() + static_cast<ptrdiff_t>(at);
         const auto key_end = key + static_cast<ptrdiff_t>(std::min<size_t>(8, heard.size() - at));
-        const auto found = static_cast<size_t>(std::search(sound.begin(), sound.end(), key, key_end) - sound.begin());
+        const auto found =
+            static_cast<size_t>(std::search(sound.begin(), sound.end(), key, key_end) - sound.begin());
         if (found == sound.size()) return text.str() + "? at byte " + std::to_string(at);
         size_t size = 0;
-        while (at + size < heard.size() && found + size < sound.size() && heard[at + size] == sound[found + size]) ++size;
+        while (at + size < heard.size() && found + size < sound.size() &&
+               heard[at + size] == sound[found + size])
+            ++size;
         text << '[' << found / block << ", " << (found + size) / block << ") ";
         at += size;
     }
@@ -77,9 +82,9 @@ static std::string Places(const Bytes& heard, const Bytes& sound, size_t block) 
     const Bytes heard = PlayedBytes();
     if (heard == expected) return ::testing::AssertionSuccess();
     const auto differs = std::mismatch(heard.begin(), heard.end(), expected.begin(), expected.end());
-    return ::testing::AssertionFailure()
-           << heard.size() << " bytes heard, " << expected.size() << " expected; different from byte "
-           << differs.first - heard.begin() << "; heard the frames " << Places(heard, sound_, format_.Block());
+    return ::testing::AssertionFailure() << heard.size() << " bytes heard, " << expected.size()
+                                         << " expected; different from byte " << differs.first - heard.begin()
+                                         << "; heard the frames " << Places(heard, sound_, format_.Block());
 }
 
 ::testing::AssertionResult Playing::Heard(const std::vector<Span>& spans) const {

@@ -25,9 +25,11 @@ void Watchdog::At(std::string what) {
 
 void Watchdog::Watch() {
     std::unique_lock lock(mutex_);
-    for (uint64_t seen = steps_; !changed_.wait_for(lock, patience_, [this] { return done_; }); seen = steps_) {
+    for (uint64_t seen = steps_; !changed_.wait_for(lock, patience_, [this] { return done_; });
+         seen = steps_) {
         if (seen != steps_) continue;
-        std::fprintf(stderr, "nothing happened for %d s at: %s\n", static_cast<int>(patience_.count()), what_.c_str());
+        std::fprintf(stderr, "nothing happened for %d s at: %s\n", static_cast<int>(patience_.count()),
+                     what_.c_str());
         std::abort();
     }
 }

@@ -22,11 +22,14 @@ Bytes operator+(Bytes left, const Bytes& right) {
 
 Bytes Little(uint64_t value, size_t size) {
     Bytes bytes(size);
-    for (size_t i = 0; i < size; ++i) bytes[i] = static_cast<uint8_t>(value >> (8 * i));
+    for (size_t i = 0; i < size; ++i)
+        bytes[i] = static_cast<uint8_t>(value >> (8 * i));
     return bytes;
 }
 
-static Bytes Text(std::string_view text) { return Bytes(text.begin(), text.end()); }
+static Bytes Text(std::string_view text) {
+    return Bytes(text.begin(), text.end());
+}
 
 Bytes Chunk(std::string_view id, const Bytes& content, std::optional<uint32_t> claimed) {
     const Bytes pad(content.size() % 2);
@@ -35,7 +38,8 @@ Bytes Chunk(std::string_view id, const Bytes& content, std::optional<uint32_t> c
 
 Bytes FormatRecord(const Format& format, const Bytes& codec_data) {
     const Bytes record = Little(format.tag, 2) + Little(format.channels, 2) + Little(format.rate, 4) +
-                         Little(format.BytesPerSecond(), 4) + Little(format.Block(), 2) + Little(format.bits, 2);
+                         Little(format.BytesPerSecond(), 4) + Little(format.Block(), 2) +
+                         Little(format.bits, 2);
     return codec_data.empty() ? record : record + Little(codec_data.size(), 2) + codec_data;
 }
 
@@ -48,7 +52,9 @@ Bytes WaveFile(const Format& format, const Bytes& data) {
 }
 
 Bytes Part(const Bytes& whole, size_t from, size_t to) {
-    const auto at = [&](size_t i) { return whole.begin() + static_cast<ptrdiff_t>(std::min(i, whole.size())); };
+    const auto at = [&](size_t i) {
+        return whole.begin() + static_cast<ptrdiff_t>(std::min(i, whole.size()));
+    };
     return from < to ? Bytes(at(from), at(to)) : Bytes();
 }
 
