@@ -1,0 +1,105 @@
+#include "frame/scratch_files.h"
+
+#include "frame/disk_space.h"
+#include "frame/immortal.h"
+#include "frame/lock.h"
+
+namespace tolvane {
+
+namespace {
+
+struct ScratchFiles {
+    Lock lock;
+    char temp_folder[kPathSize] = "";
+    char names[kScratchFileCount][kPathSize] = {};
+};
+
+ScratchFiles& Files() {
+    return Immortal<ScratchFiles>();
+}
+
+constexpr const char* kPrefixes[kScratchFileCount] = {"VMX", "VME", "VMU", "VMR", "VMC"};
+constexpr ScratchFile kDeletionOrder[] = {ScratchFile::kClipboard, ScratchFile::kUndo, ScratchFile::kRedo,
+                                          ScratchFile::kEditWork, ScratchFile::kPlaybackCopy};
+
+// GetTempFileNameA puts a separator and a name of at most 12 characters behind the folder.
+constexpr size_t kLongestTempFolder = MAX_PATH - 14;
+
+char* NameOf(ScratchFiles& files, ScratchFile file) {
+    return files.names[static_cast<int>(file)];
+}
+
+bool MakeUniqueFile(const char* folder, const char* prefix, char* name) {
+    if (*folder && GetTempFileNameA(folder, prefix, 0, name)) return true;
+    *name = 0;
+    return false;
+}
+
+bool SystemTempFolder(char (&folder)[kPathSize]) {
+    DWORD length = GetTempPathA(kPathSize, folder);
+    if (length > 0 && length < kPathSize) return true;
+    folder[0] = 0;
+    return false;
+}
+
+void MakeNames(ScratchFiles& files) {
+    for (int i = 0; i < kScratchFileCount; ++i)
+        MakeUniqueFile(files.temp_folder, kPrefixes[i], files.names[i]);
+}
+
+void DeleteNames(ScratchFiles& files) {
+    for (ScratchFile file : kDeletionOrder) {
+        char* name = NameOf(files, file);
+        if (*name) DeleteFileA(name);
+        *name = 0;
+    }
+}
+
+}  // namespace
+
+void SetUpScratchFiles() {
+    ScratchFiles& files = Files();
+    LockGuard guard(files.lock);
+    SystemTempFolder(files.temp_folder);
+    MakeNames(files);
+}
+
+// Without the lock: nobody else is left, and at process exit a thread may have been ended while it held it.
+void DeleteScratchFiles() {
+    DeleteNames(Files());
+}
+
+void MakeScratchNames() {
+    LockGuard guard(Files().lock);
+    MakeNames(Files());
+}
+
+uint32_t SetTempPath(const char* folder) {
+    if (!IsUsablePath(folder) || strlen(folder) > kLongestTempFolder || !IsDirectory(folder)) {
+        return TOLVANE_NOT_A_FOLDER;
+    }
+    ScratchFiles& files = Files();
+    LockGuard guard(files.lock);
+    CopyText(files.temp_folder, kPathSize, folder);
+    DeleteNames(files);
+    MakeNames(files);
+    return TOLVANE_OK;
+}
+
+void CopyTempFolder(char (&folder)[kPathSize]) {
+    LockGuard guard(Files().lock);
+    CopyText(folder, kPathSize, Files().temp_folder);
+}
+
+void CopyScratchName(ScratchFile file, char (&name)[kPathSize]) {
+    LockGuard guard(Files().lock);
+    CopyText(name, kPathSize, NameOf(Files(), file));
+}
+
+bool MakeTempName(char (&name)[kPathSize]) {
+    char folder[kPathSize];
+    SystemTempFolder(folder);
+    return MakeUniqueFile(folder, "kora", name);
+}
+
+}  // namespace tolvane

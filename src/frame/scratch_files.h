@@ -1,0 +1,36 @@
+// The temp folder and the five scratch files through which edits, undo and the playback copy work.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+
+#include "frame/text.h"
+
+namespace tolvane {
+
+enum class ScratchFile { kClipboard, kEditWork, kUndo, kRedo, kPlaybackCopy };
+inline constexpr int kScratchFileCount = 5;
+
+// At load: the system's temp folder, with five new scratch files in it. What cannot be made stays an empty
+// name, and whoever opens it fails.
+void SetUpScratchFiles();
+
+// At unload and at process exit.
+void DeleteScratchFiles();
+
+// Makes the five names (and empty files) anew in the temp folder.
+void MakeScratchNames();
+
+// Moves to another temp folder; the contents of the old scratch files are lost. A result code.
+uint32_t SetTempPath(const char* folder);
+
+// Copies, because SetTempPath may come from another thread at any time.
+void CopyTempFolder(char (&folder)[kPathSize]);
+void CopyScratchName(ScratchFile file, char (&name)[kPathSize]);
+
+// Makes a new empty file in the system's temp folder (not the library's); false, and an empty name, when it
+// cannot.
+bool MakeTempName(char (&name)[kPathSize]);
+
+}  // namespace tolvane

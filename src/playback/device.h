@@ -1,0 +1,32 @@
+// The output device of the playback. Every call on its handle is made under the device lock.
+#pragma once
+
+#include "playback/playback.h"
+
+namespace tolvane {
+
+// Whether the selected output device can play the main file, at another sample rate unless that is 0.
+bool QueryOutputFormat(const Playback& playback, uint32_t sample_rate);
+
+// Opens it for that, with the callback thread as its target, and makes the device lock.
+bool OpenOutputDevice(Playback& playback, uint32_t sample_rate);
+void CloseOutputDevice(Playback& playback);
+
+// Gives the open device away, for who has another way of closing it.
+HWAVEOUT TakeOutputDevice(Playback& playback);
+
+bool PreparePlaybackBuffers(Playback& playback);
+void UnprepareBuffers(Playback& playback);
+
+// Writes a filled slot and notes it as the last in the device's queue.
+bool WriteBuffer(Playback& playback, uint16_t slot);
+
+void PauseDevice(Playback& playback);
+void RestartDevice(Playback& playback);
+void ResetDevice(Playback& playback);
+
+// Bytes or milliseconds played since the device was opened or reset; false when the device cannot tell.
+bool GetBytesPlayed(Playback& playback, DWORD* bytes);
+bool GetMillisecondsPlayed(Playback& playback, DWORD* milliseconds);
+
+}  // namespace tolvane

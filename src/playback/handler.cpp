@@ -1,0 +1,83 @@
+// What the callback thread does: refills the buffers that the device has played, and ends the playback.
+
+#include <windows.h>
+
+#include <utility>
+
+#include "frame/callback_thread.h"
+#include "playback/device.h"
+#include "playback/playback.h"
+#include "playback/ring.h"
+#include "tolvane.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr int kNoSlot = -1;
+
+// Takes a buffer that came back out of the device's queue. A device hands buffers back in the order they were
+// written; one that does not is still understood.
+int TakeBack(Playback& playback, const WAVEHDR* header) {
+    for (uint16_t i = 0; i < playback.buffers_in_device; ++i) {
+        uint8_t& place = playback.queue[(playback.queue_head + i) % kMostBuffers];
+        if (playback.buffers[place].Header() != header) continue;
+        std::swap(place, playback.queue[playback.queue_head]);
+        uint8_t slot = playback.queue[playback.queue_head];
+        playback.queue_head = static_cast<uint16_t>((playback.queue_head + 1) % kMostBuffers);
+        --playback.buffers_in_device;
+        playback.buffers[slot].in_device = false;
+        return slot;
+    }
+    return kNoSlot;
+}
+
+// Releases all that the playback holds. The device lock is freed between its uses, the record's lock is held.
+void EndPlayback(Playback& playback) {
+    if (playback.playing) ResetDevice(playback);
+    ClosePlaybackFiles(playback);
+    FreePlaybackBuffers(playback);
+    playback.playing = false;
+    playback.paused = false;
+    if (playback.unloading) playback.left_open = TakeOutputDevice(playback);
+    CloseOutputDevice(playback);
+}
+
+bool EndIfDrained(Playback& playback) {
+    if (!playback.device || playback.buffers_in_device > 0) return false;
+    EndPlayback(playback);
+    return true;
+}
+
+bool TakeAndRefill(Playback& playback, HWAVEOUT device, const WAVEHDR* header) {
+    LockGuard guard(playback.lock);
+    if (!playback.device || device != playback.device) return false;
+    int slot = TakeBack(playback, header);
+    if (slot == kNoSlot) return false;
+    if (playback.playing) RefillBuffer(playback, static_cast<uint16_t>(slot));
+    return EndIfDrained(playback);
+}
+
+void TellEnd(const Playback& playback) {
+    NotifyCallbackWindow(TOLVANE_PLAYBACK_ENDED, playback.clip_flag, 0);
+}
+
+}  // namespace
+
+void OnWaveOutDone(HWAVEOUT device, UINT message, DWORD_PTR, DWORD_PTR header, DWORD_PTR) {
+    if (message != MM_WOM_DONE) return;
+    Playback& playback = ThePlayback();
+    if (TakeAndRefill(playback, device, reinterpret_cast<const WAVEHDR*>(header))) TellEnd(playback);
+}
+
+void EndPlaybackIfDrained() {
+    Playback& playback = ThePlayback();
+    bool ended;
+    {
+        LockGuard guard(playback.lock);
+        ended = EndIfDrained(playback);
+    }
+    if (ended) TellEnd(playback);
+}
+
+}  // namespace tolvane

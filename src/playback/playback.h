@@ -1,0 +1,98 @@
+// The playback engine: one wave file, streamed from disk to a wave-out device through a small ring of
+// buffers.
+//
+// Host threads start and steer a playback; the callback thread refills buffers and ends it. The record's lock
+// guards everything that both touch and is always taken before the device lock; a start owns the record alone
+// through its claim until the playback runs.
+#pragma once
+
+#include <windows.h>
+#include <mmsystem.h>
+
+#include <atomic>
+#include <cstdint>
+
+#include "files/wave_reader.h"
+#include "frame/handles.h"
+#include "frame/lock.h"
+
+namespace tolvane {
+
+inline constexpr uint16_t kMostBuffers = 8;
+inline constexpr uint16_t kFewestBuffers = 2;
+
+// A slot of the ring: a wave header and the block of samples it stands for, both from movable global memory.
+struct PlaybackBuffer {
+    GlobalBlock header_block;
+    GlobalBlock data_block;
+    bool prepared = false;
+    bool in_device = false;
+
+    WAVEHDR* Header() const { return static_cast<WAVEHDR*>(header_block.Data()); }
+    uint8_t* Data() const { return static_cast<uint8_t*>(data_block.Data()); }
+};
+
+struct Playback {
+    Lock lock;
+    std::atomic<bool> claimed = false;  // a start or load is under way
+
+    WaveSource main;
+    WaveSource mix;
+
+    DWORD data_offset = 0;    // file offset where a repeat begins again
+    DWORD bytes_to_play = 0;  // still to be read for this run, whole frames
+    DWORD bytes_read = 0;     // since the data offset, or the last move or repeat
+    DWORD base_position = 0;  // added to the device's own position
+    DWORD end_position = 0;   // last byte to play, from the data start; 0 = none
+    bool repeat = false;
+
+    PlaybackBuffer buffers[kMostBuffers];
+    DWORD buffer_size = 0;
+    uint16_t buffer_count = 0;
+    uint8_t queue[kMostBuffers] = {};  // slots in the device, in the order they were written, from queue_head
+    uint16_t queue_head = 0;
+    uint16_t buffers_in_device = 0;
+
+    HWAVEOUT device = nullptr;
+    KernelHandle device_lock;
+
+    bool playing = false;
+    bool paused = false;
+    uint32_t clip_flag = 0;  // wParam of the end message
+
+    // At unload a device cannot be closed where it usually is; it is left here.
+    bool unloading = false;
+    HWAVEOUT left_open = nullptr;
+};
+
+Playback& ThePlayback();
+
+struct StartOptions {
+    uint32_t start = 0, end = 0;  // in `unit`; an end of 0 is none
+    uint16_t unit = 0;
+    uint32_t sample_rate = 0;  // 0 = the file's own
+    bool direct = false;       // a compressed file goes to the device as it is
+    bool repeat = false;
+    bool start_paused = true;  // so that the first buffers start together
+};
+
+// Start operations; result codes.
+uint16_t StartWavePlayback(const char* path, const char* mix_path, StartOptions options);
+uint16_t LoadPlaybackFile(const char* path);
+uint16_t StartLoadedFile(uint32_t start, uint16_t unit);
+
+// Steering a running playback.
+bool IsPlaying();
+void StopPlayback();
+void StopPlaybackAtUnload();
+void TogglePause();
+void MovePlayback(uint32_t position, uint16_t unit);
+uint32_t GetPlaybackPosition(uint16_t unit, bool direct);
+void GetPlaybackLevel(uint32_t* left, uint32_t* right);
+
+// In the callback thread.
+void OnWaveOutDone(HWAVEOUT device, UINT message, DWORD_PTR instance, DWORD_PTR header,
+                   DWORD_PTR same_header);
+void EndPlaybackIfDrained();
+
+}  // namespace tolvane

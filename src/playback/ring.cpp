@@ -1,0 +1,140 @@
+#include "playback/ring.h"
+
+#include <mmreg.h>
+
+#include <algorithm>
+
+#include "files/positions.h"
+#include "playback/device.h"
+#include "tolvane.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr uint64_t kBufferUnit = 1024;
+constexpr uint64_t kBuffersPerSecond = 8;
+
+// Bytes that must stay together: a frame of PCM; compressed data may be split anywhere.
+DWORD FrameSize(const Playback& playback) {
+    const WAVEFORMATEX& format = playback.main.format;
+    return format.wFormatTag == WAVE_FORMAT_PCM ? format.nBlockAlign : 1;
+}
+
+bool AllocateSlot(PlaybackBuffer& buffer, DWORD size) {
+    constexpr UINT kFlags = GMEM_MOVEABLE | GMEM_SHARE;
+    if (buffer.header_block.Allocate(sizeof(WAVEHDR), kFlags | GMEM_ZEROINIT) !=
+        GlobalBlock::Outcome::kDone) {
+        return false;
+    }
+    if (buffer.data_block.Allocate(size, kFlags) != GlobalBlock::Outcome::kDone) return false;
+    buffer.Header()->lpData = static_cast<LPSTR>(buffer.data_block.Data());
+    buffer.Header()->dwBufferLength = size;
+    return true;
+}
+
+// Reads whole frames of what is left of this run; fewer where the file ends early.
+DWORD ReadFrames(Playback& playback, uint8_t* to, DWORD room) {
+    DWORD frame = FrameSize(playback);
+    DWORD want = DownToBlock(std::min(room, playback.bytes_to_play - playback.bytes_read), frame);
+    if (want == 0) return 0;
+    LONG got = mmioRead(playback.main.file.Get(), reinterpret_cast<HPSTR>(to), static_cast<LONG>(want));
+    DWORD bytes = got > 0 ? DownToBlock(static_cast<DWORD>(got), frame) : 0;
+    playback.bytes_read += bytes;
+    if (bytes < want) playback.bytes_to_play = playback.bytes_read;
+    return bytes;
+}
+
+bool Rewind(Playback& playback) {
+    DWORD start = playback.data_offset - playback.main.data_start;
+    return SeekToData(playback, start);
+}
+
+// Fills a block; a repeat goes on from its beginning within the same block, so that there is no gap.
+DWORD FillBlock(Playback& playback, uint8_t* to) {
+    DWORD filled = 0;
+    bool rewound = false;
+    for (;;) {
+        DWORD bytes = ReadFrames(playback, to + filled, playback.buffer_size - filled);
+        filled += bytes;
+        if (bytes > 0) rewound = false;
+        bool used_up = playback.bytes_read >= playback.bytes_to_play;
+        if (!used_up || !playback.repeat || rewound || !Rewind(playback)) return filled;
+        rewound = true;
+    }
+}
+
+}  // namespace
+
+uint16_t AllocatePlaybackBuffers(Playback& playback) {
+    const WAVEFORMATEX& format = playback.main.format;
+    uint64_t bytes_per_second = uint64_t{format.nSamplesPerSec} * format.nBlockAlign;
+    uint64_t size = std::max(bytes_per_second / (kBuffersPerSecond * kBufferUnit), uint64_t{1}) * kBufferUnit;
+    size = std::max<uint64_t>(size, format.nBlockAlign);
+    playback.buffer_count = 0;
+    if (size > 0x7FFFFFFF) return 0;
+    playback.buffer_size = static_cast<DWORD>(size);
+    for (PlaybackBuffer& buffer : playback.buffers) {
+        if (!AllocateSlot(buffer, playback.buffer_size)) break;
+        ++playback.buffer_count;
+    }
+    return playback.buffer_count;
+}
+
+void FreePlaybackBuffers(Playback& playback) {
+    UnprepareBuffers(playback);
+    for (PlaybackBuffer& buffer : playback.buffers)
+        buffer = PlaybackBuffer();
+    playback.buffer_count = 0;
+    playback.queue_head = 0;
+    playback.buffers_in_device = 0;
+}
+
+Refill RefillBuffer(Playback& playback, uint16_t slot) {
+    PlaybackBuffer& buffer = playback.buffers[slot];
+    DWORD length = FillBlock(playback, buffer.Data());
+    if (length == 0) return Refill::kNothingLeft;
+    buffer.Header()->dwBufferLength = length;
+    return WriteBuffer(playback, slot) ? Refill::kQueued : Refill::kRefused;
+}
+
+void PrimePlaybackBuffers(Playback& playback) {
+    for (uint16_t slot = 0; slot < playback.buffer_count; ++slot) {
+        if (playback.buffers[slot].in_device) continue;
+        if (RefillBuffer(playback, slot) == Refill::kNothingLeft) return;
+    }
+}
+
+bool SeekToData(Playback& playback, DWORD offset) {
+    int64_t target = int64_t{playback.main.data_start} + offset;
+    if (target > 0x7FFFFFFF || mmioSeek(playback.main.file.Get(), static_cast<LONG>(target), SEEK_SET) < 0) {
+        return false;
+    }
+    DWORD end = PlaybackEnd(playback);
+    playback.bytes_to_play = end > offset ? end - offset : 0;
+    playback.bytes_read = 0;
+    return true;
+}
+
+uint32_t PlaybackBytes(const Playback& playback, uint32_t position, uint16_t unit) {
+    const WAVEFORMATEX& format = playback.main.format;
+    if (unit == TOLVANE_SAMPLES || unit == TOLVANE_BYTES) {
+        return PositionToBytes(position, unit, ToInputFileInfo(format));
+    }
+    uint64_t bytes_per_second =
+        uint64_t{format.nSamplesPerSec} * (format.wBitsPerSample / 8u) * format.nChannels;
+    bytes_per_second = std::min<uint64_t>(bytes_per_second, UINT32_MAX);
+    return static_cast<uint32_t>(std::min<uint64_t>(position * bytes_per_second / 1000, UINT32_MAX));
+}
+
+DWORD PlaybackEnd(const Playback& playback) {
+    DWORD end = playback.end_position ? playback.end_position : playback.main.data_size;
+    return DownToBlock(end, FrameSize(playback));
+}
+
+void ClosePlaybackFiles(Playback& playback) {
+    playback.main = WaveSource();
+    playback.mix = WaveSource();
+}
+
+}  // namespace tolvane

@@ -1,0 +1,151 @@
+// How a playback starts.
+
+#include <windows.h>
+
+#include <algorithm>
+
+#include "files/positions.h"
+#include "frame/callback_thread.h"
+#include "frame/immortal.h"
+#include "playback/device.h"
+#include "playback/playback.h"
+#include "playback/ring.h"
+#include "tolvane.h"
+
+namespace tolvane {
+
+namespace {
+
+// The right to change what a playback plays, for the time of a start or load; refused while one plays.
+class Claim {
+  public:
+    explicit Claim(Playback& playback) {
+        LockGuard guard(playback.lock);
+        if (playback.playing || playback.device || playback.claimed.exchange(true)) return;
+        playback_ = &playback;
+    }
+    ~Claim() {
+        if (playback_) playback_->claimed = false;
+    }
+    Claim(const Claim&) = delete;
+    Claim& operator=(const Claim&) = delete;
+    explicit operator bool() const { return playback_ != nullptr; }
+
+  private:
+    Playback* playback_ = nullptr;
+};
+
+DWORD StartOffset(const Playback& playback, const StartOptions& options) {
+    DWORD offset = PlaybackBytes(playback, options.start, options.unit);
+    if (offset >= playback.main.data_size) offset = 0;
+    return DownToBlock(offset, playback.main.format.nBlockAlign);
+}
+
+// Where the playback begins and ends. An end at or before the start leaves nothing to play.
+bool SetSpan(Playback& playback, const StartOptions& options) {
+    DWORD end = PlaybackBytes(playback, options.end, options.unit);
+    playback.end_position = options.end ? std::min(end, playback.main.data_size) : 0;
+    DWORD start = options.direct ? 0 : StartOffset(playback, options);
+    playback.repeat = options.repeat;
+    playback.base_position = start;
+    playback.data_offset = playback.main.data_start + start;
+    bool ends_at_once = options.end != 0 && !options.direct && playback.end_position <= start;
+    if (!SeekToData(playback, start)) return false;
+    if (ends_at_once) {
+        playback.bytes_to_play = 0;
+        playback.repeat = false;
+    }
+    return true;
+}
+
+bool IsDrained(Playback& playback) {
+    LockGuard guard(playback.lock);
+    return playback.playing && playback.buffers_in_device == 0;
+}
+
+// Nothing will come back from the device that could end this playback.
+void EndWhatNeverBegan() {
+    if (!PostEndOfPlayback()) EndPlaybackIfDrained();
+}
+
+uint16_t OpenDeviceForFile(Playback& playback, uint32_t sample_rate) {
+    if (AllocatePlaybackBuffers(playback) < kFewestBuffers) return TOLVANE_NO_BUFFERS;
+    if (!QueryOutputFormat(playback, sample_rate)) return TOLVANE_FORMAT_NOT_PLAYABLE;
+    if (!OpenOutputDevice(playback, sample_rate)) return TOLVANE_DEVICE_NOT_OPENED;
+    return PreparePlaybackBuffers(playback) ? TOLVANE_OK : TOLVANE_BUFFER_NOT_PREPARED;
+}
+
+uint16_t StartRing(Playback& playback, const StartOptions& options) {
+    if (!SetSpan(playback, options)) return TOLVANE_CANNOT_SEEK;
+    playback.playing = true;
+    playback.paused = false;
+    if (options.start_paused) PauseDevice(playback);
+    PrimePlaybackBuffers(playback);
+    if (options.start_paused) RestartDevice(playback);
+    return TOLVANE_OK;
+}
+
+// Plays the file that is open; after a failure it is still open, and nothing else is.
+uint16_t StartOpenFile(Playback& playback, const StartOptions& options) {
+    LockGuard guard(playback.lock);
+    uint16_t result = OpenDeviceForFile(playback, options.sample_rate);
+    if (result == TOLVANE_OK) result = StartRing(playback, options);
+    if (result != TOLVANE_OK) {
+        FreePlaybackBuffers(playback);
+        CloseOutputDevice(playback);
+    }
+    return result;
+}
+
+uint16_t StartAndWatch(Playback& playback, const StartOptions& options) {
+    uint16_t result = StartOpenFile(playback, options);
+    if (result == TOLVANE_OK && IsDrained(playback)) EndWhatNeverBegan();
+    return result;
+}
+
+}  // namespace
+
+Playback& ThePlayback() {
+    return Immortal<Playback>();
+}
+
+uint16_t StartWavePlayback(const char* path, const char* mix_path, StartOptions options) {
+    Playback& playback = ThePlayback();
+    Claim claim(playback);
+    if (!claim) return TOLVANE_ALREADY_PLAYING;
+    uint16_t result = OpenWaveForPlay(path, mix_path, &playback.main, &playback.mix);
+    bool compressed = result == TOLVANE_NOT_PCM && !playback.mix.file;
+    options.direct = options.direct && compressed;
+    if (options.direct) {
+        options.sample_rate = 0;
+        options.start = 0;
+        result = TOLVANE_OK;
+    }
+    result = result == TOLVANE_OK ? StartAndWatch(playback, options) : uint16_t{TOLVANE_CANNOT_OPEN};
+    if (result != TOLVANE_OK) ClosePlaybackFiles(playback);
+    return result;
+}
+
+uint16_t LoadPlaybackFile(const char* path) {
+    Playback& playback = ThePlayback();
+    Claim claim(playback);
+    if (!claim) return TOLVANE_ALREADY_PLAYING;
+    uint16_t result = OpenWaveForPlay(path, nullptr, &playback.main, &playback.mix);
+    if (result == TOLVANE_OK && QueryOutputFormat(playback, 0)) return TOLVANE_OK;
+    ClosePlaybackFiles(playback);
+    return result == TOLVANE_OK ? TOLVANE_FORMAT_NOT_PLAYABLE : TOLVANE_CANNOT_OPEN;
+}
+
+uint16_t StartLoadedFile(uint32_t start, uint16_t unit) {
+    Playback& playback = ThePlayback();
+    Claim claim(playback);
+    if (!claim) return TOLVANE_ALREADY_PLAYING;
+    if (!playback.main.file) return TOLVANE_CANNOT_OPEN;
+    StartOptions options;
+    options.start = start;
+    options.unit = unit;
+    options.start_paused = false;
+    return StartAndWatch(playback, options);
+}
+
+}  // namespace tolvane
