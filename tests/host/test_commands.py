@@ -1,0 +1,154 @@
+#!/usr/bin/env python3
+"""The commands that do not play: info, devices, codecs; arguments, help, exit codes. On every target."""
+import os
+import re
+import struct
+import subprocess
+
+import support
+from support import NATIVE, Case, run
+
+NO_SOUND = ("--card", "none") if NATIVE else ()
+
+
+def chunk(name, body, claimed=None):
+    return name + struct.pack("<I", len(body) if claimed is None else claimed) + body + b"\0" * (len(body) % 2)
+
+
+def riff(*chunks):
+    body = b"WAVE" + b"".join(chunks)
+    return b"RIFF" + struct.pack("<I", len(body)) + body
+
+
+def format_record(tag=1, channels=2, rate=44100, average=176400, block=4, bits=16):
+    return chunk(b"fmt ", struct.pack("<HHIIHH", tag, channels, rate, average, block, bits))
+
+
+class Info(Case):
+    def info(self, *files):
+        return run("info", *files)
+
+    def test_pcm_files(self):
+        cases = [(dict(rate=44100, channels=2, bits=16), "PCM, 44100 Hz, stereo, 16 bit", 22050 * 4),
+                 (dict(rate=8000, channels=1, bits=8), "PCM, 8000 Hz, mono, 8 bit", 4000),
+                 (dict(rate=48000, channels=1, bits=16), "PCM, 48000 Hz, mono, 16 bit", 24000 * 2)]
+        for form, words, size in cases:
+            with self.subTest(**form):
+                path = self.make_wave(**form)
+                frames = size // (form["channels"] * form["bits"] // 8)
+                self.assert_result(self.info(path), 0, out=[
+                    f"{path}\n", words, f"0:00.500 ({frames} samples a channel)",
+                    f"{size} bytes of {path.stat().st_size} in the file"])
+
+    def test_compressed_files_name_their_codec(self):
+        source = self.make_wave(rate=8000, channels=1)
+        for encoding, tag, name in (("ima-adpcm", "0x0011", "IMA ADPCM"), ("ms-adpcm", "0x0002", "ADPCM"),
+                                    ("u-law", "0x0007", "CCITT u-Law"), ("gsm-full-rate", "0x0031", "GSM")):
+            with self.subTest(encoding):
+                path = self.folder / f"{encoding}.wav"
+                subprocess.run(["sox", source, "-e", encoding, path], check=True)
+                told = self.info(path)
+                self.assert_result(told, 0, out=[f"compressed {tag}", "8000 Hz, mono", "Codec"])
+                self.assertRegex(told.stdout, r"about 0:00\.[45]\d\d")
+                self.assertIn(name.lower(), told.stdout.lower())
+
+    def test_broken_files_are_refused_with_their_reason(self):
+        sound = chunk(b"data", b"\1\2\3\4" * 20)
+        cases = {"empty": (b"", "no wave file"), "text": (b"no sound at all, just words\n" * 9, "no wave file"),
+                 "avi": (b"RIFF" + struct.pack("<I", 4) + b"AVI ", "no wave file"),
+                 "no-format": (riff(sound), "no usable format record"),
+                 "short-format": (riff(chunk(b"fmt ", b"\1\0\2\0"), sound), "no usable format record"),
+                 "no-data": (riff(format_record()), "no data chunk"), "cut": (riff(format_record())[:30], None)}
+        for name, (content, reason) in cases.items():
+            with self.subTest(name):
+                path = self.folder / f"{name}.wav"
+                path.write_bytes(content)
+                self.assert_result(self.info(path), 2, err=[f"cannot read {path}", *([reason] if reason else [])])
+
+    def test_hostile_numbers_are_shown_not_believed(self):
+        sound = chunk(b"data", b"\1\2\3\4" * 20)
+        zero = self.folder / "zero.wav"
+        zero.write_bytes(riff(format_record(channels=0, rate=0, average=0, block=0, bits=0), sound))
+        self.assert_result(self.info(zero), 0, out=["0 Hz", "unknown"])
+        huge = self.folder / "huge.wav"
+        huge.write_bytes(riff(format_record(), chunk(b"data", b"\0" * 80, claimed=0xFFFFFFF0)))
+        self.assert_result(self.info(huge), 0, out=["4294967280 bytes", "shorter than it says"])
+
+    def test_missing_files_and_folders_do_not_stop_the_others(self):
+        good, missing = self.make_wave(), self.folder / "missing.wav"
+        self.assert_result(self.info(missing, self.folder, good, self.folder / ("x" * 300)), 2, out=[str(good)],
+                           err=[f"{missing}: No such file or directory", "It is a folder", "more than 259"])
+
+
+class Listings(Case):
+    def test_devices_without_sound(self):
+        if not NATIVE:
+            self.skipTest("cards cannot be chosen on Windows")
+        self.assert_result(run("devices", *NO_SOUND), 0, out=["Outputs: none", "Inputs: none", "--card virtual"])
+
+    def test_devices_of_the_virtual_card(self):
+        if not NATIVE:
+            self.skipTest("cards cannot be chosen on Windows")
+        told = run("devices", "--card", "virtual")
+        self.assert_result(told, 0, out=["*  0  Virtual speakers", "*  0  Virtual microphone", "prefers"])
+
+    def test_codecs(self):
+        told = run("codecs")
+        self.assert_result(told, 0, out=["0x0001  PCM"])
+        tags = {int(tag, 16) for tag in re.findall(r"^ +\d+  0x([0-9A-F]{4})", told.stdout, re.M)}
+        self.assertLessEqual({0x0002, 0x0006, 0x0007, 0x0011, 0x0031, 0x0055}, tags)
+
+
+class Arguments(Case):
+    def test_help_and_version(self):
+        self.assertRegex(run("--version").stdout, r"^tolvane \d+\.\d+\.\d+\n$")
+        self.assert_result(run("--help"), 0, out=["info", "devices", "codecs", "play", "130 interrupted"])
+        for name, options in {"info": [], "devices": ["--card"], "codecs": [], "play": [
+                "--from", "--to", "--rate", "--repeat", "--device", "--card", "--into", "--quiet", "1:02.5"]}.items():
+            self.assert_result(run(name, "--help"), 0, out=["Example", f"tolvane {name}", *options])
+
+    def test_bad_arguments(self):
+        good = self.make_wave()
+        cases = [[], ["dance"], ["info"], ["play"], ["play", good, "--rate", "0"], ["play", good, "--rate", "fast"],
+                 ["play", good, "--card", "magic"], ["play", good, "--loud"], ["play", good, good],
+                 ["play", good, "--card", "none", "--into", "x.wav"], ["devices", "everywhere"]]
+        cases += [["play", good, "--from", time] for time in
+                  ("", "x", "-1", "1:60", "1:2:3:4", "1:", ":5", "1.5s", "4294967296b", "4294968", "1e3", "nan", "1.2.3")]
+        for arguments in cases:
+            with self.subTest(arguments):
+                self.assert_result(run(*arguments), 1, err=["tolvane: ", "--help"])
+
+    def test_contradictions_with_the_file(self):
+        good = self.make_wave(seconds=0.5)
+        law = self.folder / "law.wav"
+        subprocess.run(["sox", good, "-e", "u-law", law], check=True)
+        cases = [([good, "--from", "0.5"], "--from lies behind its end, 0:00.500"),
+                 ([good, "--from", "22050s"], "--from lies behind"), ([good, "--to", "0.1", "--from", "200ms"], "--to does"),
+                 ([good, "--from", "4096b", "--to", "1024s"], "--to does"), ([law, "--from", "0.1"], "compressed")]
+        for arguments, reason in cases:
+            with self.subTest(arguments):
+                self.assert_result(run("play", *arguments, *NO_SOUND), 1, err=[str(arguments[0]), reason])
+
+    def test_play_failures_say_why_and_what_to_do(self):
+        empty = support.write_wave(self.folder / "empty.wav", b"")
+        text = self.folder / "text.wav"
+        text.write_text("words")
+        for path, reason in ((self.folder / "none.wav", "No such file"), (self.folder, "folder"), (text, "no wave file"),
+                             (empty, "holds no sound")):
+            with self.subTest(path):
+                self.assert_result(run("play", path, *NO_SOUND), 2, err=[f"cannot play {path}: ", reason])
+        if NATIVE:
+            told = run("play", self.make_wave(), "--card", "none")
+            self.assert_result(told, 2, err=["no sound device", "--card virtual"])
+        self.assert_result(run("play", self.make_wave(), "--device", "77", *NO_SOUND), 2, err=["device 77"])
+
+    def test_without_a_sound_server_there_is_no_sound(self):
+        if not NATIVE:
+            self.skipTest("the sound server is reached through Wine there")
+        alone = {**os.environ, "PULSE_SERVER": f"unix:{self.folder}/nobody"}
+        self.assert_result(run("play", self.make_wave(), env=alone), 2, err=["no sound device", "--card virtual"])
+        self.assert_result(run("devices", env=alone), 0, out=["Outputs: none"])
+
+
+if __name__ == "__main__":
+    support.main()

@@ -1,0 +1,226 @@
+#!/usr/bin/env python3
+"""`tolvane play` on the virtual card, in real time: what is heard, what is shown, keys and Ctrl-C."""
+import os
+import re
+import signal
+import subprocess
+import time
+
+import support
+from support import NATIVE, Case, Terminal, command, noise, run, wave_frames, write_wave
+
+POSITION = re.compile(r"(>|\|\|) +(\d+):(\d\d)\.(\d) / ")
+ESCAPES = re.compile(r"\x1b\[[0-9;]*[A-Za-z]")
+
+
+class VirtualCard(Case):
+    def setUp(self):
+        if not NATIVE:
+            self.skipTest("the virtual card takes the place of the system's services, which are Windows' own there")
+        super().setUp()
+        self.heard = self.folder / "heard.wav"
+
+    def play(self, path, *arguments, **more):
+        return run("play", path, "--card", "virtual", "--into", self.heard, *arguments, **more)
+
+    def terminal(self, path, *arguments, **more):
+        terminal = Terminal("play", path, "--into", self.heard, *arguments, **more)
+        self.addCleanup(terminal.close)
+        terminal.read_until("> ")
+        return terminal
+
+
+class Heard(VirtualCard):
+    def test_whole_files(self):
+        for form in (dict(rate=44100, channels=2, bits=16), dict(rate=22050, channels=1, bits=16),
+                     dict(rate=8000, channels=1, bits=8), dict(rate=11025, channels=2, bits=8),
+                     dict(rate=48000, channels=2, bits=16)):
+            with self.subTest(**form):
+                path = self.make_wave(seconds=0.3, **form)
+                self.assert_result(self.play(path, "--quiet"), 0)
+                self.assertEqual(wave_frames(self.heard), wave_frames(path))
+
+    def test_parts(self):
+        path = self.make_wave(seconds=1)
+        frames = wave_frames(path)
+        for arguments, start, end in ((["--from", "0.75"], 33075, 44100), (["--to", "250ms"], 0, 11025),
+                                      (["--from", "11025s", "--to", "13000s"], 11025, 13000),
+                                      (["--from", "40002b", "--to", "44000b"], 10000, 11000),
+                                      (["--from", "0:00.5", "--to", "24050s"], 22050, 24050),
+                                      (["--from", "0.9", "--to", "5"], 39690, 44100)):
+            with self.subTest(arguments):
+                self.assert_result(self.play(path, "--quiet", *arguments), 0)
+                self.assertEqual(wave_frames(self.heard), frames[start * 4:end * 4])
+
+    def test_another_rate_changes_the_pace_not_the_samples(self):
+        path = self.make_wave(seconds=0.5)
+        start = time.monotonic()
+        self.assert_result(self.play(path, "--quiet", "--rate", "22050"), 0)
+        self.assertGreater(time.monotonic() - start, 0.95)
+        self.assertEqual(wave_frames(self.heard), wave_frames(path))
+
+    def test_speech_is_played_whole(self):
+        path = self.folder / "speech.wav"
+        subprocess.run(["espeak-ng", "-w", path, "This sentence is heard from its first word to its last."], check=True)
+        told = self.play(path)
+        self.assert_result(told, 0, out=["22050 Hz, mono, 16 bit", "Played to the end.", f"lies in {self.heard}"])
+        data = path.read_bytes()
+        self.assertEqual(wave_frames(self.heard), data[data.index(b"data") + 8:])
+
+    def test_without_a_name_the_heard_file_is_named_and_never_overwritten(self):
+        path = self.make_wave(seconds=0.1)
+        names = []
+        for _ in range(2):
+            told = run("play", path, "--card", "virtual", env={**os.environ, "TMPDIR": str(self.folder)})
+            self.assert_result(told, 0)
+            names.append(re.search(r"lies in (.+)\n", told.stdout).group(1))
+        self.assertNotEqual(*names)
+        for name in names:
+            self.assertEqual(wave_frames(name), wave_frames(path))
+
+    def test_a_file_that_cannot_be_written_is_told(self):
+        self.heard = self.folder / "no" / "such" / "folder.wav"
+        self.assert_result(self.play(self.make_wave(seconds=0.1)), 2, err=[str(self.heard), "--into"])
+
+
+class Plain(VirtualCard):
+    def test_lines_without_a_terminal(self):
+        told = self.play(self.make_wave(seconds=6, rate=8000, channels=1))
+        self.assert_result(told, 0, out=["sound.wav: PCM, 8000 Hz, mono, 16 bit, 0:06.0\n", "Played to the end.\n"])
+        self.assertRegex(told.stdout, r"\n  0:0[45]\.\d / 0:06\.0\n")
+        self.assertNotIn("\r", told.stdout)
+        self.assertNotIn("\x1b", told.stdout)
+
+    def test_it_ends_with_the_sound(self):
+        start = time.monotonic()
+        self.assert_result(self.play(self.make_wave(seconds=1)), 0)
+        self.assertTrue(0.95 < time.monotonic() - start < 1.5, time.monotonic() - start)
+
+    def test_interrupted(self):
+        for arguments in (["--quiet"], [], ["--repeat"]):
+            with self.subTest(arguments):
+                path = self.make_wave(seconds=20, rate=8000)
+                process = subprocess.Popen(command("play", path, "--into", self.heard, *arguments),
+                                           stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+                time.sleep(0.7)
+                start = time.monotonic()
+                process.send_signal(signal.SIGINT)
+                out, err = process.communicate(timeout=5)
+                self.assertLess(time.monotonic() - start, 1)
+                self.assertEqual((process.returncode, err), (130, b""))
+                frames = wave_frames(self.heard)
+                self.assertTrue(0.2 < len(frames) / 32000 < 1.5, len(frames))
+                self.assertTrue(wave_frames(path).startswith(frames))
+
+    def test_repeat_begins_again_at_the_start(self):
+        path = self.make_wave(seconds=0.5)
+        process = subprocess.Popen(command("play", path, "--into", self.heard, "--repeat", "--quiet", "--from", "0.25"))
+        time.sleep(1.2)
+        process.send_signal(signal.SIGINT)
+        self.assertEqual(process.wait(5), 130)
+        turn, frames = wave_frames(path)[11025 * 4:], wave_frames(self.heard)
+        self.assertGreater(len(frames), 2 * len(turn))
+        self.assertTrue((turn * 9).startswith(frames))
+
+
+class Screen(VirtualCard):
+    def positions(self, text):
+        """Seconds shown, with whether it was paused."""
+        return [(int(m[2]) * 60 + int(m[3]) + int(m[4]) / 10, m[1] == "||") for m in POSITION.finditer(ESCAPES.sub("", text))]
+
+    def test_position_bar_and_meter(self):
+        terminal = self.terminal(self.make_wave(seconds=1), columns=80)
+        self.assertEqual(terminal.wait(), 0)
+        text = terminal.output.decode()
+        places = [place for place, _ in self.positions(text)]
+        self.assertEqual(places, sorted(places))
+        self.assertTrue(8 <= len(places) <= 25, places)
+        self.assertTrue(0.7 < places[-1] <= 1.0, places)
+        self.assertIn("\x1b[32m", text)
+        loud = ESCAPES.sub("", text).split("\r")[-8]
+        self.assertRegex(loud, r"[=━]+[-─]*  L [#█▏▎▍▌▋▊▉]{3}.* R [#█▏▎▍▌▋▊▉]{3}")
+        self.assertTrue(text.rstrip().endswith(f"lies in {self.heard}"), text[-200:])
+
+    def test_the_meter_shows_each_channel(self):
+        silent_right = b"".join(noise(0.002, channels=1, seed=n)[:2] + b"\0\0" for n in range(8)) * 5000
+        terminal = self.terminal(write_wave(self.folder / "left.wav", silent_right), env={"LC_ALL": "C"})
+        self.assertEqual(terminal.wait(), 0)
+        lines = ESCAPES.sub("", terminal.output.decode()).split("\r")
+        self.assertTrue(any(re.search(r"  L #{4,}", line) for line in lines), lines)
+        self.assertFalse(any(re.search(r" R .*#", line) for line in lines), lines)
+
+    def test_the_line_fits_the_terminal(self):
+        path = self.make_wave(seconds=0.4)
+        for columns in (200, 80, 61, 40, 30, 20, 9):
+            for env in ({"LC_ALL": "C.UTF-8"}, {"LC_ALL": "C", "NO_COLOR": "1"}):
+                with self.subTest(columns=columns, **env):
+                    terminal = self.terminal(path, columns=columns, env=env)
+                    self.assertEqual(terminal.wait(), 0)
+                    text = terminal.output.decode()
+                    lines = [line for line in ESCAPES.sub("", text).split("\r") if line.startswith(">")]
+                    self.assertTrue(lines)
+                    self.assertLess(max(map(len, lines)), columns)
+                    self.assertEqual("L" in lines[-1], columns >= 50, lines[-1])
+                    if "NO_COLOR" in env:
+                        self.assertNotRegex(text, r"\x1b\[\d*m")
+                        self.assertTrue(text.isascii())
+
+    def test_the_line_follows_a_new_width(self):
+        terminal = self.terminal(self.make_wave(seconds=3), columns=100)
+        terminal.resize(50)
+        terminal.read_for(0.3)
+        after = ESCAPES.sub("", terminal.read_for(0.5)).split("\r")
+        self.assertLess(max(map(len, after)), 50)
+
+    def test_pause_really_pauses(self):
+        terminal = self.terminal(self.make_wave(seconds=2))
+        terminal.read_for(0.5)
+        terminal.press(" ")
+        terminal.read_until("|| ")
+        terminal.read_for(0.2)
+        held = {place for place, paused in self.positions(terminal.read_for(1.5)) if paused}
+        self.assertEqual(len(held), 1, held)
+        terminal.press(" ")
+        start = time.monotonic()
+        self.assertEqual(terminal.wait(), 0)
+        self.assertTrue(0.8 < time.monotonic() - start < 1.8, time.monotonic() - start)
+        self.assertEqual(wave_frames(self.heard), wave_frames(self.folder / "sound.wav"))
+
+    def test_keys_move(self):
+        terminal = self.terminal(self.make_wave(seconds=30, rate=8000, channels=1))
+        for key, low, high in (("\x1b[C", 5.0, 6.5), ("\x1b[C", 10.0, 12.0), ("\x1b[D", 5.0, 8.0), ("\x1bOC", 10, 13.5),
+                               ("\x1b[H", 0.0, 1.0), ("\x1b[D", 0.0, 1.0)):
+            terminal.read_for(0.2)
+            terminal.press(key)
+            terminal.read_for(0.25)
+            place = self.positions(terminal.read_for(0.25))[-1][0]
+            self.assertTrue(low <= place <= high, (key, place))
+        terminal.press("?")
+        terminal.read_until("this help")
+        terminal.press("q")
+        self.assertEqual(terminal.wait(1), 0)
+        self.assertRegex(terminal.output.decode(), r"Stopped at 0:0\d\.\d")
+        self.assertTrue(terminal.modes_restored())
+
+    def test_every_end_leaves_the_terminal_as_it_was(self):
+        path = self.make_wave(seconds=20, rate=8000)
+        for how, code in ((lambda t: t.press("\x1b"), 0), (lambda t: t.press("\x03"), 130),
+                          (lambda t: t.process.send_signal(signal.SIGINT), 130)):
+            terminal = self.terminal(path)
+            terminal.read_for(0.3)
+            self.assertFalse(terminal.modes_restored(), "single keys need other modes")
+            start = time.monotonic()
+            how(terminal)
+            self.assertEqual(terminal.wait(2), code)
+            self.assertLess(time.monotonic() - start, 1)
+            self.assertTrue(terminal.modes_restored())
+
+    def test_keys_of_no_meaning_do_nothing(self):
+        terminal = self.terminal(self.make_wave(seconds=1))
+        terminal.press("xyz\x1b[A\x1b[3~\x1b[1;5P\t")
+        self.assertEqual(terminal.wait(), 0)
+        self.assertIn("Played to the end.", terminal.output.decode())
+
+
+if __name__ == "__main__":
+    support.main()

@@ -1,0 +1,100 @@
+#!/usr/bin/env python3
+"""Playing on a real sound server without hardware: what the sink's monitor captured is the file, sample for sample."""
+import re
+import subprocess
+import sys
+import time
+import unittest
+from pathlib import Path
+
+import support
+from support import NATIVE, ROOT, Case, SoundServer, run, wave_frames
+
+FORMS = [dict(rate=rate, channels=channels, bits=bits)
+         for rate in (8000, 11025, 22050, 44100, 48000) for channels in (1, 2) for bits in (8, 16)]
+
+
+class Server(Case):
+    @classmethod
+    def setUpClass(cls):
+        cls.server = SoundServer()
+        cls.addClassCleanup(cls.server.stop)
+
+    def capture(self, name, path, form):
+        """Everything the sink played while the program ran."""
+        self.server.add_sink(name, **form)
+        target = self.folder / f"{name}.raw"
+        recorder = self.server.record(name, target=target, **form)
+        try:
+            time.sleep(0.3)
+            told = run("play", path, "--device", name, env=self.server.env)
+            time.sleep(0.5)
+        finally:
+            recorder.terminate()
+            recorder.wait()
+        return told, target.read_bytes()
+
+    def assert_heard(self, captured, frames, form):
+        place = captured.find(frames)
+        self.assertGreaterEqual(place, 0, f"the {len(frames)} bytes of the file are not in the {len(captured)} captured")
+        self.assertEqual(place % (form["channels"] * form["bits"] // 8), 0)
+        silence = b"\x80" if form["bits"] == 8 else b"\0"
+        self.assertEqual((captured[:place] + captured[place + len(frames):]).strip(silence), b"")
+
+
+@unittest.skipUnless(NATIVE, "the sinks' names and formats are reached through Wine there")
+class Monitor(Server):
+    def test_every_format_sample_for_sample(self):
+        for number, form in enumerate(FORMS):
+            name = f"sink{number}"
+            with self.subTest(**form):
+                path = self.make_wave(f"{name}.wav", seed=number, **form)
+                told, captured = self.capture(name, path, form)
+                self.assert_result(told, 0, out=["Played to the end."])
+                self.assert_heard(captured, wave_frames(path), form)
+
+    def test_a_spoken_sentence_and_music(self):
+        speech, music = self.folder / "speech.wav", self.folder / "music.wav"
+        subprocess.run(["espeak-ng", "-w", speech, "Every word of this sentence arrives."], check=True)
+        subprocess.run(["sox", "-n", "-r", "44100", "-b", "16", music, "synth", "1.5", "pluck", "C3", "pluck", "E4", "delay",
+                        "0", "0.4", "norm", "-2"], check=True)
+        for path, form in ((speech, dict(rate=22050, channels=1, bits=16)), (music, dict(rate=44100, channels=2, bits=16))):
+            data = path.read_bytes()
+            frames = data[data.index(b"data") + 8:].strip(b"\0")
+            told, captured = self.capture(path.stem, path, form)
+            self.assert_result(told, 0)
+            self.assertIn(frames, captured)
+
+    def test_devices_by_number_and_name(self):
+        told = run("devices", env=self.server.env)
+        self.assert_result(told, 0, out=["Outputs\n", "Inputs\n"])
+        outputs = told.stdout.split("Inputs")[0]
+        self.assertEqual(len(re.findall(r"^\* ", outputs, re.M)), 1)
+        path = self.make_wave(seconds=0.1)
+        self.assert_result(run("play", path, "--device", "0", "--quiet", env=self.server.env), 0)
+        self.assert_result(run("play", path, "--device", "no such", env=self.server.env), 2, err=["tolvane devices"])
+
+    def test_the_examples_end_with_the_sound(self):
+        path, missing = self.make_wave(), self.folder / "missing.wav"
+        binaries = Path(support.PROGRAM).parent
+        for example, more in (([binaries / "play-example"], []),
+                              ([sys.executable, ROOT / "examples/play.py"], [binaries.parent / "lib"])):
+            start = time.monotonic()
+            subprocess.run([*example, path, *more], env=self.server.env, check=True, timeout=10)
+            self.assertTrue(0.45 < time.monotonic() - start < 2, example)
+            failed = subprocess.run([*example, missing, *more], env=self.server.env, capture_output=True, timeout=10)
+            self.assertNotEqual(failed.returncode, 0)
+            self.assertIn(b"missing.wav: result code 102", failed.stderr)
+
+
+class Everywhere(Server):
+    def test_play_to_the_end(self):
+        path = self.make_wave(seconds=1)
+        start = time.monotonic()
+        told = run("play", path, env=self.server.env)
+        self.assert_result(told, 0, out=["44100 Hz, stereo, 16 bit", "Played to the end."])
+        self.assertGreater(time.monotonic() - start, 0.9)
+
+
+if __name__ == "__main__":
+    support.main()
