@@ -1,0 +1,110 @@
+#!/usr/bin/env python3
+"""What playing costs beside other players, and how soon it starts, on a private sound server without hardware.
+
+    bench/play_cost.py [SECONDS [ROUNDS]]      (10 seconds a measurement, 5 rounds; players take turns)
+
+cpu     processor milliseconds a second of sound, of all the player's threads, from second 2 on
+start   milliseconds from before exec to the first sample in the sink's monitor, median (smallest to largest)
+Both on 44.1 kHz 16-bit stereo. The monitor is read every few milliseconds, the same for every player."""
+import os
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parent.parent
+TOLVANE = os.environ.get("TOLVANE_PROGRAM", str(ROOT / "build/native/bin/tolvane"))
+SERVER = str(ROOT / "tools/sound-server")
+RAW = ["--raw", "--format=s16le", "--rate=44100", "--channels=2"]
+
+
+def players(sound):
+    rows = {"tolvane --quiet": [TOLVANE, "play", "--quiet", sound], "tolvane": [TOLVANE, "play", sound],
+            "sox": ["sox", "-q", sound, "-t", "pulseaudio", "speakers"], "paplay": ["paplay", sound]}
+    return {name: command for name, command in rows.items() if shutil.which(command[0])}
+
+
+def processor_ms(pid):
+    threads = Path(f"/proc/{pid}/task").iterdir()
+    return sum(int((thread / "schedstat").read_text().split()[0]) for thread in threads) / 1e6
+
+
+def launch(command, env):
+    return subprocess.Popen(command, env=env, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+
+
+def end(process):
+    process.terminate()
+    process.wait()
+
+
+def cost(command, env, seconds):
+    process = launch(command, env)
+    try:
+        time.sleep(2)
+        before, start = processor_ms(process.pid), time.monotonic()
+        time.sleep(seconds)
+        return (processor_ms(process.pid) - before) / (time.monotonic() - start)
+    finally:
+        end(process)
+
+
+def first_sample(command, env):
+    """Milliseconds to the first sample that is not silence."""
+    recorder = subprocess.Popen(["parec", "-d", "speakers.monitor", *RAW, "--latency-msec=1"], env=env,
+                                stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+    heard = []
+
+    def listen():
+        while data := os.read(recorder.stdout.fileno(), 65536):
+            if any(data):
+                return heard.append(time.monotonic())
+
+    listener = threading.Thread(target=listen, daemon=True)
+    listener.start()
+    time.sleep(0.4)
+    start = time.monotonic()
+    process = launch(command, env)
+    listener.join(5)
+    end(process)
+    end(recorder)
+    time.sleep(0.2)
+    if not heard:
+        raise SystemExit(f"{command[0]} was not heard")
+    return (heard[0] - start) * 1000
+
+
+def measure(sound, env, seconds, rounds):
+    rows = {name: ([], []) for name in players(sound)}
+    for _ in range(rounds):
+        for name, command in players(sound).items():
+            rows[name][0].append(cost(command, env, seconds / rounds))
+            rows[name][1].append(first_sample(command, env))
+    return rows
+
+
+def main(seconds=10, rounds=5):
+    with tempfile.TemporaryDirectory() as folder:
+        sound, server = f"{folder}/sound.wav", f"{folder}/server"
+        subprocess.run(["sox", "-D", "-R", "-n", "-r", "44100", "-c", "2", "-b", "16", sound, "synth", "60", "pinknoise",
+                        "gain", "-6"], check=True)
+        subprocess.run([SERVER, "start", server], check=True)
+        env = {**os.environ, "PULSE_SERVER": f"unix:{server}/native"}
+        # A silent stream with a small latency keeps the sink's blocks short, so that they do not hide the start.
+        silence = subprocess.Popen(["pacat", "--playback", *RAW, "--latency-msec=10"], env=env, stdin=open("/dev/zero", "rb"))
+        try:
+            rows = measure(sound, env, seconds, rounds)
+        finally:
+            end(silence)
+            subprocess.run([SERVER, "stop", server], check=True)
+    print(f"{'player':<18}{'cpu ms/s':>9}{'start ms':>10}")
+    for name, (costs, starts) in rows.items():
+        print(f"{name:<18}{statistics.median(costs):9.2f}{statistics.median(starts):10.1f}  ({min(starts):.1f} to {max(starts):.1f})")
+
+
+if __name__ == "__main__":
+    main(*(int(argument) for argument in sys.argv[1:3]))
