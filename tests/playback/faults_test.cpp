@@ -1,0 +1,160 @@
+// A playback whose services fail: refused buffers, and every call of every operation failing in turn.
+#include <iostream>
+
+#include <gmock/gmock.h>
+
+#include "support/faults.h"
+#include "support/resources.h"
+#include "support/virtual_card.h"
+#include "support/watchdog.h"
+
+namespace tolvane::test {
+namespace {
+
+constexpr Format kStereo{44100, 2, 16};
+constexpr uint32_t kBuffer = 21 * 1024 / 4;  // frames
+
+class PlaybackFaults : public Playing {
+  protected:
+    void SetUp() override {
+        if (!FaultsAvailable()) GTEST_SKIP() << "services cannot be made to fail here";
+        Playing::SetUp();
+    }
+    void TearDown() override {
+        PlatformFailNone();
+        Playing::TearDown();
+    }
+
+    // After a fault, whatever came of it: the playback can be stopped, was told as ended at most once, and a
+    // new one is heard whole.
+    void ExpectGoodOrder() {
+        watchdog_.At("good order");
+        AudioStop();
+        PlatformVirtualSettle();
+        EXPECT_TRUE(Closed());
+        EXPECT_LE(window_.Ended(), ended_ + 1);
+        PlatformVirtualClearPlayed(0);
+        ASSERT_EQ(Play(), TOLVANE_OK);
+        PlayOut();
+        EXPECT_TRUE(Heard({{0, sound_.size() / format_.Block()}}));
+        ended_ = window_.Ended();
+    }
+    // Sweeps twice: what the first sweep leaves warm, the second must leave as it was.
+    void Sweep(const char* name, const std::function<void()>& action) {
+        const auto sweep = [&] { return FailEachCall("*", action, [&] { ExpectGoodOrder(); }); };
+        sweep();
+        const Resources before = Resources::Now();
+        const uint32_t points = sweep();
+        EXPECT_PRED2([](auto& a, auto& b) { return NothingLeaked(a, b, 16384); }, before, Resources::Now())
+            << name;
+        EXPECT_GT(points, 0u);
+        std::cout << name << ": " << points << " service calls failed in turn\n";
+    }
+
+    int ended_ = 0;
+    Watchdog watchdog_;
+};
+
+TEST_F(PlaybackFaults, ARefusedBufferDropsOutOfTheRing) {
+    Make(kStereo, 12 * kBuffer);
+    {
+        FaultScope fault("waveOutWrite", 3);
+        ASSERT_EQ(Play(), TOLVANE_OK);
+    }
+    EXPECT_EQ(PlatformVirtualQueued(0, nullptr, 0), 7u);
+    Advance(kBuffer);
+    EXPECT_EQ(PlatformVirtualQueued(0, nullptr, 0), 7u);
+    PlayOut();
+    EXPECT_TRUE(Heard({{0, 2 * kBuffer}, {3 * kBuffer, 12 * kBuffer}}));
+}
+
+TEST_F(PlaybackFaults, APlaybackWithoutBuffersEnds) {
+    Make(kStereo, 12 * kBuffer);
+    {
+        FaultScope fault("waveOutWrite", 1, true);
+        ASSERT_EQ(Play(), TOLVANE_OK);
+        PlatformVirtualSettle();
+    }
+    EXPECT_TRUE(window_.AwaitEnd());
+    EXPECT_TRUE(Closed());
+    EXPECT_TRUE(Heard({}));
+    ExpectGoodOrder();
+
+    PlatformVirtualClearPlayed(0);
+    ASSERT_EQ(Play(), TOLVANE_OK);
+    Advance(kBuffer / 2);
+    {
+        FaultScope fault("waveOutWrite", 1, true);
+        PlayOut();
+    }
+    EXPECT_TRUE(Heard({{0, 8 * kBuffer}})) << "what was queued is still played";
+}
+
+TEST_F(PlaybackFaults, AFileThatFailsToBeReadEndsThePlayback) {
+    Make(kStereo, 20 * kBuffer);
+    ASSERT_EQ(Play(), TOLVANE_OK);
+    Advance(kBuffer + 5);
+    {
+        FaultScope fault("mmioRead", 1, true);
+        PlayOut();
+    }
+    EXPECT_TRUE(Heard({{0, 9 * kBuffer}}));
+    ASSERT_EQ(Play(0, 0, TOLVANE_SAMPLES, true), TOLVANE_OK) << "a repeat of nothing must not go on for ever";
+    {
+        FaultScope fault("mmioRead", 1, true);
+        PlayOut();
+    }
+    ExpectGoodOrder();
+}
+
+TEST_F(PlaybackFaults, EveryCallOfAStartMayFail) {
+    Make({8000, 1, 8}, 3000);
+    ExpectGoodOrder();
+    Sweep("AudioPlayWaveEx", [&] {
+        watchdog_.At("start");
+        EXPECT_THAT(Play(), ::testing::AnyOf(0, 102, 103, 104, 105, 106, 113, ::testing::Ge(400)));
+    });
+    Sweep("AudioLoadFile and AudioPlayCurrentFile", [&] {
+        watchdog_.At("load and start");
+        EXPECT_THAT(AudioLoadFile(path_.c_str()), ::testing::AnyOf(0, 102, 104));
+        EXPECT_THAT(AudioPlayCurrentFile(5, TOLVANE_SAMPLES),
+                    ::testing::AnyOf(0, 102, 103, 104, 105, 106, 113));
+    });
+}
+
+// What steers a playback has no code to give: the playback goes on or ends, and good order follows.
+TEST_F(PlaybackFaults, EveryCallOfARunningPlaybackMayFail) {
+    Make({8000, 1, 8}, 30000);
+    const auto while_playing = [&](const char* name, const std::function<void()>& steps) {
+        // The start is part of each run but not of the sweep: only calls after it are counted and fail.
+        uint32_t points = 0;
+        for (const bool sticky : {false, true})
+            for (uint32_t nth = 0; nth <= points; ++nth) {
+                SCOPED_TRACE(::testing::Message()
+                             << name << ", call " << nth << (sticky ? " and after" : ""));
+                watchdog_.At(std::string(name) + " call " + std::to_string(nth));
+                ASSERT_EQ(Play(), TOLVANE_OK);
+                Advance(500);
+                PlatformFailCall("*", nth ? nth : UINT32_MAX, 0, sticky);
+                steps();
+                if (nth == 0) points = PlatformCallCount("*");
+                PlatformFailNone();
+                ExpectGoodOrder();
+            }
+        std::cout << name << ": " << points << " service calls failed in turn\n";
+        EXPECT_GT(points, 0u);
+    };
+    while_playing("pause and resume", [] { AudioPause(), AudioResume(); });
+    while_playing("position and level", [] {
+        uint32_t left, right;
+        EXPECT_LE(AudioGetPosition(TOLVANE_SAMPLES), 30000u);
+        AudioGetPlaybackLevel(&left, &right);
+    });
+    while_playing("move", [] { AudioMoveTo(7, TOLVANE_MILLISECONDS), PlatformVirtualSettle(); });
+    while_playing("refill", [&] { Advance(2000); });
+    while_playing("end", [&] { AudioMoveTo(30000, TOLVANE_SAMPLES), PlatformVirtualSettle(); });
+    while_playing("stop", [] { AudioStop(); });
+}
+
+}  // namespace
+}  // namespace tolvane::test
