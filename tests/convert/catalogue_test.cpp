@@ -1,8 +1,6 @@
 // The catalogue of codecs, as a host reads it.
 #include <tolvane.h>
 
-#include <platform/testing/faults.h>
-
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -12,10 +10,12 @@
 #include <thread>
 
 #include "convert/registered_codec.h"
+#include "support/faults.h"
 
 namespace {
 
-constexpr uint32_t kCodec = 1, kConverter = 2, kFilter = 4, kHardware = 8, kLocal = 0x40000000, kDisabled = 0x80000000;
+constexpr uint32_t kCodec = 1, kConverter = 2, kFilter = 4, kHardware = 8, kLocal = 0x40000000,
+                   kDisabled = 0x80000000;
 constexpr uint32_t kFailed = 1;  // any result that is not 0
 constexpr int kJunk = 0xEE;
 
@@ -31,7 +31,8 @@ bool Same(const Record& a, const Record& b) {
     return memcmp(&a, &b, sizeof a) == 0;
 }
 
-CodecDescription ExpectedCodec(uint32_t index, uint32_t id, uint32_t reported, uint32_t listed, const char* name) {
+CodecDescription ExpectedCodec(uint32_t index, uint32_t id, uint32_t reported, uint32_t listed,
+                               const char* name) {
     CodecDescription codec{index, id, reported, listed, {}, {}};
     snprintf(codec.longName, sizeof codec.longName, "%s", name);
     return codec;
@@ -59,10 +60,10 @@ FormatTagDescription Tag(uint16_t codec, uint16_t index) {
 class Catalogue : public testing::Test {
   protected:
     void SetUp() override {
-        if (!PlatformShowBuiltInCodecs(0)) GTEST_SKIP() << "the system's codec manager takes no drivers from a test";
+        if (!PlatformShowBuiltInCodecs(0))
+            GTEST_SKIP() << "the system's codec manager takes no drivers from a test";
     }
     void TearDown() override {
-        PlatformFailNone();
         EXPECT_EQ(PlatformOpenCodecs(), 0u);
         PlatformShowBuiltInCodecs(1);
     }
@@ -87,15 +88,16 @@ TEST_F(Catalogue, DescribesEveryDriverInTheSystemsOrder) {
     EXPECT_TRUE(Same(Tag(3, 0), FormatTagDescription{}));
 
     PlatformRemoveCodec(front_id);
-    EXPECT_TRUE(Same(Codec(0), ExpectedCodec(0, front_id, 1, 1, "Before the first"))) << "only a recount changes it";
+    EXPECT_TRUE(Same(Codec(0), ExpectedCodec(0, front_id, 1, 1, "Before the first")))
+        << "only a recount changes it";
     ASSERT_EQ(GetNumberOfCodec(), 3);
     EXPECT_TRUE(Same(Codec(0), ExpectedCodec(0, a.Id(), 2, 2, "First")));
 }
 
 TEST_F(Catalogue, EndsAtADriverWithMoreOrLessThanOnePurpose) {
     const RegisteredCodec before(CodecNamed("Before", kCodec, pcm_));
-    for (const uint32_t support : {0u, kCodec | kConverter, kCodec | kHardware, kFilter | kLocal, kCodec | kDisabled,
-                                   kDisabled, 0x10u}) {
+    for (const uint32_t support : {0u, kCodec | kConverter, kCodec | kHardware, kFilter | kLocal,
+                                   kCodec | kDisabled, kDisabled, 0x10u}) {
         const RegisteredCodec odd(CodecNamed("Odd", support, pcm_));
         const RegisteredCodec behind(CodecNamed("Behind", kCodec, pcm_));
         EXPECT_EQ(GetNumberOfCodec(), 1) << std::hex << support;
@@ -105,7 +107,8 @@ TEST_F(Catalogue, EndsAtADriverWithMoreOrLessThanOnePurpose) {
 
 TEST_F(Catalogue, ListsADriverThatCannotBeUsedWithoutTags) {
     PlatformCodec codecs[3];
-    for (PlatformCodec& codec : codecs) codec = CodecNamed("Unusable", kCodec, tags_);
+    for (PlatformCodec& codec : codecs)
+        codec = CodecNamed("Unusable", kCodec, tags_);
     codecs[0].priority = 0x80000001;
     codecs[1].metrics_result = kFailed;
     codecs[2].open_result = kFailed;
@@ -171,12 +174,14 @@ TEST_F(Catalogue, CutsLongNames) {
 }
 
 TEST_F(Catalogue, EveryServiceMayFail) {
+    if (!tolvane::test::FaultsAvailable()) GTEST_SKIP() << "services cannot be made to fail here";
     const RegisteredCodec a(CodecNamed("First", kCodec, tags_));
     const RegisteredCodec b(CodecNamed("Second", kCodec, tags_));
     const auto listed_when_failing = [](const char* service) {
-        PlatformFailCall(service, 1, 0, 0);
+        const tolvane::test::FaultScope fault(service, 1);
         std::vector<uint32_t> listed;
-        for (uint16_t i = 0, count = GetNumberOfCodec(); i < count; ++i) listed.push_back(Codec(i).listedFormatTagCount);
+        for (uint16_t i = 0, count = GetNumberOfCodec(); i < count; ++i)
+            listed.push_back(Codec(i).listedFormatTagCount);
         EXPECT_EQ(PlatformFaultsStruck(), 1u) << service;
         return listed;
     };
@@ -187,7 +192,6 @@ TEST_F(Catalogue, EveryServiceMayFail) {
     EXPECT_EQ(listed_when_failing("acmFormatTagEnumA"), (Counts{0, 2}));
     EXPECT_EQ(listed_when_failing("acmDriverDetailsA"), (Counts{2, 2}));
     EXPECT_TRUE(Same(Codec(0), ExpectedCodec(0, a.Id(), 0, 2, "")));
-    PlatformFailNone();
 }
 
 TEST_F(Catalogue, RebuildsNeverRunUnderAReader) {
@@ -195,13 +199,15 @@ TEST_F(Catalogue, RebuildsNeverRunUnderAReader) {
     std::atomic<bool> over = false;
     std::atomic<int> wrong = 0;
     std::thread rebuilding([&] {
-        for (int i = 0; i < 300; ++i) wrong += GetNumberOfCodec() != 1;
+        for (int i = 0; i < 300; ++i)
+            wrong += GetNumberOfCodec() != 1;
         over = true;
     });
     GetNumberOfCodec();
     const CodecDescription codec = ExpectedCodec(0, a.Id(), 2, 2, "First");
     const FormatTagDescription tag = ExpectedTag(0, 1, 0x1234, "Twelve");
-    while (!over) wrong += !Same(Codec(0), codec) + !Same(Tag(0, 1), tag);
+    while (!over)
+        wrong += !Same(Codec(0), codec) + !Same(Tag(0, 1), tag);
     rebuilding.join();
     EXPECT_EQ(wrong, 0);
 }
@@ -232,8 +238,10 @@ TEST(InstalledCodecs, AreDescribedConsistently) {
 TEST(InstalledCodecs, CoverTheCommonFormats) {
     std::set<uint32_t> tags;
     for (uint16_t i = 0, count = GetNumberOfCodec(); i < count; ++i)
-        for (uint16_t t = 0; t < Codec(i).listedFormatTagCount; ++t) tags.insert(Tag(i, t).formatTag);
-    for (const uint32_t tag : {1u, 2u, 6u, 7u, 0x11u, 0x31u, 0x55u}) EXPECT_TRUE(tags.contains(tag)) << tag;
+        for (uint16_t t = 0; t < Codec(i).listedFormatTagCount; ++t)
+            tags.insert(Tag(i, t).formatTag);
+    for (const uint32_t tag : {1u, 2u, 6u, 7u, 0x11u, 0x31u, 0x55u})
+        EXPECT_TRUE(tags.contains(tag)) << tag;
 }
 
 }  // namespace
