@@ -28,12 +28,10 @@ function(tolvane_limit_exports target list)
     target_sources(${target} PRIVATE ${out}.def)
   else()
     target_sources(${target} PRIVATE ${list})
-    # The import library the linker would write is wrong for __stdcall: the host's calls carry the decoration.
+    # The import library that the linker writes is wrong for __stdcall, the host's calls carry the decoration: it is
+    # replaced in its place.
     file(CONFIGURE OUTPUT ${out}-decorated.def CONTENT "${decorated}" @ONLY)
-    set_target_properties(${target} PROPERTIES ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/unused)
     add_custom_command(TARGET ${target} POST_BUILD VERBATIM
-      COMMAND ${CMAKE_DLLTOOL} -k -d ${out}-decorated.def -D Tolvane.dll
-              -l ${CMAKE_BINARY_DIR}/lib/libTolvane.dll.a
-      BYPRODUCTS ${CMAKE_BINARY_DIR}/lib/libTolvane.dll.a)
+      COMMAND ${CMAKE_DLLTOOL} -k -d ${out}-decorated.def -D Tolvane.dll -l $<TARGET_LINKER_FILE:${target}>)
   endif()
 endfunction()
