@@ -196,20 +196,21 @@ TEST_F(Catalogue, EveryServiceMayFail) {
 
 TEST_F(Catalogue, RebuildsNeverRunUnderAReader) {
     const RegisteredCodec a(CodecNamed("First", kCodec, tags_));
-    std::atomic<bool> over = false;
-    std::atomic<int> wrong = 0;
-    std::thread rebuilding([&] {
-        for (int i = 0; i < 300; ++i)
-            wrong += GetNumberOfCodec() != 1;
-        over = true;
-    });
-    GetNumberOfCodec();
     const CodecDescription codec = ExpectedCodec(0, a.Id(), 2, 2, "First");
     const FormatTagDescription tag = ExpectedTag(0, 1, 0x1234, "Twelve");
-    while (!over)
-        wrong += !Same(Codec(0), codec) + !Same(Tag(0, 1), tag);
+    ASSERT_EQ(GetNumberOfCodec(), 1);
+    std::atomic<int> rebuilds = 0;
+    std::atomic<bool> over = false;
+    std::thread rebuilding([&] {
+        while (!over)
+            rebuilds += GetNumberOfCodec() == 1;
+    });
+    while (rebuilds == 0)
+        std::this_thread::yield();
+    for (int i = 0; i < 3000 || rebuilds < 100; ++i)
+        if (!Same(Codec(0), codec) || !Same(Tag(0, 1), tag)) ADD_FAILURE() << "read " << i;
+    over = true;
     rebuilding.join();
-    EXPECT_EQ(wrong, 0);
 }
 
 // What holds for the drivers that are really there, on every system.

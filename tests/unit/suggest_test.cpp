@@ -81,7 +81,7 @@ class PcmSuggestion : public testing::Test {
     tolvane::test::TempFolder folder_;
     MmioFile file_;
     MPEGLAYER3WAVEFORMAT mp3_ = Mp3Format();
-    WAVEFORMATEX out_{};
+    alignas(8) WAVEFORMATEX out_{};
 };
 
 // The same with none but the test's drivers.
