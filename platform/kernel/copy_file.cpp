@@ -1,0 +1,85 @@
+// Copying a whole file: by the kernel where it can (it may share the blocks), otherwise in pieces. A copy
+// that fails leaves no half of itself behind.
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <memory>
+#include <new>
+
+#include "platform/kernel/error.h"
+#include "platform/kernel/file.h"
+#include "platform/kernel/names.h"
+
+namespace tolvane::platform {
+
+namespace {
+
+constexpr size_t kPiece = 256 * 1024;
+
+bool IsSameFile(const struct stat& a, const struct stat& b) {
+    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+// Looked at before the destination is opened, because opening empties it.
+DWORD CheckDestination(const struct stat& source, const char* to) {
+    struct stat status;
+    if (stat(to, &status) != 0) return ERROR_SUCCESS;
+    if (IsSameFile(source, status)) return ERROR_SHARING_VIOLATION;
+    return IsReadOnly(status) ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+}
+
+// How far the kernel came; the rest is for the pieces.
+void CopyInKernel(int from, int to) {
+    ssize_t part;
+    do
+        part = copy_file_range(from, nullptr, to, nullptr, size_t{1} << 30, 0);
+    while (part > 0 || (part < 0 && errno == EINTR));
+}
+
+DWORD CopyInPieces(int from, int to) {
+    const std::unique_ptr<char, decltype(&std::free)> piece(static_cast<char*>(std::malloc(kPiece)),
+                                                            std::free);
+    if (!piece) return ERROR_NOT_ENOUGH_MEMORY;
+    for (;;) {
+        const ssize_t got = ReadFully(from, piece.get(), kPiece);
+        if (got <= 0) return got == 0 ? ERROR_SUCCESS : ErrorOfErrno(errno);
+        size_t done;
+        if (!WriteFully(to, piece.get(), static_cast<size_t>(got), done)) return ErrorOfErrno(errno);
+    }
+}
+
+// A copy keeps the time of the last write and whether it may be written.
+DWORD CopyProperties(int to, const struct stat& source) {
+    const timespec times[2] = {{0, UTIME_OMIT}, source.st_mtim};
+    if (futimens(to, times) != 0) return ErrorOfErrno(errno);
+    struct stat status;
+    if (IsReadOnly(source) && fstat(to, &status) == 0) fchmod(to, status.st_mode & 07555);
+    return ERROR_SUCCESS;
+}
+
+DWORD CopyContents(int from, UniqueFd& to, const struct stat& source) {
+    CopyInKernel(from, to.get());
+    DWORD error = CopyInPieces(from, to.get());
+    if (error == ERROR_SUCCESS) error = CopyProperties(to.get(), source);
+    return !to.Reset() && error == ERROR_SUCCESS ? ErrorOfErrno(errno) : error;
+}
+
+}  // namespace
+
+DWORD CopyWholeFile(const char* from, const char* to, bool fail_if_exists) {
+    const OpenResult source = OpenFile(from, {true, false, OPEN_EXISTING});
+    if (!source.fd) return source.error;
+    if (const DWORD wrong = CheckName(to)) return wrong;
+    struct stat status;
+    if (fstat(source.fd.get(), &status) != 0) return ErrorOfErrno(errno);
+    if (!S_ISREG(status.st_mode)) return ERROR_ACCESS_DENIED;
+    if (!fail_if_exists)
+        if (const DWORD refused = CheckDestination(status, to)) return refused;
+    OpenResult copy = OpenFile(to, {true, true, fail_if_exists ? CREATE_NEW : CREATE_ALWAYS});
+    if (!copy.fd) return copy.error;
+    const DWORD error = CopyContents(source.fd.get(), copy.fd, status);
+    if (error != ERROR_SUCCESS) unlink(to);
+    return error;
+}
+
+}  // namespace tolvane::platform

@@ -1,0 +1,191 @@
+// Services that work on names: attributes, deleting, moving, folders, full names.
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+
+#include "platform/kernel/attributes.h"
+#include "platform/kernel/error.h"
+#include "platform/kernel/file.h"
+#include "platform/kernel/names.h"
+
+namespace tolvane::platform {
+
+DWORD CheckName(const char* name) {
+    if (!name || !*name) return ERROR_PATH_NOT_FOUND;
+    return std::strlen(name) < MAX_PATH ? ERROR_SUCCESS : ERROR_FILENAME_EXCED_RANGE;
+}
+
+void FolderOf(const char* name, char (&folder)[MAX_PATH]) {
+    std::strcpy(folder, name);
+    char* slash = std::strrchr(folder, '/');
+    if (!slash)
+        std::strcpy(folder, ".");
+    else
+        slash[slash == folder] = 0;
+}
+
+DWORD AttributesOf(const struct stat& status) {
+    const DWORD read_only = IsReadOnly(status) ? FILE_ATTRIBUTE_READONLY : 0;
+    if (S_ISDIR(status.st_mode)) return FILE_ATTRIBUTE_DIRECTORY | read_only;
+    return read_only | FILE_ATTRIBUTE_ARCHIVE;
+}
+
+namespace {
+
+DWORD StatusOf(const char* name, struct stat& status) {
+    if (const DWORD wrong = CheckName(name)) return wrong;
+    return stat(name, &status) == 0 ? ERROR_SUCCESS : ErrorOfName(errno, name);
+}
+
+DWORD Remove(const char* name) {
+    if (const DWORD wrong = CheckName(name)) return wrong;
+    struct stat status;
+    if (lstat(name, &status) != 0) return ErrorOfName(errno, name);
+    if (S_ISDIR(status.st_mode) || (S_ISREG(status.st_mode) && IsReadOnly(status)))
+        return ERROR_ACCESS_DENIED;
+    return unlink(name) == 0 ? ERROR_SUCCESS : ErrorOfName(errno, name);
+}
+
+DWORD RenameUnlessThere(const char* from, const char* to) {
+    if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) return ERROR_SUCCESS;
+    if (errno != EINVAL && errno != ENOSYS) return ErrorOfName(errno, from);
+    // The file system can't do both in one step: a second name that must be new, then the first one goes.
+    if (link(from, to) != 0) return ErrorOfName(errno, from);
+    return unlink(from) == 0 ? ERROR_SUCCESS : ErrorOfErrno(errno);
+}
+
+// A folder is never replaced, nor a file that may not be written.
+DWORD RenameOver(const char* from, const char* to) {
+    struct stat status;
+    if (stat(to, &status) == 0 && (S_ISDIR(status.st_mode) || IsReadOnly(status))) return ERROR_ACCESS_DENIED;
+    return rename(from, to) == 0 ? ERROR_SUCCESS : ErrorOfName(errno, from);
+}
+
+DWORD MoveByCopy(const char* from, const char* to, bool replace) {
+    struct stat status;
+    if (const DWORD error = StatusOf(from, status)) return error;
+    if (!S_ISREG(status.st_mode)) return ERROR_NOT_SAME_DEVICE;
+    if (const DWORD error = CopyWholeFile(from, to, !replace))
+        return error == ERROR_FILE_EXISTS ? ERROR_ALREADY_EXISTS : error;
+    return unlink(from) == 0 ? ERROR_SUCCESS : ErrorOfErrno(errno);
+}
+
+// The new name is on the disk itself when this returns.
+void SyncFolder(const char* name) {
+    char folder[MAX_PATH];
+    FolderOf(name, folder);
+    const UniqueFd fd(open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (fd) fsync(fd.get());
+}
+
+DWORD Move(const char* from, const char* to, DWORD flags) {
+    if (const DWORD wrong = CheckName(from)) return wrong;
+    if (const DWORD wrong = CheckName(to)) return wrong;
+    const bool replace = (flags & MOVEFILE_REPLACE_EXISTING) != 0;
+    DWORD error = replace ? RenameOver(from, to) : RenameUnlessThere(from, to);
+    if (error == ERROR_NOT_SAME_DEVICE && (flags & MOVEFILE_COPY_ALLOWED))
+        error = MoveByCopy(from, to, replace);
+    if (error == ERROR_SUCCESS && (flags & MOVEFILE_WRITE_THROUGH)) SyncFolder(to);
+    return error;
+}
+
+BOOL Answer(DWORD error) {
+    return error == ERROR_SUCCESS ? TRUE : Fail(error);
+}
+
+// Takes "." and ".." and doubled slashes out of an absolute name, in place.
+void Simplify(char* name) {
+    char* out = name;
+    for (const char* in = name; *in;) {
+        while (*in == '/')
+            ++in;
+        const char* end = strchrnul(in, '/');
+        const auto length = static_cast<size_t>(end - in);
+        if (length == 2 && in[0] == '.' && in[1] == '.') {
+            while (out > name && *--out != '/') {
+            }
+        } else if (length && !(length == 1 && in[0] == '.')) {
+            *out++ = '/';
+            std::memmove(out, in, length);
+            out += length;
+        }
+        in = end;
+    }
+    if (out == name) *out++ = '/';
+    *out = 0;
+}
+
+}  // namespace
+
+}  // namespace tolvane::platform
+
+using namespace tolvane::platform;
+
+DWORD WINAPI GetFileAttributesA(LPCSTR name) {
+    if (FaultStrikes("GetFileAttributesA", ERROR_ACCESS_DENIED)) return INVALID_FILE_ATTRIBUTES;
+    struct stat status;
+    const DWORD error = StatusOf(name, status);
+    if (error == ERROR_SUCCESS) return AttributesOf(status);
+    SetLastError(error);
+    return INVALID_FILE_ATTRIBUTES;
+}
+
+// Only whether the file may be written can be changed; the owner gets the right to write back.
+BOOL WINAPI SetFileAttributesA(LPCSTR name, DWORD attributes) {
+    if (FaultStrikes("SetFileAttributesA", ERROR_ACCESS_DENIED)) return FALSE;
+    struct stat status;
+    if (const DWORD error = StatusOf(name, status)) return Fail(error);
+    const bool read_only = (attributes & FILE_ATTRIBUTE_READONLY) != 0;
+    if (read_only == IsReadOnly(status)) return TRUE;
+    const mode_t mode = read_only ? status.st_mode & ~mode_t{0222} : status.st_mode | 0200;
+    return Answer(chmod(name, mode & 07777) == 0 ? ERROR_SUCCESS : ErrorOfErrno(errno));
+}
+
+BOOL WINAPI DeleteFileA(LPCSTR name) {
+    return FaultStrikes("DeleteFileA", ERROR_ACCESS_DENIED) ? FALSE : Answer(Remove(name));
+}
+
+BOOL WINAPI MoveFileA(LPCSTR from, LPCSTR to) {
+    return FaultStrikes("MoveFileA", ERROR_ACCESS_DENIED) ? FALSE
+                                                          : Answer(Move(from, to, MOVEFILE_COPY_ALLOWED));
+}
+
+BOOL WINAPI MoveFileExA(LPCSTR from, LPCSTR to, DWORD flags) {
+    return FaultStrikes("MoveFileExA", ERROR_ACCESS_DENIED) ? FALSE : Answer(Move(from, to, flags));
+}
+
+BOOL WINAPI CopyFileA(LPCSTR from, LPCSTR to, BOOL fail_if_exists) {
+    return FaultStrikes("CopyFileA", ERROR_DISK_FULL) ? FALSE
+                                                      : Answer(CopyWholeFile(from, to, fail_if_exists != 0));
+}
+
+BOOL WINAPI CreateDirectoryA(LPCSTR name, LPSECURITY_ATTRIBUTES) {
+    if (FaultStrikes("CreateDirectoryA", ERROR_ACCESS_DENIED)) return FALSE;
+    if (const DWORD wrong = CheckName(name)) return Fail(wrong);
+    if (mkdir(name, 0777) == 0) return TRUE;
+    return Fail(errno == ENOENT ? ERROR_PATH_NOT_FOUND : ErrorOfErrno(errno));
+}
+
+BOOL WINAPI RemoveDirectoryA(LPCSTR name) {
+    if (FaultStrikes("RemoveDirectoryA", ERROR_ACCESS_DENIED)) return FALSE;
+    if (const DWORD wrong = CheckName(name)) return Fail(wrong);
+    if (rmdir(name) == 0) return TRUE;
+    return Fail(errno == ENOTDIR ? ERROR_DIRECTORY : ErrorOfName(errno, name));
+}
+
+DWORD WINAPI GetFullPathNameA(LPCSTR name, DWORD size, LPSTR buffer, LPSTR* file_part) {
+    if (FaultStrikes("GetFullPathNameA", ERROR_INVALID_NAME)) return 0;
+    char full[2 * PATH_MAX] = "";
+    if (CheckName(name) != ERROR_SUCCESS || (*name != '/' && !getcwd(full, PATH_MAX)))
+        return static_cast<DWORD>(Fail(ERROR_INVALID_NAME));
+    std::strcat(std::strcat(full, "/"), name);
+    Simplify(full);
+    const auto length = static_cast<DWORD>(std::strlen(full));
+    if (!buffer || length >= size) return length + 1;
+    std::strcpy(buffer, full);
+    char* last = std::strrchr(buffer, '/') + 1;
+    if (file_part) *file_part = *last ? last : nullptr;
+    return length;
+}

@@ -1,0 +1,182 @@
+// Buffered reading and writing at a position.
+#include "platform/riff/mmio_file.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <sys/stat.h>
+
+namespace tolvane::platform {
+
+namespace {
+
+ssize_t ReadAt(int fd, char* bytes, size_t size, int64_t offset) {
+    ssize_t got;
+    do
+        got = pread(fd, bytes, size, offset);
+    while (got < 0 && errno == EINTR);
+    return got;
+}
+
+// How much of it reached the file.
+LONG WriteAt(int fd, const char* bytes, LONG size, int64_t offset) {
+    LONG done = 0;
+    while (done < size) {
+        const ssize_t part = pwrite(fd, bytes + done, static_cast<size_t>(size - done), offset + done);
+        if (part < 0 && errno == EINTR) continue;
+        if (part <= 0) break;
+        done += static_cast<LONG>(part);
+    }
+    return done;
+}
+
+}  // namespace
+
+MmioFile::~MmioFile() {
+    DropBuffer();
+}
+
+void MmioFile::DropBuffer() {
+    if (own_buffer_) std::free(buffer_);
+    buffer_ = nullptr;
+    capacity_ = filled_ = 0;
+}
+
+bool MmioFile::Fill() {
+    if (!Empty()) return false;
+    start_ = position_;
+    const ssize_t got = ReadAt(fd_.get(), buffer_, static_cast<size_t>(capacity_), start_);
+    filled_ = static_cast<LONG>(std::max<ssize_t>(got, 0));
+    return got >= 0;
+}
+
+LONG MmioFile::ReadDirectly(char* bytes, LONG size) {
+    if (!Empty()) return -1;
+    return static_cast<LONG>(ReadAt(fd_.get(), bytes, static_cast<size_t>(size), position_));
+}
+
+// What the buffer holds, or one step of what it does not.
+LONG MmioFile::ReadSome(char* bytes, LONG size) {
+    if (!Holds(position_)) {
+        if (size >= capacity_) return ReadDirectly(bytes, size);
+        if (!Fill()) return -1;
+    }
+    const auto from = static_cast<LONG>(position_ - start_);
+    const LONG count = std::clamp(filled_ - from, 0, size);
+    std::memcpy(bytes, buffer_ + from, static_cast<size_t>(count));
+    return count;
+}
+
+LONG MmioFile::Read(void* bytes, LONG size) {
+    if (!reads() || size < 0 || (size && !bytes)) return -1;
+    size = static_cast<LONG>(std::min<int64_t>(size, kLastOffset - position_));
+    LONG done = 0;
+    while (done < size) {
+        const LONG part = ReadSome(static_cast<char*>(bytes) + done, size - done);
+        if (part < 0 && done == 0) return -1;
+        if (part <= 0) break;
+        done += part;
+        position_ += part;
+    }
+    return done;
+}
+
+LONG MmioFile::WriteDirectly(const char* bytes, LONG size) {
+    return Empty() ? WriteAt(fd_.get(), bytes, size, position_) : 0;
+}
+
+// Bytes not yet written stand in one piece: what neither goes on in it nor lies inside it begins the buffer
+// anew.
+LONG MmioFile::WriteSome(const char* bytes, LONG size) {
+    const int64_t from = position_ - start_;
+    const bool joins = filled_ > 0 && from >= 0 && from <= filled_ && from < capacity_;
+    if (!joins) {
+        if (size >= capacity_) return WriteDirectly(bytes, size);
+        if (!Empty()) return 0;
+        start_ = position_;
+    }
+    const auto at = static_cast<LONG>(position_ - start_);
+    const LONG count = std::min(size, capacity_ - at);
+    std::memcpy(buffer_ + at, bytes, static_cast<size_t>(count));
+    filled_ = std::max(filled_, at + count);
+    dirty_ = true;
+    return count;
+}
+
+LONG MmioFile::Write(const void* bytes, LONG size) {
+    if (!writes() || size < 0 || (size && !bytes) || size > kLastOffset - position_) return -1;
+    LONG done = 0;
+    while (done < size) {
+        const LONG part = WriteSome(static_cast<const char*>(bytes) + done, size - done);
+        if (part <= 0) return -1;
+        done += part;
+        position_ += part;
+    }
+    return done;
+}
+
+// Bytes that the disk did not take are given up: trying them again and again would help nobody.
+bool MmioFile::Empty() {
+    const bool lost = dirty_ && WriteAt(fd_.get(), buffer_, filled_, start_) != filled_;
+    dirty_ = false;
+    filled_ = 0;
+    return !lost;
+}
+
+LONG MmioFile::Seek(int64_t offset, int origin) {
+    int64_t base = 0;
+    if (origin == SEEK_CUR) {
+        base = position_;
+    } else if (origin == SEEK_END) {
+        struct stat status;
+        if (fstat(fd_.get(), &status) != 0) return -1;
+        base = std::max<int64_t>(status.st_size, dirty_ ? start_ + filled_ : 0);
+    } else if (origin != SEEK_SET) {
+        return -1;
+    }
+    const int64_t target = base + offset;
+    if (target < 0 || target > kLastOffset) return -1;
+    position_ = target;
+    return static_cast<LONG>(target);
+}
+
+MMRESULT MmioFile::SetBuffer(char* memory, LONG size) {
+    if (size < 0) return MMIOERR_OUTOFMEMORY;
+    char* fresh = memory;
+    if (!fresh && size > 0) fresh = static_cast<char*>(std::malloc(static_cast<size_t>(size)));
+    if (!fresh && size > 0) return MMIOERR_OUTOFMEMORY;
+    const bool kept = Empty();
+    DropBuffer();
+    buffer_ = size > 0 ? fresh : nullptr;
+    capacity_ = size;
+    own_buffer_ = !memory;
+    return kept ? 0 : MMIOERR_CANNOTWRITE;
+}
+
+MMRESULT MmioFile::Flush(bool empty) {
+    if (!dirty_ && !empty) return 0;
+    return Empty() ? 0 : MMIOERR_CANNOTWRITE;
+}
+
+MMRESULT MmioFile::Close() {
+    const bool kept = Empty();
+    return fd_.Reset() && kept ? 0 : MMIOERR_CANNOTWRITE;
+}
+
+void MmioFile::Describe(MMIOINFO& info) const {
+    info = {};
+    info.dwFlags = flags_ | (dirty_ ? MMIO_DIRTY : 0);
+    info.fccIOProc = FOURCC_DOS;
+    info.cchBuffer = capacity_;
+    info.pchBuffer = buffer_;
+    if (buffer_) {
+        info.pchNext = buffer_ + std::clamp<int64_t>(position_ - start_, 0, filled_);
+        info.pchEndRead = buffer_ + filled_;
+        info.pchEndWrite = buffer_ + capacity_;
+    }
+    info.lBufOffset = static_cast<LONG>(start_);
+    info.lDiskOffset = static_cast<LONG>(position_);
+}
+
+}  // namespace tolvane::platform
