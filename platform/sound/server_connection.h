@@ -1,0 +1,94 @@
+// The connection of this process to the sound server: one loop and one context, made on first need and made
+// anew when the server has gone and come back.
+#ifndef TOLVANE_PLATFORM_SOUND_SERVER_CONNECTION_H
+#define TOLVANE_PLATFORM_SOUND_SERVER_CONNECTION_H
+
+#include <pulse/pulseaudio.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/sound/card.h"
+
+namespace tolvane::platform {
+
+struct ServerDevice {
+    std::string name;  // the server's own
+    CardDevice description;
+};
+
+// Output or input devices in the server's order, and the name of the default one.
+struct ServerDevices {
+    std::vector<ServerDevice> devices;
+    std::string preferred;
+};
+
+// Functions other than Get, Lock and Unlock are called with the lock, and not in the loop's own thread.
+class ServerConnection {
+  public:
+    static ServerConnection& Get();
+
+    void Lock() { pa_threaded_mainloop_lock(loop_); }
+    void Unlock() { pa_threaded_mainloop_unlock(loop_); }
+
+    // False where no server answers.
+    bool Connect();
+    pa_context* Context() const { return context_; }
+
+    // Reads the lists anew, or only on a new connection (so that an index means what it meant when it was
+    // told).
+    bool ReadDevices();
+    bool KnowDevices();
+    const ServerDevices& Devices(Direction direction) const {
+        return devices_[direction == Direction::kInput];
+    }
+
+    pa_mainloop_api* Api() const { return pa_threaded_mainloop_get_api(loop_); }
+    // Wakes those that wait.
+    void Signal() { pa_threaded_mainloop_signal(loop_, 0); }
+    // Waits until `done` or for as long as a server that works may take; false when that was too long.
+    template <typename Done>
+    bool WaitUntil(Done done) {
+        const Deadline deadline(*this);
+        while (!done()) {
+            if (deadline.passed) return false;
+            pa_threaded_mainloop_wait(loop_);
+        }
+        return true;
+    }
+
+  private:
+    // Ends waiting for a server that accepts a connection and then is silent.
+    struct Deadline {
+        explicit Deadline(ServerConnection& connection);
+        ~Deadline();
+        Deadline(const Deadline&) = delete;
+        Deadline& operator=(const Deadline&) = delete;
+
+        pa_mainloop_api* const api;
+        pa_time_event* event;
+        bool passed = false;
+    };
+
+    ServerConnection();
+    bool BeginConnecting();
+    void Drop();
+
+    pa_threaded_mainloop* const loop_;
+    pa_context* context_ = nullptr;
+    bool devices_known_ = false;
+    ServerDevices devices_[2];
+};
+
+class ServerLock {
+  public:
+    ServerLock() { ServerConnection::Get().Lock(); }
+    ~ServerLock() { ServerConnection::Get().Unlock(); }
+    ServerLock(const ServerLock&) = delete;
+    ServerLock& operator=(const ServerLock&) = delete;
+};
+
+}  // namespace tolvane::platform
+
+#endif

@@ -1,0 +1,20 @@
+// What every wave service begins with: its fault check.
+#ifndef TOLVANE_PLATFORM_SOUND_SERVICE_H
+#define TOLVANE_PLATFORM_SOUND_SERVICE_H
+
+#include <mmsystem.h>
+
+#include "platform/testing/faults.h"
+
+namespace tolvane::platform {
+
+// The result a test wants this call to fail with, or MMSYSERR_NOERROR.
+inline MMRESULT FaultIn(const char* service) {
+    uint32_t code = 0;
+    if (!PlatformFaultStrikes(service, &code)) return MMSYSERR_NOERROR;
+    return code ? code : MMSYSERR_NOMEM;
+}
+
+}  // namespace tolvane::platform
+
+#endif

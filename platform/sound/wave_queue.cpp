@@ -1,0 +1,82 @@
+// The queue of a wave-out device.
+#include "platform/sound/wave_queue.h"
+
+#include <algorithm>
+#include <new>
+
+namespace tolvane::platform {
+
+MMRESULT WaveQueue::Append(WAVEHDR& header) {
+    if (lost_) return MMSYSERR_NODRIVER;
+    if (!MakeRoom()) return MMSYSERR_NOMEM;
+    const uint64_t begin = accepted_;
+    accepted_ += format_.WholeFrames(header.dwBufferLength);
+    At(count_++) = {&header, reinterpret_cast<const std::byte*>(header.lpData), begin, accepted_};
+    header.dwFlags = (header.dwFlags & ~DWORD{WHDR_DONE}) | WHDR_INQUEUE;
+    // A header without a frame has nothing to take, and is done as soon as those before it are.
+    Take(0);
+    Played(played_);
+    return MMSYSERR_NOERROR;
+}
+
+void WaveQueue::Reset() {
+    while (count_)
+        GiveBackOldest();
+    accepted_ = taken_ = played_ = 0;
+}
+
+std::span<const std::byte> WaveQueue::Next() const {
+    if (next_ == count_) return {};
+    const Entry& entry = At(next_);
+    return {entry.data + (taken_ - entry.begin), static_cast<size_t>(entry.end - taken_)};
+}
+
+void WaveQueue::Take(size_t bytes) {
+    taken_ += bytes;
+    while (next_ < count_ && At(next_).end <= taken_)
+        next_++;
+}
+
+void WaveQueue::Played(uint64_t position) {
+    played_ = std::clamp(position, played_, accepted_);
+    while (count_ && At(0).end <= played_)
+        GiveBackOldest();
+}
+
+uint32_t WaveQueue::Lengths(uint32_t* lengths, uint32_t room) const {
+    for (uint32_t i = 0; lengths && i < std::min(room, count_); i++)
+        lengths[i] = static_cast<uint32_t>(At(i).end - At(i).begin);
+    return count_;
+}
+
+void WaveQueue::Lost() {
+    lost_ = true;
+    while (count_)
+        GiveBackOldest();
+}
+
+bool WaveQueue::MakeRoom() {
+    if (count_ < room_) return true;
+    constexpr uint32_t kFirstRoom = 32;
+    const uint32_t room = room_ ? room_ * 2 : kFirstRoom;
+    std::unique_ptr<Entry[]> ring(new (std::nothrow) Entry[room]);
+    if (!ring) return false;
+    for (uint32_t i = 0; i < count_; i++)
+        ring[i] = At(i);
+    ring_ = std::move(ring);
+    room_ = room;
+    first_ = 0;
+    return true;
+}
+
+// The header is no longer ours once its owner has been told.
+void WaveQueue::GiveBackOldest() {
+    WAVEHDR& header = *At(0).header;
+    first_ = (first_ + 1) % room_;
+    count_--;
+    next_ -= next_ ? 1 : 0;
+    header.dwFlags = (header.dwFlags & ~DWORD{WHDR_INQUEUE}) | WHDR_DONE;
+    events_.Tell(MM_WOM_DONE, &header);
+}
+
+}  // namespace tolvane::platform

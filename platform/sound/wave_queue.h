@@ -1,0 +1,73 @@
+// The queue of a wave-out device: the headers that a host has written, in order; their flags; how far they
+// were handed to the card and how far they were heard; the messages that tell of it. One engine for every
+// card.
+#ifndef TOLVANE_PLATFORM_SOUND_WAVE_QUEUE_H
+#define TOLVANE_PLATFORM_SOUND_WAVE_QUEUE_H
+
+#include <cstddef>
+#include <memory>
+#include <span>
+
+#include "platform/sound/pcm_format.h"
+#include "platform/sound/wave_events.h"
+
+namespace tolvane::platform {
+
+// Every function is called with the device's lock held. Positions are bytes since the open or the last reset.
+class WaveQueue {
+  public:
+    WaveQueue(const PcmFormat& format, const WaveEvents& events) : format_(format), events_(events) {}
+
+    const PcmFormat& Format() const { return format_; }
+
+    // ---- For the services ----
+
+    MMRESULT Append(WAVEHDR& header);
+    // Hands every header back, oldest first, and counts from 0 again.
+    void Reset();
+    bool Empty() const { return count_ == 0; }
+    bool IsLost() const { return lost_; }
+
+    // ---- For the card ----
+
+    // The next bytes to play that were not taken yet, as far as they lie together; empty when there are none.
+    std::span<const std::byte> Next() const;
+    void Take(size_t bytes);
+    uint64_t Accepted() const { return accepted_; }
+    uint64_t Taken() const { return taken_; }
+
+    // Everything before `position` has been heard (and taken): finished headers go back to the host.
+    void Played(uint64_t position);
+    uint64_t PlayedPosition() const { return played_; }
+    // Where the oldest header ends; PlayedPosition() when nothing is queued.
+    uint64_t OldestEnd() const { return count_ ? At(0).end : played_; }
+    // Lengths of the queued headers, oldest first.
+    uint32_t Lengths(uint32_t* lengths, uint32_t room) const;
+
+    // The device is gone: every header goes back, and no other is taken.
+    void Lost();
+
+  private:
+    struct Entry {
+        WAVEHDR* header;
+        const std::byte* data;
+        uint64_t begin, end;
+    };
+
+    Entry& At(uint32_t index) const { return ring_[(first_ + index) % room_]; }
+    bool MakeRoom();
+    void GiveBackOldest();
+
+    const PcmFormat format_;
+    const WaveEvents events_;
+    // A ring, doubled when full: a playback that keeps its number of buffers allocates nothing.
+    std::unique_ptr<Entry[]> ring_;
+    uint32_t room_ = 0, first_ = 0, count_ = 0;
+    uint32_t next_ = 0;  // index of the first entry with bytes that were not taken
+    uint64_t accepted_ = 0, taken_ = 0, played_ = 0;
+    bool lost_ = false;
+};
+
+}  // namespace tolvane::platform
+
+#endif
