@@ -110,6 +110,7 @@ int ParseAndRun(int argc, char** argv) {
     CLI::App app("Plays and examines wave files.", "tolvane");
     Request request;
     app.require_subcommand(1);
+    app.allow_windows_style_options(false);  // a path may begin with a slash
     app.set_version_flag("--version", "tolvane " TOLVANE_VERSION);
     app.footer(kExitCodes);
     AddInfo(app, request);
