@@ -2,7 +2,6 @@
 // format.
 #include "platform/codecs/driver.h"
 
-#include <algorithm>
 #include <iterator>
 
 namespace tolvane::platform {
