@@ -15,6 +15,13 @@ struct FormatTag {
     DWORD largest_format;  // bytes of the largest record of this tag
 };
 
+struct Driver;
+
+// Fills `target` with the best format to convert `source` into that the wish allows, or answers
+// ACMERR_NOTPOSSIBLE. `source` is handled; `target` holds the caller's bytes, of which `size` count.
+using Suggester = MMRESULT(const Driver& self, const FormatView& source, const Wish& wish, DWORD size,
+                           FormatRecord& target);
+
 struct Driver {
     const char* short_name;
     const char* long_name;
@@ -24,19 +31,14 @@ struct Driver {
     // Whether the driver can convert from or to this format.
     bool (*handles)(const FormatView& format);
 
-    // Fills `target` with the best format to convert `source` into that the wish allows, or answers
-    // ACMERR_NOTPOSSIBLE. `source` is handled; `target` holds the caller's bytes, of which `size` count.
-    MMRESULT (*suggest)
-    (const Driver& self, const FormatView& source, const Wish& wish, DWORD size, FormatRecord& target);
+    Suggester* suggest;
 
     // Describes the usual format of a tag of the driver's for this sound (see SuggestForCodec).
     void (*describe)(WORD tag, WORD channels, DWORD rate, FormatRecord& record);
 };
 
-// `suggest` for a family that turns PCM into its own tags and back, at the same rate and with the same
-// channels.
-MMRESULT SuggestForCodec(const Driver& self, const FormatView& source, const Wish& wish, DWORD size,
-                         FormatRecord& target);
+// For a family that turns PCM into its own tags and back, at the same rate and with the same channels.
+Suggester SuggestForCodec;
 
 extern const Driver kImaAdpcm, kMsAdpcm, kG711, kGsm610, kMpegLayer3, kPcmConverter;
 
