@@ -11,7 +11,9 @@ namespace tolvane::platform {
 
 namespace {
 
-WindowClass* classes = nullptr;
+// The system's own class for windows that only have to be there. It counts one window more, so that it stays.
+WindowClass static_class{"STATIC", DefWindowProcA, nullptr, 0xC000, 1, nullptr};
+WindowClass* classes = &static_class;
 Window* windows = nullptr;
 ATOM last_atom = 0xC000;
 
