@@ -1,0 +1,161 @@
+// What the tests of the wave devices share: buffers with sound of their own, an open device, the messages it
+// sends.
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <deque>
+#include <optional>
+#include <thread>
+#include <vector>
+
+#include <windows.h>
+#include <mmsystem.h>
+#include <platform.h>
+
+#include <gtest/gtest.h>
+
+namespace tolvane::test {
+
+using Bytes = std::vector<uint8_t>;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+inline WAVEFORMATEX Pcm(uint32_t rate, uint16_t channels, uint16_t bits) {
+    const auto frame = static_cast<WORD>(channels * bits / 8);
+    return {WAVE_FORMAT_PCM, channels, rate, rate * frame, frame, bits, 0};
+}
+
+// Sound in which no stretch looks like another and no byte is silence.
+inline Bytes Noise(size_t bytes, uint32_t seed) {
+    Bytes noise(bytes);
+    for (uint8_t& byte : noise) {
+        seed = seed * 1664525 + 1013904223;
+        byte = static_cast<uint8_t>(1 + (seed >> 24) % 127);
+    }
+    return noise;
+}
+
+inline Bytes operator+(Bytes left, const Bytes& right) {
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
+
+inline double Milliseconds(steady_clock::duration time) {
+    return std::chrono::duration<double, std::milli>(time).count();
+}
+
+struct Told {
+    UINT message;
+    WAVEHDR* header;
+    bool operator==(const Told&) const = default;
+};
+
+// A wave-out device whose messages come to the thread that opened it; closed, whatever plays, at the end.
+class WavePlayer {
+  public:
+    WavePlayer() { PeekMessageA(&message_, nullptr, 0, 0, PM_NOREMOVE); }
+    ~WavePlayer() {
+        if (!handle) return;
+        waveOutReset(handle);
+        waveOutClose(handle);
+        Messages();
+    }
+    WavePlayer(const WavePlayer&) = delete;
+    WavePlayer& operator=(const WavePlayer&) = delete;
+
+    MMRESULT Open(const WAVEFORMATEX& format, UINT device = WAVE_MAPPER,
+                  DWORD thread = GetCurrentThreadId()) {
+        return waveOutOpen(&handle, device, &format, thread, 0, CALLBACK_THREAD);
+    }
+
+    WAVEHDR* Prepared(Bytes bytes) {
+        sounds_.push_back(std::move(bytes));
+        headers_.push_back({});
+        WAVEHDR& header = headers_.back();
+        header.lpData = reinterpret_cast<char*>(sounds_.back().data());
+        header.dwBufferLength = static_cast<DWORD>(sounds_.back().size());
+        EXPECT_EQ(waveOutPrepareHeader(handle, &header, sizeof header), MMSYSERR_NOERROR);
+        return &header;
+    }
+    MMRESULT Write(WAVEHDR* header) { return waveOutWrite(handle, header, sizeof *header); }
+    WAVEHDR* Written(Bytes bytes) {
+        WAVEHDR* const header = Prepared(std::move(bytes));
+        EXPECT_EQ(Write(header), MMSYSERR_NOERROR);
+        return header;
+    }
+
+    // What came since the last call.
+    std::vector<Told> Messages() {
+        std::vector<Told> told;
+        while (Peek())
+            told.push_back({message_.message, reinterpret_cast<WAVEHDR*>(message_.lParam)});
+        return told;
+    }
+    // The next message, waited for; nothing when none came in time.
+    std::optional<Told> Next(milliseconds patience = milliseconds(3000)) {
+        const auto until = steady_clock::now() + patience;
+        while (!Peek()) {
+            const auto left = std::chrono::ceil<milliseconds>(until - steady_clock::now()).count();
+            if (left <= 0) return std::nullopt;
+            MsgWaitForMultipleObjects(0, nullptr, FALSE, static_cast<DWORD>(left), QS_ALLINPUT);
+        }
+        return Told{message_.message, reinterpret_cast<WAVEHDR*>(message_.lParam)};
+    }
+    // The header handed back next, other messages left out.
+    WAVEHDR* NextDone(milliseconds patience = milliseconds(3000)) {
+        auto told = Next(patience);
+        while (told && told->message != MM_WOM_DONE)
+            told = Next(patience);
+        return told ? told->header : nullptr;
+    }
+
+    DWORD Position(UINT type = TIME_BYTES) {
+        MMTIME time = {};
+        time.wType = type;
+        EXPECT_EQ(waveOutGetPosition(handle, &time, sizeof time), MMSYSERR_NOERROR);
+        EXPECT_EQ(time.wType, type);
+        return time.u.cb;
+    }
+
+    HWAVEOUT handle = nullptr;
+
+  private:
+    // Reads this device's next message, dropping those of a device that was open before.
+    bool Peek() {
+        while (PeekMessageA(&message_, nullptr, MM_WOM_OPEN, MM_WOM_DONE, PM_REMOVE))
+            if (reinterpret_cast<HWAVEOUT>(message_.wParam) == handle) return true;
+        return false;
+    }
+
+    std::deque<WAVEHDR> headers_;
+    std::deque<Bytes> sounds_;
+    MSG message_;
+};
+
+inline Bytes Played(uint32_t output = 0) {
+    Bytes bytes(PlatformVirtualPlayed(output, 0, nullptr, 0));
+    PlatformVirtualPlayed(output, 0, bytes.data(), bytes.size());
+    return bytes;
+}
+
+// The virtual card as it is set up at first, with the given clock.
+class OnVirtualCard : public ::testing::Test {
+  protected:
+    explicit OnVirtualCard(PlatformClock clock = PLATFORM_CLOCK_MOVED) : clock_(clock) {}
+    void SetUp() override {
+        ASSERT_TRUE(PlatformUseCard(PLATFORM_CARD_VIRTUAL));
+        ASSERT_TRUE(PlatformVirtualReset());
+        ASSERT_TRUE(PlatformVirtualSetClock(clock_));
+    }
+    void TearDown() override {
+        EXPECT_TRUE(PlatformVirtualReset()) << "a device was left open";
+        EXPECT_TRUE(PlatformUseCard(PLATFORM_CARD_DEFAULT));
+    }
+
+  private:
+    const PlatformClock clock_;
+};
+
+}  // namespace tolvane::test
