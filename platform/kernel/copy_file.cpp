@@ -25,7 +25,8 @@ DWORD CheckDestination(const struct stat& source, const char* to) {
     struct stat status;
     if (stat(to, &status) != 0) return ERROR_SUCCESS;
     if (IsSameFile(source, status)) return ERROR_SHARING_VIOLATION;
-    return IsReadOnly(status) ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+    // A device is no place for a copy: a copy that fails is deleted.
+    return IsReadOnly(status) || !S_ISREG(status.st_mode) ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
 }
 
 // How far the kernel came; the rest is for the pieces.

@@ -1,0 +1,125 @@
+// Services that fail when a test wants them to.
+#include "platform/testing/faults.h"
+
+#include <gtest/gtest.h>
+#include <mmiscapi.h>
+#include <process.h>
+
+#include <thread>
+
+#include "tests/platform/workspace.h"
+
+using namespace tolvane::testing;
+
+namespace {
+
+struct Faults : testing::Test {
+    Faults() { PlatformFailNone(); }
+    ~Faults() override { PlatformFailNone(); }
+};
+
+bool Creates(HANDLE handle) { return handle && CloseHandle(handle); }
+bool MakesEvent() { return Creates(CreateEventA(nullptr, TRUE, FALSE, nullptr)); }
+bool MakesMutex() { return Creates(CreateMutexA(nullptr, FALSE, nullptr)); }
+unsigned Nothing(void*) { return 0; }
+
+} // namespace
+
+TEST_F(Faults, StrikeTheNthCallOfAName) {
+    ASSERT_TRUE(PlatformFailCall("CreateEventA", 3, ERROR_DISK_FULL, 0));
+    EXPECT_TRUE(MakesEvent() && MakesMutex() && MakesEvent());
+    EXPECT_FALSE(MakesEvent());
+    EXPECT_EQ(GetLastError(), ERROR_DISK_FULL);
+    EXPECT_TRUE(MakesEvent()) << "once only";
+    EXPECT_EQ(PlatformCallCount("CreateEventA"), 4u);
+    EXPECT_EQ(PlatformCallCount("CreateMutexA"), 1u);
+    EXPECT_EQ(PlatformFaultsStruck(), 1u);
+}
+
+TEST_F(Faults, StickAndCountAllNames) {
+    ASSERT_TRUE(PlatformFailCall("*", 4, 0, 1)); // closing counts too
+    EXPECT_TRUE(MakesEvent());
+    EXPECT_EQ(PlatformCallCount("*"), 2u);
+    EXPECT_FALSE(MakesMutex()) << "made, but closing is said to fail";
+    EXPECT_FALSE(MakesEvent());
+    EXPECT_EQ(GetLastError(), ERROR_NOT_ENOUGH_MEMORY) << "the usual code";
+    EXPECT_EQ(PlatformFaultsStruck(), 2u);
+    PlatformFailNone();
+    EXPECT_TRUE(MakesEvent());
+    EXPECT_EQ(PlatformFaultsStruck(), 0u);
+    EXPECT_EQ(PlatformCallCount("*"), 2u) << "counted from 0 again";
+    EXPECT_FALSE(PlatformFailCall("", 1, 0, 0));
+    EXPECT_FALSE(PlatformFailCall("CreateEventA", 0, 0, 0));
+}
+
+TEST_F(Faults, ReleasingIsDoneAllTheSame) {
+    Workspace space;
+    Put(space.Name("f"), "x");
+    const HANDLE event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    const HMMIO file = mmioOpenA(space.Name("f").data(), nullptr, MMIO_READ);
+    const HGLOBAL memory = GlobalAlloc(GHND, 10);
+    const auto thread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, Nothing, nullptr, 0, nullptr));
+    PlatformFailCall("*", 1, 0, 1);
+    EXPECT_EQ(mmioClose(file, 0), MMRESULT{MMIOERR_CANNOTWRITE});
+    EXPECT_EQ(GlobalFree(memory), memory);
+    EXPECT_FALSE(CloseHandle(event));
+    EXPECT_FALSE(TerminateThread(thread, 0));
+    EXPECT_FALSE(CloseHandle(thread));
+    PlatformFailNone();
+    EXPECT_NE(mmioClose(file, 0), 0u);
+    EXPECT_EQ(GlobalLock(memory), nullptr);
+    EXPECT_FALSE(SetEvent(event));
+    EXPECT_EQ(WaitForSingleObject(thread, 0), WAIT_FAILED);
+}
+
+TEST_F(Faults, EveryServiceAnswersAsItDoesWhenItFails) {
+    Workspace space;
+    const std::string name = space.Name("f");
+    Put(name, "RIFF");
+    char text[MAX_PATH] = "kept";
+    char* path = const_cast<char*>(name.c_str());
+    const HMMIO file = mmioOpenA(path, nullptr, MMIO_READWRITE);
+    const HGLOBAL memory = GlobalAlloc(GHND, 10);
+    MMCKINFO chunk{};
+    MSG message;
+    PlatformFailCall("*", 1, 0, 1);
+    EXPECT_EQ(CreateFileA(path, GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr), INVALID_HANDLE_VALUE);
+    EXPECT_EQ(GetFileAttributesA(path), INVALID_FILE_ATTRIBUTES);
+    EXPECT_FALSE(DeleteFileA(path) || MoveFileA(path, "/tmp/x") || CopyFileA(path, "/tmp/x", FALSE));
+    EXPECT_EQ(GetTempPathA(MAX_PATH, text) + GetTempFileNameA(space.folder().c_str(), "VMX", 0, text), 0u);
+    EXPECT_STREQ(text, "kept");
+    EXPECT_EQ(GlobalAlloc(GHND, 1), nullptr);
+    EXPECT_EQ(GlobalLock(memory), nullptr);
+    EXPECT_EQ(_beginthreadex(nullptr, 0, Nothing, nullptr, 0, nullptr), 0u);
+    EXPECT_EQ(LoadLibraryExA("KERNEL32.DLL", nullptr, 0), nullptr);
+    EXPECT_EQ(GetMessageA(&message, nullptr, 0, 0), -1);
+    EXPECT_FALSE(PostThreadMessageA(GetCurrentThreadId(), WM_APP, 0, 0));
+    EXPECT_EQ(mmioOpenA(path, nullptr, MMIO_READ), nullptr);
+    EXPECT_EQ(mmioRead(file, text, 1) + mmioWrite(file, text, 1) + mmioSeek(file, 0, SEEK_SET), -3);
+    EXPECT_EQ(mmioDescend(file, &chunk, nullptr, 0), MMRESULT{MMIOERR_CHUNKNOTFOUND});
+    EXPECT_EQ(mmioAscend(file, &chunk, 0), MMRESULT{MMIOERR_CANNOTSEEK});
+    EXPECT_EQ(mmioCreateChunk(file, &chunk, 0), MMRESULT{MMIOERR_CANNOTWRITE});
+    EXPECT_EQ(mmioSetBuffer(file, nullptr, 100, 0), MMRESULT{MMIOERR_OUTOFMEMORY});
+    PlatformFailCall("mmioDescend", 1, MMIOERR_CANNOTREAD, 0);
+    EXPECT_EQ(mmioDescend(file, &chunk, nullptr, 0), MMRESULT{MMIOERR_CANNOTREAD});
+    PlatformFailNone();
+    EXPECT_EQ(Contents(name), "RIFF");
+    EXPECT_EQ(space.Files(), 1u);
+    EXPECT_EQ(mmioClose(file, 0), 0u);
+    EXPECT_EQ(GlobalFree(memory), nullptr);
+}
+
+TEST_F(Faults, ManyThreadsAreCountedExactly) {
+    PlatformFailCall("SetEvent", 1000, 0, 1);
+    const HANDLE event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    std::atomic<int> failed{0};
+    const auto body = [&] {
+        for (int i = 0; i < 500; ++i)
+            failed += !SetEvent(event);
+    };
+    std::thread a(body), b(body), c(body);
+    a.join(), b.join(), c.join();
+    EXPECT_EQ(failed, 501);
+    EXPECT_EQ(PlatformCallCount("SetEvent"), 1500u);
+    CloseHandle(event);
+}

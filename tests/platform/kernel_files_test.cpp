@@ -1,0 +1,319 @@
+// Files, names, temporary files, space, against real files.
+#include <windows.h>
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <csignal>
+
+#include "tests/platform/workspace.h"
+
+using namespace tolvane::testing;
+
+namespace {
+
+HANDLE Open(const std::string& name, DWORD access, DWORD disposition) {
+    return CreateFileA(name.c_str(), access, FILE_SHARE_READ, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+struct FailsWith {
+    DWORD code;
+    testing::AssertionResult operator()(bool succeeded) const {
+        const DWORD error = GetLastError();
+        if (succeeded) return testing::AssertionFailure() << "succeeded";
+        if (error != code) return testing::AssertionFailure() << "last error " << error << ", not " << code;
+        return testing::AssertionSuccess();
+    }
+};
+
+BY_HANDLE_FILE_INFORMATION Identity(const std::string& name) {
+    BY_HANDLE_FILE_INFORMATION record{};
+    const HANDLE file = Open(name, GENERIC_READ, OPEN_EXISTING);
+    EXPECT_TRUE(GetFileInformationByHandle(file, &record));
+    CloseHandle(file);
+    return record;
+}
+
+bool Same(const BY_HANDLE_FILE_INFORMATION& a, const BY_HANDLE_FILE_INFORMATION& b) {
+    return std::memcmp(&a, &b, 52) == 0;
+}
+
+struct LimitedFileSize {
+    explicit LimitedFileSize(rlim_t size) {
+        std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &before);
+        const rlimit limited{size, before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limited);
+    }
+    ~LimitedFileSize() { setrlimit(RLIMIT_FSIZE, &before); }
+    rlimit before;
+};
+
+} // namespace
+
+TEST(Files, ReadWriteSeekAndCut) {
+    Workspace space;
+    const HANDLE file = Open(space.Name("a"), GENERIC_READ | GENERIC_WRITE, CREATE_ALWAYS);
+    ASSERT_NE(file, INVALID_HANDLE_VALUE);
+    DWORD done = 99;
+    ASSERT_TRUE(WriteFile(file, "0123456789", 10, &done, nullptr));
+    EXPECT_EQ(done, 10u);
+    EXPECT_EQ(SetFilePointer(file, -4, nullptr, FILE_END), 6u);
+    char bytes[16] = "";
+    ASSERT_TRUE(ReadFile(file, bytes, 16, &done, nullptr));
+    EXPECT_EQ(std::string(bytes, done), "6789");
+    ASSERT_TRUE(ReadFile(file, bytes, 16, &done, nullptr)) << "the end of the file is no failure";
+    EXPECT_EQ(done, 0u);
+    EXPECT_TRUE(FailsWith{ERROR_NEGATIVE_SEEK}(SetFilePointer(file, -1, nullptr, FILE_BEGIN) != INVALID_SET_FILE_POINTER));
+    EXPECT_EQ(SetFilePointer(file, 0, nullptr, FILE_CURRENT), 10u);
+    SetFilePointer(file, 3, nullptr, FILE_BEGIN);
+    ASSERT_TRUE(SetEndOfFile(file));
+    LARGE_INTEGER far_away, reached;
+    far_away.QuadPart = 5'000'000'000;
+    ASSERT_TRUE(SetFilePointerEx(file, far_away, &reached, FILE_BEGIN));
+    EXPECT_EQ(reached.QuadPart, 5'000'000'000);
+    EXPECT_TRUE(FailsWith{ERROR_INVALID_PARAMETER}(SetFilePointer(file, 1, nullptr, FILE_CURRENT) != INVALID_SET_FILE_POINTER));
+    LONG high = 0;
+    EXPECT_EQ(SetFilePointer(file, 0, &high, FILE_CURRENT), static_cast<DWORD>(5'000'000'000 & 0xFFFFFFFF));
+    EXPECT_EQ(high, 1);
+    LARGE_INTEGER size;
+    ASSERT_TRUE(GetFileSizeEx(file, &size));
+    EXPECT_EQ(size.QuadPart, 3);
+    EXPECT_TRUE(FlushFileBuffers(file));
+    ASSERT_TRUE(CloseHandle(file));
+    EXPECT_TRUE(FailsWith{ERROR_INVALID_HANDLE}(CloseHandle(file)));
+    EXPECT_TRUE(FailsWith{ERROR_INVALID_HANDLE}(ReadFile(file, bytes, 1, &done, nullptr)));
+    EXPECT_EQ(Contents(space.Name("a")), "012");
+}
+
+TEST(Files, DispositionsDecideWhatIsOpenedMadeAndEmptied) {
+    struct Case {
+        DWORD disposition;
+        bool exists;
+        bool opens;
+        DWORD error;
+        const char* left;
+    };
+    const Case cases[] = {
+        {CREATE_NEW, false, true, ERROR_SUCCESS, ""},       {CREATE_NEW, true, false, ERROR_FILE_EXISTS, "old"},
+        {CREATE_ALWAYS, false, true, ERROR_SUCCESS, ""},    {CREATE_ALWAYS, true, true, ERROR_ALREADY_EXISTS, ""},
+        {OPEN_EXISTING, true, true, ERROR_SUCCESS, "old"},  {OPEN_ALWAYS, true, true, ERROR_ALREADY_EXISTS, "old"},
+        {OPEN_ALWAYS, false, true, ERROR_SUCCESS, ""},      {TRUNCATE_EXISTING, true, true, ERROR_SUCCESS, ""},
+    };
+    Workspace space;
+    for (const Case& c : cases) {
+        const std::string name = space.Name("f");
+        DeleteFileA(name.c_str());
+        if (c.exists) Put(name, "old");
+        SetLastError(77);
+        const HANDLE file = Open(name, GENERIC_READ | GENERIC_WRITE, c.disposition);
+        EXPECT_EQ(file != INVALID_HANDLE_VALUE, c.opens) << c.disposition;
+        EXPECT_EQ(GetLastError(), c.error) << c.disposition;
+        CloseHandle(file);
+        EXPECT_EQ(Contents(name), c.left) << c.disposition;
+    }
+    for (const DWORD disposition : {OPEN_EXISTING, TRUNCATE_EXISTING}) {
+        EXPECT_TRUE(FailsWith{ERROR_FILE_NOT_FOUND}(Open(space.Name("none"), GENERIC_WRITE, disposition) != INVALID_HANDLE_VALUE));
+        EXPECT_TRUE(FailsWith{ERROR_PATH_NOT_FOUND}(Open(space.Name("no/ne"), GENERIC_WRITE, disposition) != INVALID_HANDLE_VALUE));
+    }
+    EXPECT_EQ(space.Files(), 1u);
+}
+
+TEST(Files, WhatIsNoFileIsRefusedAtOnce) {
+    Workspace space;
+    ASSERT_EQ(mkfifo(space.Name("pipe").c_str(), 0600), 0);
+    Put(space.Name("locked"), "x");
+    ASSERT_TRUE(SetFileAttributesA(space.Name("locked").c_str(), FILE_ATTRIBUTE_READONLY));
+    const auto opens = [](const std::string& name, DWORD access) {
+        return Open(name, access, OPEN_ALWAYS) != INVALID_HANDLE_VALUE;
+    };
+    EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(opens(space.Name("pipe"), GENERIC_READ)));
+    EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(opens(space.Name("pipe"), GENERIC_WRITE)));
+    EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(opens(space.folder(), GENERIC_READ)));
+    EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(opens(space.folder(), GENERIC_WRITE)));
+    EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(opens(space.Name("locked"), GENERIC_WRITE)));
+    EXPECT_TRUE(FailsWith{ERROR_PATH_NOT_FOUND}(opens("", GENERIC_READ)));
+    EXPECT_TRUE(FailsWith{ERROR_PATH_NOT_FOUND}(CreateFileA(nullptr, GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr) !=
+                                                INVALID_HANDLE_VALUE));
+    EXPECT_TRUE(FailsWith{ERROR_FILENAME_EXCED_RANGE}(opens(std::string(260, 'n'), GENERIC_READ)));
+    EXPECT_TRUE(FailsWith{ERROR_FILE_NOT_FOUND}(GetFileAttributesA(std::string(200, 'n').c_str()) != INVALID_FILE_ATTRIBUTES));
+    EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(DeleteFileA(space.Name("locked").c_str())));
+    EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(DeleteFileA(space.folder().c_str())));
+    EXPECT_EQ(Contents(space.Name("locked")), "x");
+}
+
+TEST(Files, IdentityChangesWithWritingNotWithReading) {
+    static_assert(sizeof(BY_HANDLE_FILE_INFORMATION) == 52);
+    Workspace space;
+    Put(space.Name("a"), "hello");
+    Put(space.Name("b"), "hello");
+    const auto first = Identity(space.Name("a"));
+    EXPECT_EQ(first.nFileSizeLow, 5u);
+    EXPECT_EQ(first.nNumberOfLinks, 1u);
+    // A read is noted by the file system as the time of the last access; the record must not show it.
+    const timespec times[2] = {{1'000'000'000, 0}, {0, UTIME_OMIT}};
+    ASSERT_EQ(utimensat(AT_FDCWD, space.Name("a").c_str(), times, 0), 0);
+    EXPECT_TRUE(Same(first, Identity(space.Name("a"))));
+    EXPECT_FALSE(Same(first, Identity(space.Name("b"))));
+    // 1 January 2020, 0:00:00 and 100 nanoseconds.
+    const timespec written[2] = {{0, UTIME_OMIT}, {1'577'836'800, 100}};
+    ASSERT_EQ(utimensat(AT_FDCWD, space.Name("a").c_str(), written, 0), 0);
+    const auto second = Identity(space.Name("a"));
+    EXPECT_FALSE(Same(first, second));
+    EXPECT_EQ(uint64_t{second.ftLastWriteTime.dwHighDateTime} << 32 | second.ftLastWriteTime.dwLowDateTime,
+              132'223'104'000'000'001u);
+    Put(space.Name("a"), "hello!");
+    EXPECT_FALSE(Same(second, Identity(space.Name("a"))));
+}
+
+TEST(FileNames, MovingNeverLosesAFile) {
+    Workspace space;
+    const std::string a = space.Name("a"), b = space.Name("b");
+    const auto restart = [&] {
+        SetFileAttributesA(b.c_str(), FILE_ATTRIBUTE_NORMAL);
+        Put(a, "aaa");
+        Put(b, "bb");
+    };
+    restart();
+    EXPECT_TRUE(FailsWith{ERROR_ALREADY_EXISTS}(MoveFileA(a.c_str(), b.c_str())));
+    EXPECT_EQ(Contents(a) + Contents(b), "aaabb");
+    SetFileAttributesA(b.c_str(), FILE_ATTRIBUTE_READONLY);
+    EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(MoveFileExA(a.c_str(), b.c_str(), MOVEFILE_REPLACE_EXISTING)));
+    EXPECT_EQ(Contents(a) + Contents(b), "aaabb");
+    restart();
+    EXPECT_TRUE(MoveFileExA(a.c_str(), b.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
+    EXPECT_EQ(Contents(b), "aaa");
+    EXPECT_TRUE(FailsWith{ERROR_FILE_NOT_FOUND}(MoveFileA(a.c_str(), b.c_str())));
+    EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(MoveFileExA(b.c_str(), space.folder().c_str(), MOVEFILE_REPLACE_EXISTING)));
+    EXPECT_TRUE(MoveFileA(b.c_str(), a.c_str()));
+    EXPECT_EQ(Contents(a), "aaa");
+    EXPECT_EQ(space.Files(), 1u);
+}
+
+TEST(FileNames, MovingToAnotherVolumeCopies) {
+    struct stat here, there;
+    Workspace space;
+    if (stat("/dev/shm", &there) != 0 || stat(space.folder().c_str(), &here) != 0 || here.st_dev == there.st_dev)
+        GTEST_SKIP() << "one volume only";
+    char other[] = "/dev/shm/tolvane-test-XXXXXX";
+    close(mkstemp(other));
+    const std::string a = space.Name("a");
+    Put(a, "across");
+    EXPECT_TRUE(FailsWith{ERROR_NOT_SAME_DEVICE}(MoveFileExA(a.c_str(), other, MOVEFILE_REPLACE_EXISTING)));
+    EXPECT_TRUE(FailsWith{ERROR_ALREADY_EXISTS}(MoveFileA(a.c_str(), other)));
+    EXPECT_TRUE(MoveFileExA(a.c_str(), other, MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED));
+    EXPECT_EQ(Contents(other), "across");
+    EXPECT_EQ(space.Files(), 0u);
+    EXPECT_TRUE(DeleteFileA(other));
+}
+
+TEST(FileNames, CopiesAreWholeOrNotThere) {
+    Workspace space;
+    const std::string a = space.Name("a"), b = space.Name("b");
+    std::string bytes(700'001, 0);
+    for (size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = static_cast<char>(i * 7 + i / 251);
+    Put(a, bytes);
+    Put(b, "before");
+    EXPECT_TRUE(FailsWith{ERROR_FILE_EXISTS}(CopyFileA(a.c_str(), b.c_str(), TRUE)));
+    EXPECT_EQ(Contents(b), "before");
+    EXPECT_TRUE(FailsWith{ERROR_SHARING_VIOLATION}(CopyFileA(a.c_str(), (space.folder() + "/./a").c_str(), FALSE)));
+    EXPECT_EQ(Contents(a), bytes) << "a copy onto itself must not empty the file";
+    ASSERT_TRUE(CopyFileA(a.c_str(), b.c_str(), FALSE));
+    EXPECT_EQ(Contents(b), bytes);
+    EXPECT_EQ(Identity(a).ftLastWriteTime.dwLowDateTime, Identity(b).ftLastWriteTime.dwLowDateTime);
+    EXPECT_TRUE(FailsWith{ERROR_FILE_NOT_FOUND}(CopyFileA(space.Name("no").c_str(), b.c_str(), FALSE)));
+    EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(CopyFileA(a.c_str(), "/dev/full", FALSE)));
+    EXPECT_EQ(access("/dev/full", F_OK), 0);
+    {
+        LimitedFileSize limit(400'000);
+        EXPECT_TRUE(FailsWith{ERROR_FILE_TOO_LARGE}(CopyFileA(a.c_str(), space.Name("c").c_str(), FALSE)));
+    }
+    EXPECT_EQ(space.Files(), 2u) << "the half copy is gone";
+}
+
+TEST(FileNames, FoldersAndFullNames) {
+    Workspace space;
+    const std::string folder = space.Name("d");
+    ASSERT_TRUE(CreateDirectoryA(folder.c_str(), nullptr));
+    EXPECT_TRUE(FailsWith{ERROR_ALREADY_EXISTS}(CreateDirectoryA(folder.c_str(), nullptr)));
+    EXPECT_TRUE(FailsWith{ERROR_PATH_NOT_FOUND}(CreateDirectoryA(space.Name("x/y").c_str(), nullptr)));
+    EXPECT_EQ(GetFileAttributesA(folder.c_str()), FILE_ATTRIBUTE_DIRECTORY);
+    Put(folder + "/f", "");
+    EXPECT_EQ(GetFileAttributesA((folder + "/f").c_str()), FILE_ATTRIBUTE_ARCHIVE);
+    EXPECT_TRUE(FailsWith{ERROR_DIR_NOT_EMPTY}(RemoveDirectoryA(folder.c_str())));
+    EXPECT_TRUE(FailsWith{ERROR_DIRECTORY}(RemoveDirectoryA((folder + "/f").c_str())));
+    ASSERT_TRUE(DeleteFileA((folder + "/f").c_str()));
+    EXPECT_TRUE(RemoveDirectoryA(folder.c_str()));
+
+    char full[MAX_PATH];
+    char* last = nullptr;
+    EXPECT_EQ(GetFullPathNameA("/a//b/./c/../d", MAX_PATH, full, &last), 6u);
+    EXPECT_STREQ(full, "/a/b/d");
+    EXPECT_STREQ(last, "d");
+    EXPECT_EQ(GetFullPathNameA("/../..", MAX_PATH, full, &last), 1u);
+    EXPECT_EQ(last, nullptr);
+    EXPECT_EQ(GetFullPathNameA("/abc", 4, full, nullptr), 5u) << "room needed, with the zero";
+    EXPECT_EQ(GetFullPathNameA("x", MAX_PATH, full, nullptr), std::filesystem::current_path().string().size() + 2);
+}
+
+TEST(TempFiles, FolderComesFromTheEnvironment) {
+    const char* before = getenv("TMPDIR");
+    const std::string kept = before ? before : "";
+    char path[MAX_PATH] = "untouched";
+    setenv("TMPDIR", "/var/tmp", 1);
+    EXPECT_EQ(GetTempPathA(MAX_PATH, path), 9u);
+    EXPECT_STREQ(path, "/var/tmp/");
+    std::strcpy(path, "untouched");
+    EXPECT_EQ(GetTempPathA(9, path), 10u);
+    EXPECT_STREQ(path, "untouched");
+    EXPECT_EQ(GetTempPathA(10, path), 9u);
+    setenv("TMPDIR", "", 1);
+    EXPECT_EQ(GetTempPathA(MAX_PATH, path), 5u);
+    EXPECT_STREQ(path, "/tmp/");
+    before ? setenv("TMPDIR", kept.c_str(), 1) : unsetenv("TMPDIR");
+}
+
+TEST(TempFiles, NamesAreNewAndMade) {
+    Workspace space;
+    char name[MAX_PATH], other[MAX_PATH];
+    for (const char* end : {"", "/", "//", "\\"}) {
+        const UINT number = GetTempFileNameA((space.folder() + end).c_str(), "kora", 0, name);
+        ASSERT_NE(number, 0u);
+        char expected[MAX_PATH];
+        std::snprintf(expected, sizeof expected, "%s/kor%X.TMP", space.folder().c_str(), number);
+        EXPECT_STREQ(name, expected);
+        struct stat status;
+        ASSERT_EQ(stat(name, &status), 0);
+        EXPECT_EQ(status.st_size, 0);
+        EXPECT_EQ(status.st_mode & 0077, 0u) << "nobody else reads it";
+    }
+    EXPECT_EQ(space.Files(), 4u);
+    EXPECT_EQ(GetTempFileNameA(space.folder().c_str(), "VMX", 0x1ABCD, other), 0x1ABCDu);
+    EXPECT_EQ(other, space.Name("VMXABCD.TMP"));
+    EXPECT_EQ(space.Files(), 4u) << "a number of the caller's makes no file";
+    EXPECT_TRUE(FailsWith{ERROR_DIRECTORY}(GetTempFileNameA(space.Name("none").c_str(), "VMX", 0, other)));
+    EXPECT_TRUE(FailsWith{ERROR_DIRECTORY}(GetTempFileNameA(name, "VMX", 0, other)));
+    EXPECT_TRUE(FailsWith{ERROR_FILENAME_EXCED_RANGE}(GetTempFileNameA(std::string(247, 'x').c_str(), "VMX", 0, other)));
+    EXPECT_TRUE(FailsWith{ERROR_INVALID_PARAMETER}(GetTempFileNameA("", "VMX", 0, other)));
+}
+
+TEST(DiskSpace, BothQueriesAgreeWithTheVolume) {
+    Workspace space;
+    ULARGE_INTEGER available{}, total{}, all_free{};
+    for (const char* folder : {space.folder().c_str(), ".", "", static_cast<const char*>(nullptr)}) {
+        ASSERT_TRUE(GetDiskFreeSpaceExA(folder, &available, &total, &all_free));
+        EXPECT_GT(available.QuadPart, 0u);
+        EXPECT_LE(available.QuadPart, all_free.QuadPart);
+        EXPECT_LT(all_free.QuadPart, total.QuadPart);
+    }
+    DWORD sectors, bytes, free_clusters, clusters;
+    ASSERT_TRUE(GetDiskFreeSpaceA(space.folder().c_str(), &sectors, &bytes, &free_clusters, &clusters));
+    ASSERT_TRUE(GetDiskFreeSpaceExA(space.folder().c_str(), &available, &total, nullptr));
+    EXPECT_EQ(uint64_t{sectors} * bytes * clusters, total.QuadPart);
+    const uint64_t counted = uint64_t{sectors} * bytes * free_clusters;
+    EXPECT_NEAR(static_cast<double>(counted), static_cast<double>(available.QuadPart), 1e9); // others write meanwhile
+    EXPECT_TRUE(FailsWith{ERROR_FILE_NOT_FOUND}(GetDiskFreeSpaceExA(space.Name("none").c_str(), &available, nullptr, nullptr)));
+}

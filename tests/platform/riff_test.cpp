@@ -1,0 +1,304 @@
+// RIFF files, written and read, compared with bytes computed here; and files that lie about their sizes.
+#include <mmiscapi.h>
+
+#include <cstring>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <random>
+#include <unistd.h>
+
+#include "tests/platform/workspace.h"
+
+using namespace tolvane::testing;
+
+namespace {
+
+constexpr FOURCC kWave = mmioFOURCC('W', 'A', 'V', 'E');
+constexpr FOURCC kData = mmioFOURCC('d', 'a', 't', 'a');
+constexpr FOURCC kFmt = mmioFOURCC('f', 'm', 't', ' ');
+
+HMMIO Open(const std::string& name, DWORD flags, MMIOINFO* info = nullptr) {
+    return mmioOpenA(const_cast<char*>(name.c_str()), info, flags);
+}
+
+std::string Number(uint32_t value) {
+    return {static_cast<char>(value), static_cast<char>(value >> 8), static_cast<char>(value >> 16),
+            static_cast<char>(value >> 24)};
+}
+
+std::string Chunk(const std::string& id, const std::string& content) {
+    return id + Number(static_cast<uint32_t>(content.size())) + content + std::string(content.size() % 2, '\0');
+}
+
+std::string Wave(const std::string& chunks) { return Chunk("RIFF", "WAVE" + chunks); }
+
+// Finds a chunk in the file's first WAVE form; the code of the step that failed.
+MMRESULT Find(const std::string& name, FOURCC id, MMCKINFO& chunk, LONG& position) {
+    const HMMIO file = Open(name, MMIO_READ | MMIO_ALLOCBUF);
+    MMCKINFO riff{};
+    riff.fccType = kWave;
+    MMRESULT result = mmioDescend(file, &riff, nullptr, MMIO_FINDRIFF);
+    chunk = {};
+    chunk.ckid = id;
+    if (result == 0) result = mmioDescend(file, &chunk, &riff, MMIO_FINDCHUNK);
+    position = mmioSeek(file, 0, SEEK_CUR);
+    EXPECT_EQ(mmioClose(file, 0), 0u);
+    return result;
+}
+
+// Writes a wave file with these contents, in pieces of `piece` bytes.
+void WriteWave(const std::string& name, const std::string& fmt, const std::string& data, size_t piece, LONG buffer) {
+    const HMMIO file = Open(name, MMIO_CREATE | MMIO_WRITE | MMIO_ALLOCBUF);
+    ASSERT_NE(file, nullptr);
+    ASSERT_EQ(mmioSetBuffer(file, nullptr, buffer, 0), 0u);
+    MMCKINFO riff{}, chunk{};
+    riff.fccType = kWave;
+    ASSERT_EQ(mmioCreateChunk(file, &riff, MMIO_CREATERIFF), 0u);
+    chunk.ckid = kFmt;
+    ASSERT_EQ(mmioCreateChunk(file, &chunk, 0), 0u);
+    ASSERT_EQ(mmioWrite(file, fmt.data(), static_cast<LONG>(fmt.size())), static_cast<LONG>(fmt.size()));
+    ASSERT_EQ(mmioAscend(file, &chunk, 0), 0u);
+    chunk = {};
+    chunk.ckid = kData;
+    ASSERT_EQ(mmioCreateChunk(file, &chunk, 0), 0u);
+    EXPECT_EQ(chunk.dwDataOffset, 28 + fmt.size() + fmt.size() % 2);
+    for (size_t at = 0; at < data.size(); at += piece) {
+        const auto size = static_cast<LONG>(std::min(piece, data.size() - at));
+        ASSERT_EQ(mmioWrite(file, data.data() + at, size), size);
+    }
+    ASSERT_EQ(mmioAscend(file, &chunk, 0), 0u);
+    EXPECT_EQ(chunk.cksize, data.size());
+    ASSERT_EQ(mmioAscend(file, &riff, 0), 0u);
+    ASSERT_EQ(mmioClose(file, 0), 0u);
+}
+
+std::string SomeBytes(size_t size) {
+    std::string bytes(size, 0);
+    std::mt19937 random(static_cast<unsigned>(size));
+    for (char& byte : bytes)
+        byte = static_cast<char>(random());
+    return bytes;
+}
+
+} // namespace
+
+TEST(Riff, WrittenFilesAreByteForByteWhatTheyShouldBe) {
+    static_assert(sizeof(MMCKINFO) == 20);
+    Workspace space;
+    for (const size_t size : {0, 1, 2, 999, 1000, 70'001}) {
+        for (const LONG buffer : {0, 1, 7, 8192, 65536}) {
+            const std::string data = SomeBytes(size), name = space.Name("w.wav");
+            WriteWave(name, std::string(18, 'f'), data, 333, buffer);
+            ASSERT_EQ(Contents(name), Wave(Chunk("fmt ", std::string(18, 'f')) + Chunk("data", data))) << size << ' ' << buffer;
+        }
+    }
+    WriteWave(space.Name("w.wav"), "odd", "x", 1, 16);
+    EXPECT_EQ(Contents(space.Name("w.wav")), Wave(Chunk("fmt ", "odd") + Chunk("data", "x")));
+}
+
+TEST(Riff, ChunksAreFoundWhereverTheyLie) {
+    Workspace space;
+    const std::string name = space.Name("r.wav");
+    Put(name, Chunk("JUNK", "before") +
+                  Wave(Chunk("odd ", "123") + Chunk("LIST", "INFO" + Chunk("data", "not this one")) +
+                       Chunk("fmt ", std::string(16, 'f')) + Chunk("data", "samples") + Chunk("LIST", "adtlmore")) +
+                  Chunk("data", "outside"));
+    MMCKINFO chunk;
+    LONG position;
+    ASSERT_EQ(Find(name, kData, chunk, position), 0u);
+    EXPECT_EQ(chunk.cksize, 7u);
+    EXPECT_EQ(Contents(name).substr(static_cast<size_t>(position), 7), "samples");
+    EXPECT_EQ(chunk.dwDataOffset, static_cast<DWORD>(position));
+    EXPECT_EQ(Find(name, mmioFOURCC('f', 'a', 'c', 't'), chunk, position), MMRESULT{MMIOERR_CHUNKNOTFOUND});
+
+    const HMMIO file = Open(name, MMIO_READ);
+    MMCKINFO riff{}, any{}, list{};
+    ASSERT_EQ(mmioDescend(file, &riff, nullptr, MMIO_FINDRIFF), 0u) << "no type: any form";
+    EXPECT_EQ(riff.fccType, kWave);
+    ASSERT_EQ(mmioDescend(file, &any, &riff, 0), 0u) << "no flag: the next chunk";
+    EXPECT_EQ(any.ckid, mmioFOURCC('o', 'd', 'd', ' '));
+    ASSERT_EQ(mmioAscend(file, &any, 0), 0u);
+    list.fccType = mmioFOURCC('a', 'd', 't', 'l');
+    ASSERT_EQ(mmioDescend(file, &list, &riff, MMIO_FINDLIST), 0u) << "not the first list, which has another type";
+    char text[5] = "";
+    EXPECT_EQ(mmioRead(file, text, 4), 4);
+    EXPECT_STREQ(text, "more");
+    ASSERT_EQ(mmioAscend(file, &riff, 0), 0u);
+    any = {};
+    any.ckid = kData;
+    ASSERT_EQ(mmioDescend(file, &any, nullptr, MMIO_FINDCHUNK), 0u);
+    EXPECT_EQ(mmioRead(file, text, 4), 4);
+    EXPECT_STREQ(text, "outs");
+    EXPECT_EQ(mmioClose(file, 0), 0u);
+}
+
+TEST(Riff, LyingSizesEndTheSearchAtOnce) {
+    Workspace space;
+    const std::string name = space.Name("h.wav");
+    const auto riff = [](uint32_t size, const std::string& rest) { return "RIFF" + Number(size) + "WAVE" + rest; };
+    const std::string junk = "junk";
+    MMCKINFO chunk;
+    LONG position;
+    for (const uint32_t lie : {0xFFFFFFFFu, 0xFFFFFFFEu, 0xFFFFFFF8u, 0xFFFFFFF7u, 0x80000000u, 0x7FFFFFFFu, 0x7FFFFFF0u, 100u}) {
+        Put(name, riff(0xFFFFFFFF, junk + Number(lie) + Chunk("data", "hidden")));
+        EXPECT_EQ(Find(name, kData, chunk, position), MMRESULT{MMIOERR_CHUNKNOTFOUND}) << lie;
+        Put(name, riff(lie, Chunk("junk", "1") + "data" + Number(lie) + "ab"));
+        ASSERT_EQ(Find(name, kData, chunk, position), 0u) << lie;
+        EXPECT_EQ(chunk.cksize, lie) << "the caller is told what the file claims";
+        EXPECT_EQ(position, 30);
+        const HMMIO file = Open(name, MMIO_READ);
+        mmioSeek(file, position, SEEK_SET);
+        char bytes[8];
+        EXPECT_EQ(mmioRead(file, bytes, 8), 2);
+        const MMRESULT left = mmioAscend(file, &chunk, 0);
+        EXPECT_EQ(left, lie > 0x7FFFFF00 ? MMRESULT{MMIOERR_CANNOTSEEK} : 0u) << lie;
+        EXPECT_GE(mmioSeek(file, 0, SEEK_CUR), 32) << "never backwards";
+        EXPECT_EQ(mmioClose(file, 0), 0u);
+    }
+    Put(name, riff(4, Chunk("data", "after the form")));
+    EXPECT_EQ(Find(name, kData, chunk, position), MMRESULT{MMIOERR_CHUNKNOTFOUND});
+    const std::string whole = Wave(Chunk("fmt ", "12") + Chunk("data", "x"));
+    for (size_t size = 0; size < whole.size() - 2; ++size) {
+        Put(name, whole.substr(0, size));
+        EXPECT_EQ(Find(name, kData, chunk, position) == 0, size >= 30) << size;
+    }
+    std::string empty_chunks;
+    for (int i = 0; i < 50'000; ++i)
+        empty_chunks += "junk" + Number(0);
+    Put(name, Wave(empty_chunks + Chunk("data", "end")));
+    EXPECT_EQ(Find(name, kData, chunk, position), 0u);
+}
+
+TEST(Mmio, AgreesWithAPlainModelOfAFile) {
+    Workspace space;
+    std::mt19937 random(7);
+    for (const LONG buffer : {0, 1, 16, 100, 4096}) {
+        const std::string name = space.Name("m");
+        const HMMIO file = Open(name, MMIO_CREATE | MMIO_READWRITE);
+        std::vector<char> callers(static_cast<size_t>(buffer));
+        ASSERT_EQ(mmioSetBuffer(file, buffer == 100 ? callers.data() : nullptr, buffer, 0), 0u);
+        std::string model;
+        size_t at = 0;
+        for (int step = 0; step < 4000; ++step) {
+            const size_t size = random() % (step % 10 ? 40 : 300);
+            switch (random() % 5) {
+                case 0: {
+                    at = random() % (model.size() + 20);
+                    ASSERT_EQ(mmioSeek(file, static_cast<LONG>(at), SEEK_SET), static_cast<LONG>(at));
+                    break;
+                }
+                case 1:
+                case 2: {
+                    const std::string bytes = SomeBytes(size);
+                    ASSERT_EQ(mmioWrite(file, bytes.data(), static_cast<LONG>(size)), static_cast<LONG>(size));
+                    if (size && model.size() < at + size) model.resize(at + size);
+                    model.replace(at, size, bytes);
+                    at += size;
+                    break;
+                }
+                case 3: {
+                    std::string bytes(size, 0);
+                    const LONG got = mmioRead(file, bytes.data(), static_cast<LONG>(size));
+                    const std::string expected = at < model.size() ? model.substr(at, size) : "";
+                    ASSERT_EQ(got, static_cast<LONG>(expected.size()));
+                    ASSERT_EQ(bytes.substr(0, expected.size()), expected);
+                    at += expected.size();
+                    break;
+                }
+                default:
+                    if (step % 7 == 0) ASSERT_EQ(mmioFlush(file, step % 2 ? MMIO_EMPTYBUF : 0), 0u);
+                    if (step % 5 == 0) {
+                        at = model.size();
+                        ASSERT_EQ(mmioSeek(file, 0, SEEK_END), static_cast<LONG>(at));
+                    }
+            }
+            if (at > 20'000) at = static_cast<size_t>(mmioSeek(file, 0, SEEK_SET));
+        }
+        ASSERT_EQ(mmioClose(file, 0), 0u);
+        ASSERT_EQ(Contents(name), model) << "buffer of " << buffer;
+    }
+}
+
+TEST(Mmio, OffsetsEndAtTwoGigabytes) {
+    Workspace space;
+    const std::string name = space.Name("big");
+    const int fd = open(name.c_str(), O_CREAT | O_WRONLY, 0600);
+    ASSERT_EQ(ftruncate(fd, 0x80000010), 0); // holes take no room
+    close(fd);
+    const HMMIO file = Open(name, MMIO_READWRITE | MMIO_ALLOCBUF);
+    EXPECT_EQ(mmioSeek(file, 0, SEEK_END), -1) << "the end lies beyond what a position can say";
+    EXPECT_EQ(mmioSeek(file, 0x7FFFFFFB, SEEK_SET), 0x7FFFFFFB);
+    EXPECT_EQ(mmioSeek(file, 5, SEEK_CUR), -1);
+    EXPECT_EQ(mmioSeek(file, -1, SEEK_SET), -1);
+    EXPECT_EQ(mmioSeek(file, 0, 3), -1);
+    char bytes[16];
+    EXPECT_EQ(mmioRead(file, bytes, 16), 4);
+    EXPECT_EQ(mmioRead(file, bytes, 16), 0);
+    EXPECT_EQ(mmioWrite(file, bytes, 1), -1);
+    EXPECT_EQ(mmioSeek(file, -2, SEEK_CUR), 0x7FFFFFFD);
+    EXPECT_EQ(mmioWrite(file, bytes, 3), -1);
+    EXPECT_EQ(mmioWrite(file, bytes, -1), -1);
+    EXPECT_EQ(mmioRead(file, bytes, -1), -1);
+    EXPECT_EQ(mmioWrite(file, bytes, 2), 2);
+    EXPECT_EQ(mmioClose(file, 0), 0u);
+}
+
+TEST(Mmio, OpeningSaysWhyNot) {
+    Workspace space;
+    MMIOINFO info{};
+    EXPECT_EQ(Open(space.Name("none"), MMIO_READ, &info), nullptr);
+    EXPECT_EQ(info.wErrorRet, UINT{MMIOERR_FILENOTFOUND});
+    EXPECT_EQ(Open(space.Name("no/ne"), MMIO_CREATE | MMIO_WRITE, &info), nullptr);
+    EXPECT_EQ(info.wErrorRet, UINT{MMIOERR_PATHNOTFOUND});
+    EXPECT_EQ(Open(space.folder(), MMIO_READ, &info), nullptr);
+    EXPECT_EQ(info.wErrorRet, UINT{MMIOERR_ACCESSDENIED});
+    EXPECT_EQ(Open(std::string(300, 'x'), MMIO_READ), nullptr);
+    EXPECT_EQ(Open("", MMIO_READ), nullptr);
+    EXPECT_EQ(mmioOpenA(nullptr, nullptr, MMIO_READ), nullptr);
+    EXPECT_EQ(Open(space.Name("f"), MMIO_EXIST), nullptr);
+    Put(space.Name("f"), "there");
+    EXPECT_NE(Open(space.Name("f"), MMIO_EXIST), nullptr);
+    const HMMIO file = Open(space.Name("f"), MMIO_READ);
+    EXPECT_EQ(mmioWrite(file, "no", 2), -1) << "opened for reading";
+    EXPECT_EQ(mmioClose(file, 0), 0u);
+    EXPECT_NE(mmioClose(file, 0), 0u);
+    EXPECT_EQ(mmioRead(file, nullptr, 0), -1);
+    EXPECT_EQ(mmioSeek(nullptr, 0, SEEK_SET), -1);
+    EXPECT_NE(Open(space.Name("f"), MMIO_DELETE), nullptr);
+    EXPECT_EQ(Open(space.Name("f"), MMIO_DELETE), nullptr);
+    EXPECT_EQ(space.Files(), 0u);
+    EXPECT_EQ(mmioStringToFOURCCA("wav", MMIO_TOUPPER), mmioFOURCC('W', 'A', 'V', ' '));
+    EXPECT_EQ(mmioStringToFOURCCA("fmt xyz", 0), kFmt);
+}
+
+TEST(Mmio, AFullDiskIsNoticedAtTheLatestWhenClosing) {
+    const HMMIO buffered = Open("/dev/full", MMIO_WRITE | MMIO_ALLOCBUF);
+    ASSERT_NE(buffered, nullptr);
+    EXPECT_EQ(mmioWrite(buffered, "lost", 4), 4);
+    EXPECT_EQ(mmioClose(buffered, 0), MMRESULT{MMIOERR_CANNOTWRITE});
+    const HMMIO plain = Open("/dev/full", MMIO_WRITE);
+    EXPECT_EQ(mmioWrite(plain, "lost", 4), -1);
+    EXPECT_EQ(mmioClose(plain, 0), 0u);
+    const HMMIO flushed = Open("/dev/full", MMIO_WRITE | MMIO_ALLOCBUF);
+    EXPECT_EQ(mmioWrite(flushed, "lost", 4), 4);
+    EXPECT_EQ(mmioFlush(flushed, 0), MMRESULT{MMIOERR_CANNOTWRITE});
+    EXPECT_EQ(mmioClose(flushed, 0), 0u);
+}
+
+TEST(Mmio, HundredsOfFilesLeaveNothingBehind) {
+    Workspace space;
+    Put(space.Name("f"), Wave(Chunk("data", "x")));
+    const auto cycle = [&] {
+        const HMMIO file = Open(space.Name("f"), MMIO_READ | MMIO_ALLOCBUF);
+        EXPECT_EQ(mmioSetBuffer(file, nullptr, 65536, 0), 0u);
+        EXPECT_EQ(mmioClose(file, 0), 0u);
+        EXPECT_EQ(Open(space.Name("g"), MMIO_READ), nullptr);
+    };
+    cycle();
+    const Holdings before;
+    for (int i = 0; i < 500; ++i)
+        cycle();
+    const Holdings after;
+    EXPECT_EQ(after.descriptors, before.descriptors);
+    EXPECT_LT(after.heap, before.heap + 2048);
+}
