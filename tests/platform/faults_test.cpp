@@ -18,12 +18,20 @@ struct Faults : testing::Test {
     ~Faults() override { PlatformFailNone(); }
 };
 
-bool Creates(HANDLE handle) { return handle && CloseHandle(handle); }
-bool MakesEvent() { return Creates(CreateEventA(nullptr, TRUE, FALSE, nullptr)); }
-bool MakesMutex() { return Creates(CreateMutexA(nullptr, FALSE, nullptr)); }
-unsigned Nothing(void*) { return 0; }
+bool Creates(HANDLE handle) {
+    return handle && CloseHandle(handle);
+}
+bool MakesEvent() {
+    return Creates(CreateEventA(nullptr, TRUE, FALSE, nullptr));
+}
+bool MakesMutex() {
+    return Creates(CreateMutexA(nullptr, FALSE, nullptr));
+}
+unsigned Nothing(void*) {
+    return 0;
+}
 
-} // namespace
+}  // namespace
 
 TEST_F(Faults, StrikeTheNthCallOfAName) {
     ASSERT_TRUE(PlatformFailCall("CreateEventA", 3, ERROR_DISK_FULL, 0));
@@ -37,7 +45,7 @@ TEST_F(Faults, StrikeTheNthCallOfAName) {
 }
 
 TEST_F(Faults, StickAndCountAllNames) {
-    ASSERT_TRUE(PlatformFailCall("*", 4, 0, 1)); // closing counts too
+    ASSERT_TRUE(PlatformFailCall("*", 4, 0, 1));  // closing counts too
     EXPECT_TRUE(MakesEvent());
     EXPECT_EQ(PlatformCallCount("*"), 2u);
     EXPECT_FALSE(MakesMutex()) << "made, but closing is said to fail";

@@ -2,6 +2,7 @@
 #include <windows.h>
 
 #include <cstring>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -15,7 +16,8 @@ using namespace tolvane::testing;
 namespace {
 
 HANDLE Open(const std::string& name, DWORD access, DWORD disposition) {
-    return CreateFileA(name.c_str(), access, FILE_SHARE_READ, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+    return CreateFileA(name.c_str(), access, FILE_SHARE_READ, nullptr, disposition, FILE_ATTRIBUTE_NORMAL,
+                       nullptr);
 }
 
 struct FailsWith {
@@ -51,7 +53,7 @@ struct LimitedFileSize {
     rlimit before;
 };
 
-} // namespace
+}  // namespace
 
 TEST(Files, ReadWriteSeekAndCut) {
     Workspace space;
@@ -66,7 +68,8 @@ TEST(Files, ReadWriteSeekAndCut) {
     EXPECT_EQ(std::string(bytes, done), "6789");
     ASSERT_TRUE(ReadFile(file, bytes, 16, &done, nullptr)) << "the end of the file is no failure";
     EXPECT_EQ(done, 0u);
-    EXPECT_TRUE(FailsWith{ERROR_NEGATIVE_SEEK}(SetFilePointer(file, -1, nullptr, FILE_BEGIN) != INVALID_SET_FILE_POINTER));
+    EXPECT_TRUE(FailsWith{ERROR_NEGATIVE_SEEK}(SetFilePointer(file, -1, nullptr, FILE_BEGIN) !=
+                                               INVALID_SET_FILE_POINTER));
     EXPECT_EQ(SetFilePointer(file, 0, nullptr, FILE_CURRENT), 10u);
     SetFilePointer(file, 3, nullptr, FILE_BEGIN);
     ASSERT_TRUE(SetEndOfFile(file));
@@ -74,7 +77,8 @@ TEST(Files, ReadWriteSeekAndCut) {
     far_away.QuadPart = 5'000'000'000;
     ASSERT_TRUE(SetFilePointerEx(file, far_away, &reached, FILE_BEGIN));
     EXPECT_EQ(reached.QuadPart, 5'000'000'000);
-    EXPECT_TRUE(FailsWith{ERROR_INVALID_PARAMETER}(SetFilePointer(file, 1, nullptr, FILE_CURRENT) != INVALID_SET_FILE_POINTER));
+    EXPECT_TRUE(FailsWith{ERROR_INVALID_PARAMETER}(SetFilePointer(file, 1, nullptr, FILE_CURRENT) !=
+                                                   INVALID_SET_FILE_POINTER));
     LONG high = 0;
     EXPECT_EQ(SetFilePointer(file, 0, &high, FILE_CURRENT), static_cast<DWORD>(5'000'000'000 & 0xFFFFFFFF));
     EXPECT_EQ(high, 1);
@@ -97,10 +101,14 @@ TEST(Files, DispositionsDecideWhatIsOpenedMadeAndEmptied) {
         const char* left;
     };
     const Case cases[] = {
-        {CREATE_NEW, false, true, ERROR_SUCCESS, ""},       {CREATE_NEW, true, false, ERROR_FILE_EXISTS, "old"},
-        {CREATE_ALWAYS, false, true, ERROR_SUCCESS, ""},    {CREATE_ALWAYS, true, true, ERROR_ALREADY_EXISTS, ""},
-        {OPEN_EXISTING, true, true, ERROR_SUCCESS, "old"},  {OPEN_ALWAYS, true, true, ERROR_ALREADY_EXISTS, "old"},
-        {OPEN_ALWAYS, false, true, ERROR_SUCCESS, ""},      {TRUNCATE_EXISTING, true, true, ERROR_SUCCESS, ""},
+        {CREATE_NEW, false, true, ERROR_SUCCESS, ""},
+        {CREATE_NEW, true, false, ERROR_FILE_EXISTS, "old"},
+        {CREATE_ALWAYS, false, true, ERROR_SUCCESS, ""},
+        {CREATE_ALWAYS, true, true, ERROR_ALREADY_EXISTS, ""},
+        {OPEN_EXISTING, true, true, ERROR_SUCCESS, "old"},
+        {OPEN_ALWAYS, true, true, ERROR_ALREADY_EXISTS, "old"},
+        {OPEN_ALWAYS, false, true, ERROR_SUCCESS, ""},
+        {TRUNCATE_EXISTING, true, true, ERROR_SUCCESS, ""},
     };
     Workspace space;
     for (const Case& c : cases) {
@@ -115,8 +123,10 @@ TEST(Files, DispositionsDecideWhatIsOpenedMadeAndEmptied) {
         EXPECT_EQ(Contents(name), c.left) << c.disposition;
     }
     for (const DWORD disposition : {OPEN_EXISTING, TRUNCATE_EXISTING}) {
-        EXPECT_TRUE(FailsWith{ERROR_FILE_NOT_FOUND}(Open(space.Name("none"), GENERIC_WRITE, disposition) != INVALID_HANDLE_VALUE));
-        EXPECT_TRUE(FailsWith{ERROR_PATH_NOT_FOUND}(Open(space.Name("no/ne"), GENERIC_WRITE, disposition) != INVALID_HANDLE_VALUE));
+        EXPECT_TRUE(FailsWith{ERROR_FILE_NOT_FOUND}(Open(space.Name("none"), GENERIC_WRITE, disposition) !=
+                                                    INVALID_HANDLE_VALUE));
+        EXPECT_TRUE(FailsWith{ERROR_PATH_NOT_FOUND}(Open(space.Name("no/ne"), GENERIC_WRITE, disposition) !=
+                                                    INVALID_HANDLE_VALUE));
     }
     EXPECT_EQ(space.Files(), 1u);
 }
@@ -135,10 +145,11 @@ TEST(Files, WhatIsNoFileIsRefusedAtOnce) {
     EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(opens(space.folder(), GENERIC_WRITE)));
     EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(opens(space.Name("locked"), GENERIC_WRITE)));
     EXPECT_TRUE(FailsWith{ERROR_PATH_NOT_FOUND}(opens("", GENERIC_READ)));
-    EXPECT_TRUE(FailsWith{ERROR_PATH_NOT_FOUND}(CreateFileA(nullptr, GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr) !=
-                                                INVALID_HANDLE_VALUE));
+    EXPECT_TRUE(FailsWith{ERROR_PATH_NOT_FOUND}(
+        CreateFileA(nullptr, GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr) != INVALID_HANDLE_VALUE));
     EXPECT_TRUE(FailsWith{ERROR_FILENAME_EXCED_RANGE}(opens(std::string(260, 'n'), GENERIC_READ)));
-    EXPECT_TRUE(FailsWith{ERROR_FILE_NOT_FOUND}(GetFileAttributesA(std::string(200, 'n').c_str()) != INVALID_FILE_ATTRIBUTES));
+    EXPECT_TRUE(FailsWith{ERROR_FILE_NOT_FOUND}(GetFileAttributesA(std::string(200, 'n').c_str()) !=
+                                                INVALID_FILE_ATTRIBUTES));
     EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(DeleteFileA(space.Name("locked").c_str())));
     EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(DeleteFileA(space.folder().c_str())));
     EXPECT_EQ(Contents(space.Name("locked")), "x");
@@ -186,7 +197,8 @@ TEST(FileNames, MovingNeverLosesAFile) {
     EXPECT_TRUE(MoveFileExA(a.c_str(), b.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
     EXPECT_EQ(Contents(b), "aaa");
     EXPECT_TRUE(FailsWith{ERROR_FILE_NOT_FOUND}(MoveFileA(a.c_str(), b.c_str())));
-    EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(MoveFileExA(b.c_str(), space.folder().c_str(), MOVEFILE_REPLACE_EXISTING)));
+    EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(
+        MoveFileExA(b.c_str(), space.folder().c_str(), MOVEFILE_REPLACE_EXISTING)));
     EXPECT_TRUE(MoveFileA(b.c_str(), a.c_str()));
     EXPECT_EQ(Contents(a), "aaa");
     EXPECT_EQ(space.Files(), 1u);
@@ -195,7 +207,8 @@ TEST(FileNames, MovingNeverLosesAFile) {
 TEST(FileNames, MovingToAnotherVolumeCopies) {
     struct stat here, there;
     Workspace space;
-    if (stat("/dev/shm", &there) != 0 || stat(space.folder().c_str(), &here) != 0 || here.st_dev == there.st_dev)
+    if (stat("/dev/shm", &there) != 0 || stat(space.folder().c_str(), &here) != 0 ||
+        here.st_dev == there.st_dev)
         GTEST_SKIP() << "one volume only";
     char other[] = "/dev/shm/tolvane-test-XXXXXX";
     close(mkstemp(other));
@@ -219,7 +232,8 @@ TEST(FileNames, CopiesAreWholeOrNotThere) {
     Put(b, "before");
     EXPECT_TRUE(FailsWith{ERROR_FILE_EXISTS}(CopyFileA(a.c_str(), b.c_str(), TRUE)));
     EXPECT_EQ(Contents(b), "before");
-    EXPECT_TRUE(FailsWith{ERROR_SHARING_VIOLATION}(CopyFileA(a.c_str(), (space.folder() + "/./a").c_str(), FALSE)));
+    EXPECT_TRUE(
+        FailsWith{ERROR_SHARING_VIOLATION}(CopyFileA(a.c_str(), (space.folder() + "/./a").c_str(), FALSE)));
     EXPECT_EQ(Contents(a), bytes) << "a copy onto itself must not empty the file";
     ASSERT_TRUE(CopyFileA(a.c_str(), b.c_str(), FALSE));
     EXPECT_EQ(Contents(b), bytes);
@@ -256,7 +270,8 @@ TEST(FileNames, FoldersAndFullNames) {
     EXPECT_EQ(GetFullPathNameA("/../..", MAX_PATH, full, &last), 1u);
     EXPECT_EQ(last, nullptr);
     EXPECT_EQ(GetFullPathNameA("/abc", 4, full, nullptr), 5u) << "room needed, with the zero";
-    EXPECT_EQ(GetFullPathNameA("x", MAX_PATH, full, nullptr), std::filesystem::current_path().string().size() + 2);
+    EXPECT_EQ(GetFullPathNameA("x", MAX_PATH, full, nullptr),
+              std::filesystem::current_path().string().size() + 2);
 }
 
 TEST(TempFiles, FolderComesFromTheEnvironment) {
@@ -296,7 +311,8 @@ TEST(TempFiles, NamesAreNewAndMade) {
     EXPECT_EQ(space.Files(), 4u) << "a number of the caller's makes no file";
     EXPECT_TRUE(FailsWith{ERROR_DIRECTORY}(GetTempFileNameA(space.Name("none").c_str(), "VMX", 0, other)));
     EXPECT_TRUE(FailsWith{ERROR_DIRECTORY}(GetTempFileNameA(name, "VMX", 0, other)));
-    EXPECT_TRUE(FailsWith{ERROR_FILENAME_EXCED_RANGE}(GetTempFileNameA(std::string(247, 'x').c_str(), "VMX", 0, other)));
+    EXPECT_TRUE(FailsWith{ERROR_FILENAME_EXCED_RANGE}(
+        GetTempFileNameA(std::string(247, 'x').c_str(), "VMX", 0, other)));
     EXPECT_TRUE(FailsWith{ERROR_INVALID_PARAMETER}(GetTempFileNameA("", "VMX", 0, other)));
 }
 
@@ -314,6 +330,8 @@ TEST(DiskSpace, BothQueriesAgreeWithTheVolume) {
     ASSERT_TRUE(GetDiskFreeSpaceExA(space.folder().c_str(), &available, &total, nullptr));
     EXPECT_EQ(uint64_t{sectors} * bytes * clusters, total.QuadPart);
     const uint64_t counted = uint64_t{sectors} * bytes * free_clusters;
-    EXPECT_NEAR(static_cast<double>(counted), static_cast<double>(available.QuadPart), 1e9); // others write meanwhile
-    EXPECT_TRUE(FailsWith{ERROR_FILE_NOT_FOUND}(GetDiskFreeSpaceExA(space.Name("none").c_str(), &available, nullptr, nullptr)));
+    EXPECT_NEAR(static_cast<double>(counted), static_cast<double>(available.QuadPart),
+                1e9);  // others write meanwhile
+    EXPECT_TRUE(FailsWith{ERROR_FILE_NOT_FOUND}(
+        GetDiskFreeSpaceExA(space.Name("none").c_str(), &available, nullptr, nullptr)));
 }

@@ -44,6 +44,11 @@ void JoinAndClose(HANDLE thread) {
     EXPECT_TRUE(CloseHandle(thread));
 }
 
+template <typename Function>
+Function Procedure(HMODULE module, const char* name) {
+    return reinterpret_cast<Function>(reinterpret_cast<void (*)()>(GetProcAddress(module, name)));
+}
+
 // As the layer sees it: these wait without time limit, each in another way.
 unsigned SleepForEver(void*) {
     Sleep(INFINITE);
@@ -68,7 +73,7 @@ unsigned NeverWaitsForLong(void*) {
         Sleep(0);
 }
 
-} // namespace
+}  // namespace
 
 TEST(Handles, OfOneKindAreNoneOfAnother) {
     const HANDLE event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
@@ -83,11 +88,13 @@ TEST(Handles, OfOneKindAreNoneOfAnother) {
     EXPECT_EQ(WaitForSingleObject(memory, 0), WAIT_FAILED);
     EXPECT_EQ(GlobalLock(event), nullptr);
     EXPECT_EQ(GlobalFree(event), event);
-    for (const HANDLE nonsense : {HANDLE{}, HANDLE{reinterpret_cast<void*>(uintptr_t{0x12344})}, static_cast<HANDLE>(&code)})
+    for (const HANDLE nonsense :
+         {HANDLE{}, HANDLE{reinterpret_cast<void*>(uintptr_t{0x12344})}, static_cast<HANDLE>(&code)})
         EXPECT_FALSE(CloseHandle(nonsense));
     EXPECT_TRUE(CloseHandle(event));
     const HANDLE later = CreateEventA(nullptr, TRUE, TRUE, nullptr);
-    EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_FAILED) << "a closed handle names nothing, whatever came after it";
+    EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_FAILED)
+        << "a closed handle names nothing, whatever came after it";
     EXPECT_TRUE(CloseHandle(later) && CloseHandle(mutex));
     EXPECT_EQ(GlobalFree(memory), nullptr);
     EXPECT_EQ(GlobalFree(memory), memory) << "freed twice";
@@ -168,7 +175,8 @@ TEST(Waits, AnyTakesOneAllTakesAllOrNone) {
     const HANDLE b = CreateEventA(nullptr, FALSE, TRUE, nullptr);
     const HANDLE both[] = {a, b};
     EXPECT_EQ(WaitForMultipleObjects(2, both, TRUE, 5), WAIT_TIMEOUT);
-    EXPECT_EQ(WaitForMultipleObjects(2, both, FALSE, 5), WAIT_OBJECT_0 + 1) << "the failed wait for both took nothing";
+    EXPECT_EQ(WaitForMultipleObjects(2, both, FALSE, 5), WAIT_OBJECT_0 + 1)
+        << "the failed wait for both took nothing";
     EXPECT_EQ(WaitForMultipleObjects(2, both, FALSE, 0), WAIT_TIMEOUT);
     auto sets = [&] {
         SetEvent(b);
@@ -307,7 +315,8 @@ TEST(Memory, MovableAndFixedBlocks) {
 
 TEST(Memory, PointersAreProbed) {
     const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-    auto* pages = static_cast<char*>(mmap(nullptr, 700 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    auto* pages = static_cast<char*>(
+        mmap(nullptr, 700 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
     ASSERT_NE(pages, MAP_FAILED);
     pages[page] = 'k';
     mprotect(pages + 2 * page, page, PROT_READ);
@@ -337,7 +346,7 @@ TEST(System, VersionIsOfTheFamilyThatHasTheExtendedQuery) {
 TEST(Modules, BuiltInAndLoaded) {
     const HMODULE kernel = LoadLibraryExA("Kernel32.dll", nullptr, 0);
     ASSERT_NE(kernel, nullptr);
-    const auto query = reinterpret_cast<decltype(&GetDiskFreeSpaceExA)>(GetProcAddress(kernel, "GetDiskFreeSpaceExA"));
+    const auto query = Procedure<decltype(&GetDiskFreeSpaceExA)>(kernel, "GetDiskFreeSpaceExA");
     ULARGE_INTEGER available{};
     ASSERT_NE(query, nullptr);
     EXPECT_TRUE(query("/", &available, nullptr, nullptr));
@@ -349,10 +358,11 @@ TEST(Modules, BuiltInAndLoaded) {
     EXPECT_EQ(GetLastError(), ERROR_MOD_NOT_FOUND);
     const HMODULE math = LoadLibraryA("libm.so.6");
     ASSERT_NE(math, nullptr);
-    const auto cosine = reinterpret_cast<double (*)(double)>(GetProcAddress(math, "cos"));
+    const auto cosine = Procedure<double (*)(double)>(math, "cos");
     EXPECT_EQ(cosine(0), 1.0);
     char name[MAX_PATH], cut[8];
-    EXPECT_EQ(GetModuleFileNameA(math, name, MAX_PATH), std::strlen(name));
+    const DWORD length = GetModuleFileNameA(math, name, MAX_PATH);
+    EXPECT_EQ(length, std::strlen(name));
     EXPECT_NE(std::strstr(name, "libm.so.6"), nullptr);
     EXPECT_EQ(GetModuleFileNameA(nullptr, cut, 8), 8u);
     EXPECT_EQ(std::strlen(cut), 7u);
@@ -432,7 +442,7 @@ BOOL WINAPI NoteControl(DWORD event) {
     told_event = event;
     return TRUE;
 }
-} // namespace
+}  // namespace
 
 TEST(Console, CtrlCIsToldOnAThreadOfItsOwn) {
     struct sigaction before, during, after;

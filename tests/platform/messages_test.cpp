@@ -21,9 +21,7 @@ constexpr UINT kSlow = WM_APP + 1;
 // A thread that keeps what it is told until it is told to quit.
 class Listener {
   public:
-    Listener() {
-        thread_ = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, Run, this, 0, &id));
-    }
+    Listener() { thread_ = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, Run, this, 0, &id)); }
     ~Listener() { Quit(); }
     void Quit() {
         if (!thread_) return;
@@ -36,7 +34,7 @@ class Listener {
 
     unsigned id = 0;
     std::atomic<size_t> count{0};
-    std::vector<MSG> heard; // to be read when the thread waits or has ended
+    std::vector<MSG> heard;  // to be read when the thread waits or has ended
 
   private:
     static unsigned Run(void* self) {
@@ -54,7 +52,8 @@ class Listener {
 
 void Drain() {
     MSG message;
-    while (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) {}
+    while (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) {
+    }
 }
 
 struct Seen {
@@ -67,14 +66,16 @@ struct Seen {
 
 LRESULT CALLBACK Note(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
     if (message == WM_NCCREATE)
-        SetWindowLongPtrA(window, GWLP_USERDATA,
-                          reinterpret_cast<LONG_PTR>(reinterpret_cast<CREATESTRUCTA*>(lparam)->lpCreateParams));
+        SetWindowLongPtrA(
+            window, GWLP_USERDATA,
+            reinterpret_cast<LONG_PTR>(reinterpret_cast<CREATESTRUCTA*>(lparam)->lpCreateParams));
     auto* seen = reinterpret_cast<Seen*>(GetWindowLongPtrA(window, GWLP_USERDATA));
     if (!seen) return DefWindowProcA(window, message, wparam, lparam);
     seen->messages.push_back(message);
     seen->thread = GetCurrentThreadId();
     if (message == WM_CREATE) return seen->answer_to_create;
-    if (message >= WM_USER) return seen->forward_to ? SendMessageA(seen->forward_to, message, wparam, lparam) + 1 : seen->answer;
+    if (message >= WM_USER)
+        return seen->forward_to ? SendMessageA(seen->forward_to, message, wparam, lparam) + 1 : seen->answer;
     return DefWindowProcA(window, message, wparam, lparam);
 }
 
@@ -93,7 +94,7 @@ struct NoteClass {
     ATOM atom;
 };
 
-} // namespace
+}  // namespace
 
 TEST(Messages, ArriveInOrderEvenBeforeAnyoneListens) {
     Listener listener;
@@ -181,7 +182,8 @@ TEST(Windows, LiveFromCreateToDestroy) {
     MSG message;
     ASSERT_EQ(GetMessageA(&message, nullptr, 0, 0), 1);
     DispatchMessageA(&message);
-    EXPECT_EQ(seen.messages, (std::vector<UINT>{WM_NCCREATE, WM_CREATE, WM_USER, WM_CLOSE, WM_DESTROY, WM_NCDESTROY}));
+    EXPECT_EQ(seen.messages,
+              (std::vector<UINT>{WM_NCCREATE, WM_CREATE, WM_USER, WM_CLOSE, WM_DESTROY, WM_NCDESTROY}));
     EXPECT_FALSE(IsWindow(window));
     EXPECT_FALSE(PostMessageA(window, WM_USER, 0, 0));
     EXPECT_EQ(GetLastError(), ERROR_INVALID_WINDOW_HANDLE);
@@ -204,7 +206,7 @@ struct WindowThread {
         return 0;
     }
 };
-} // namespace
+}  // namespace
 
 TEST(Windows, SendingWaitsForTheOtherThread) {
     NoteClass note;
@@ -212,13 +214,14 @@ TEST(Windows, SendingWaitsForTheOtherThread) {
     const HWND own = note.Create(here);
     WindowThread other{&note, &there, nullptr};
     unsigned id = 0;
-    const auto thread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, WindowThread::Run, &other, 0, &id));
+    const auto thread =
+        reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, WindowThread::Run, &other, 0, &id));
     ASSERT_TRUE(Eventually([&] { return other.window.load() != nullptr; }));
     const HWND window = other.window;
     EXPECT_FALSE(DestroyWindow(window)) << "only its own thread may";
     EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
     here.answer = 40;
-    there.forward_to = own; // which waits for this very answer
+    there.forward_to = own;  // which waits for this very answer
     EXPECT_EQ(SendMessageA(window, WM_USER, 0, 0), 41);
     EXPECT_EQ(there.thread, id);
     EXPECT_EQ(here.thread, GetCurrentThreadId());

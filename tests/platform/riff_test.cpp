@@ -27,10 +27,13 @@ std::string Number(uint32_t value) {
 }
 
 std::string Chunk(const std::string& id, const std::string& content) {
-    return id + Number(static_cast<uint32_t>(content.size())) + content + std::string(content.size() % 2, '\0');
+    return id + Number(static_cast<uint32_t>(content.size())) + content +
+           std::string(content.size() % 2, '\0');
 }
 
-std::string Wave(const std::string& chunks) { return Chunk("RIFF", "WAVE" + chunks); }
+std::string Wave(const std::string& chunks) {
+    return Chunk("RIFF", "WAVE" + chunks);
+}
 
 // Finds a chunk in the file's first WAVE form; the code of the step that failed.
 MMRESULT Find(const std::string& name, FOURCC id, MMCKINFO& chunk, LONG& position) {
@@ -47,7 +50,8 @@ MMRESULT Find(const std::string& name, FOURCC id, MMCKINFO& chunk, LONG& positio
 }
 
 // Writes a wave file with these contents, in pieces of `piece` bytes.
-void WriteWave(const std::string& name, const std::string& fmt, const std::string& data, size_t piece, LONG buffer) {
+void WriteWave(const std::string& name, const std::string& fmt, const std::string& data, size_t piece,
+               LONG buffer) {
     const HMMIO file = Open(name, MMIO_CREATE | MMIO_WRITE | MMIO_ALLOCBUF);
     ASSERT_NE(file, nullptr);
     ASSERT_EQ(mmioSetBuffer(file, nullptr, buffer, 0), 0u);
@@ -80,7 +84,7 @@ std::string SomeBytes(size_t size) {
     return bytes;
 }
 
-} // namespace
+}  // namespace
 
 TEST(Riff, WrittenFilesAreByteForByteWhatTheyShouldBe) {
     static_assert(sizeof(MMCKINFO) == 20);
@@ -89,7 +93,8 @@ TEST(Riff, WrittenFilesAreByteForByteWhatTheyShouldBe) {
         for (const LONG buffer : {0, 1, 7, 8192, 65536}) {
             const std::string data = SomeBytes(size), name = space.Name("w.wav");
             WriteWave(name, std::string(18, 'f'), data, 333, buffer);
-            ASSERT_EQ(Contents(name), Wave(Chunk("fmt ", std::string(18, 'f')) + Chunk("data", data))) << size << ' ' << buffer;
+            ASSERT_EQ(Contents(name), Wave(Chunk("fmt ", std::string(18, 'f')) + Chunk("data", data)))
+                << size << ' ' << buffer;
         }
     }
     WriteWave(space.Name("w.wav"), "odd", "x", 1, 16);
@@ -99,10 +104,11 @@ TEST(Riff, WrittenFilesAreByteForByteWhatTheyShouldBe) {
 TEST(Riff, ChunksAreFoundWhereverTheyLie) {
     Workspace space;
     const std::string name = space.Name("r.wav");
-    Put(name, Chunk("JUNK", "before") +
-                  Wave(Chunk("odd ", "123") + Chunk("LIST", "INFO" + Chunk("data", "not this one")) +
-                       Chunk("fmt ", std::string(16, 'f')) + Chunk("data", "samples") + Chunk("LIST", "adtlmore")) +
-                  Chunk("data", "outside"));
+    Put(name,
+        Chunk("JUNK", "before") +
+            Wave(Chunk("odd ", "123") + Chunk("LIST", "INFO" + Chunk("data", "not this one")) +
+                 Chunk("fmt ", std::string(16, 'f')) + Chunk("data", "samples") + Chunk("LIST", "adtlmore")) +
+            Chunk("data", "outside"));
     MMCKINFO chunk;
     LONG position;
     ASSERT_EQ(Find(name, kData, chunk, position), 0u);
@@ -119,7 +125,8 @@ TEST(Riff, ChunksAreFoundWhereverTheyLie) {
     EXPECT_EQ(any.ckid, mmioFOURCC('o', 'd', 'd', ' '));
     ASSERT_EQ(mmioAscend(file, &any, 0), 0u);
     list.fccType = mmioFOURCC('a', 'd', 't', 'l');
-    ASSERT_EQ(mmioDescend(file, &list, &riff, MMIO_FINDLIST), 0u) << "not the first list, which has another type";
+    ASSERT_EQ(mmioDescend(file, &list, &riff, MMIO_FINDLIST), 0u)
+        << "not the first list, which has another type";
     char text[5] = "";
     EXPECT_EQ(mmioRead(file, text, 4), 4);
     EXPECT_STREQ(text, "more");
@@ -135,11 +142,14 @@ TEST(Riff, ChunksAreFoundWhereverTheyLie) {
 TEST(Riff, LyingSizesEndTheSearchAtOnce) {
     Workspace space;
     const std::string name = space.Name("h.wav");
-    const auto riff = [](uint32_t size, const std::string& rest) { return "RIFF" + Number(size) + "WAVE" + rest; };
+    const auto riff = [](uint32_t size, const std::string& rest) {
+        return "RIFF" + Number(size) + "WAVE" + rest;
+    };
     const std::string junk = "junk";
     MMCKINFO chunk;
     LONG position;
-    for (const uint32_t lie : {0xFFFFFFFFu, 0xFFFFFFFEu, 0xFFFFFFF8u, 0xFFFFFFF7u, 0x80000000u, 0x7FFFFFFFu, 0x7FFFFFF0u, 100u}) {
+    for (const uint32_t lie :
+         {0xFFFFFFFFu, 0xFFFFFFFEu, 0xFFFFFFF8u, 0xFFFFFFF7u, 0x80000000u, 0x7FFFFFFFu, 0x7FFFFFF0u, 100u}) {
         Put(name, riff(0xFFFFFFFF, junk + Number(lie) + Chunk("data", "hidden")));
         EXPECT_EQ(Find(name, kData, chunk, position), MMRESULT{MMIOERR_CHUNKNOTFOUND}) << lie;
         Put(name, riff(lie, Chunk("junk", "1") + "data" + Number(lie) + "ab"));
@@ -190,7 +200,8 @@ TEST(Mmio, AgreesWithAPlainModelOfAFile) {
                 case 1:
                 case 2: {
                     const std::string bytes = SomeBytes(size);
-                    ASSERT_EQ(mmioWrite(file, bytes.data(), static_cast<LONG>(size)), static_cast<LONG>(size));
+                    ASSERT_EQ(mmioWrite(file, bytes.data(), static_cast<LONG>(size)),
+                              static_cast<LONG>(size));
                     if (size && model.size() < at + size) model.resize(at + size);
                     model.replace(at, size, bytes);
                     at += size;
@@ -206,7 +217,9 @@ TEST(Mmio, AgreesWithAPlainModelOfAFile) {
                     break;
                 }
                 default:
-                    if (step % 7 == 0) ASSERT_EQ(mmioFlush(file, step % 2 ? MMIO_EMPTYBUF : 0), 0u);
+                    if (step % 7 == 0) {
+                        ASSERT_EQ(mmioFlush(file, step % 2 ? MMIO_EMPTYBUF : 0), 0u);
+                    }
                     if (step % 5 == 0) {
                         at = model.size();
                         ASSERT_EQ(mmioSeek(file, 0, SEEK_END), static_cast<LONG>(at));
@@ -223,7 +236,7 @@ TEST(Mmio, OffsetsEndAtTwoGigabytes) {
     Workspace space;
     const std::string name = space.Name("big");
     const int fd = open(name.c_str(), O_CREAT | O_WRONLY, 0600);
-    ASSERT_EQ(ftruncate(fd, 0x80000010), 0); // holes take no room
+    ASSERT_EQ(ftruncate(fd, 0x80000010), 0);  // holes take no room
     close(fd);
     const HMMIO file = Open(name, MMIO_READWRITE | MMIO_ALLOCBUF);
     EXPECT_EQ(mmioSeek(file, 0, SEEK_END), -1) << "the end lies beyond what a position can say";

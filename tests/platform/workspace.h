@@ -47,7 +47,8 @@ inline size_t Entries(const char* folder) {
     return count;
 }
 
-// Threads, descriptors and heap bytes in use. Under a sanitizer the heap is not seen (0); its leak check sees it.
+// Threads, descriptors and heap bytes in use. Under a sanitizer the heap is not seen (0); its leak check sees
+// it.
 struct Holdings {
     size_t threads = Entries("/proc/self/task");
     size_t descriptors = Entries("/proc/self/fd");
@@ -64,5 +65,5 @@ bool Eventually(Condition condition) {
     return false;
 }
 
-} // namespace tolvane::testing
+}  // namespace tolvane::testing
 #endif
