@@ -4,7 +4,11 @@
 
 #include <fmt/format.h>
 
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <filesystem>
+#include <memory>
 
 #include "commands.h"
 #include "message_window.h"
@@ -69,7 +73,15 @@ int PrepareCard(const PlayRequest& request, std::string& heard) {
                          "Name another file with --into.");
 }
 
-int ReportStartFailure(const PlayRequest& request, uint32_t code) {
+bool CanWrite(const std::string& path) {
+    const std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(path.c_str(), "ab"), std::fclose);
+    return file != nullptr;
+}
+
+int ReportStartFailure(const PlayRequest& request, const std::string& heard, uint32_t code) {
+    if (code == TOLVANE_DEVICE_NOT_OPENED && !heard.empty() && !CanWrite(heard))
+        return ReportFailure("cannot write", heard, fmt::format("{}.", std::strerror(errno)),
+                             "Name a file that can be written with --into.");
     const bool device = code == TOLVANE_FORMAT_NOT_PLAYABLE || code == TOLVANE_DEVICE_NOT_OPENED;
     if (device && !MachineHasOutput()) return ReportNoSound("cannot play", request.file);
     return ReportFileFailure("cannot play", request.file, code);
@@ -89,10 +101,13 @@ int RunPlay(const PlayRequest& request) {
     if (const int failed = CheckSpan(request, span)) return failed;
 
     MessageWindow window;
+    if (!window.handle())
+        return ReportFailure("cannot play", request.file, "The system gave no message window.",
+                             "Try again; close other programs if memory is short.");
     SetCallbackWindow(window.handle());
     const auto code = AudioPlayWaveEx(request.file.c_str(), span.from, TOLVANE_BYTES, request.rate, 0,
                                       span.to, request.repeat);
-    if (code != TOLVANE_OK) return ReportStartFailure(request, code);
+    if (code != TOLVANE_OK) return ReportStartFailure(request, heard, code);
     const int exit_code = FollowPlayback(window, request, span);
     SayWhereItLies(heard, request.quiet);
     return exit_code;

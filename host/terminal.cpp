@@ -20,6 +20,17 @@ bool Set(const char* variable) {
     return value && *value;
 }
 
+// The first of the three that says anything decides, as in every program that heeds the locale; where none
+// does, the console is asked.
+bool ShowsUtf8() {
+    for (const char* variable : {"LC_ALL", "LC_CTYPE", "LANG"})
+        if (Set(variable)) {
+            const std::string_view locale = std::getenv(variable);
+            return locale.find("UTF-8") != locale.npos || locale.find("utf8") != locale.npos;
+        }
+    return GetConsoleOutputCP() == kUtf8;
+}
+
 bool TerminalIsDumb() {
     const char* kind = std::getenv("TERM");
     return kind && std::string_view(kind) == "dumb";
@@ -66,7 +77,7 @@ Terminal::Terminal() : input_(GetStdHandle(STD_INPUT_HANDLE)), output_(GetStdHan
                 SetConsoleMode(input_, input_mode_ & ~kLineModes);
     escapes_ = !TerminalIsDumb() && GetConsoleMode(output_, &output_mode_) &&
                SetConsoleMode(output_, output_mode_ | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
-    style_ = {escapes_ && !Set("NO_COLOR"), GetConsoleOutputCP() == kUtf8};
+    style_ = {escapes_ && !Set("NO_COLOR"), ShowsUtf8()};
 }
 
 Terminal::~Terminal() {
