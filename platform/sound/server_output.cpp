@@ -14,8 +14,8 @@ namespace {
 constexpr pa_usec_t kLeastRequest = PA_USEC_PER_SEC;
 constexpr pa_usec_t kTarget = 2 * kLeastRequest + 20 * PA_USEC_PER_MSEC;
 // What at most lies pushed and unheard at the server, and how much of it is left when more is pushed.
-constexpr uint64_t kMostAheadSeconds = 4;
-constexpr uint64_t kRefillAheadSeconds = 2;
+constexpr uint64_t kMostAheadSeconds = 2;
+constexpr uint64_t kRefillAheadSeconds = 1;
 constexpr uint32_t kServerRoom = 64u << 20;
 constexpr uint64_t kMostAheadBytes = kServerRoom / 2;
 // The alarm rings a little after the computed end, which may err by that much.

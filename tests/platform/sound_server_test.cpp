@@ -1,0 +1,369 @@
+// The sound server's card, on a private server whose sinks can be listened to.
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <spawn.h>
+#include <string>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <mmddk.h>
+
+#include "platform/wave_player.h"
+
+namespace tolvane::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+pid_t Spawn(std::vector<std::string> command) {
+    std::vector<char*> words;
+    for (std::string& word : command)
+        words.push_back(word.data());
+    words.push_back(nullptr);
+    pid_t pid = -1;
+    return posix_spawnp(&pid, words[0], nullptr, nullptr, words.data(), environ) == 0 ? pid : -1;
+}
+
+int Execute(std::vector<std::string> command) {
+    const pid_t pid = Spawn(std::move(command));
+    int status = -1;
+    if (pid > 0) waitpid(pid, &status, 0);
+    return status;
+}
+
+template <typename Condition>
+bool Eventually(Condition condition, milliseconds patience = milliseconds(5000)) {
+    for (const auto until = steady_clock::now() + patience; !condition();) {
+        if (steady_clock::now() > until) return false;
+        std::this_thread::sleep_for(milliseconds(2));
+    }
+    return true;
+}
+
+// Tests set out from a machine that has a sound server (PULSE_SERVER says so), and each starts one of its
+// own, so that it may listen, load sinks and end it.
+class SoundServer : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        const char* const outer = std::getenv("PULSE_SERVER");
+        if (!outer) GTEST_SKIP() << "no sound server: PULSE_SERVER is not set (tools/sound-server run ...)";
+        outer_ = outer;
+        folder_ = fs::temp_directory_path() / ("sound-server-test-" + std::to_string(getpid()));
+        setenv("PULSE_SERVER", ("unix:" + (folder_ / "native").string()).c_str(), 1);
+        ASSERT_TRUE(PlatformUseCard(PLATFORM_CARD_SERVER));
+        Start();
+    }
+    void TearDown() override {
+        if (outer_.empty()) return;
+        Stop();
+        EXPECT_TRUE(Eventually([] { return waveOutGetNumDevs() == 0; }));
+        EXPECT_TRUE(PlatformUseCard(PLATFORM_CARD_DEFAULT)) << "a device was left open";
+        setenv("PULSE_SERVER", outer_.c_str(), 1);
+    }
+
+    void Start() {
+        ASSERT_EQ(Execute({Tool(), "start", folder_}), 0);
+        ASSERT_EQ(PlatformCardInUse(), PLATFORM_CARD_SERVER);
+    }
+    void Stop() { EXPECT_EQ(Execute({Tool(), "stop", folder_}), 0); }
+    static std::string Tool() { return fs::path(__FILE__).parent_path() / "../../tools/sound-server"; }
+
+    fs::path folder_;
+    std::string outer_;
+};
+
+// Hears what a sink plays from its making on, silence at both ends left out.
+class Listener {
+  public:
+    explicit Listener(const fs::path& file, const std::string& rate = "44100") : file_(file) {
+        fs::remove(file_);
+        pid_ = Spawn({"parec", "-d", "speakers.monitor", "--raw", "--format=s16le", "--rate=" + rate,
+                      "--channels=2", "--latency-msec=20", file_});
+        EXPECT_TRUE(Eventually([&] { return fs::exists(file_) && fs::file_size(file_) > 0; }));
+    }
+    ~Listener() { Stop(); }
+    Listener(const Listener&) = delete;
+    Listener& operator=(const Listener&) = delete;
+
+    Bytes Heard() {
+        std::this_thread::sleep_for(milliseconds(250));
+        Stop();
+        std::ifstream file(file_, std::ios::binary);
+        const Bytes all(std::istreambuf_iterator<char>(file), {});
+        const auto sounds = [](uint8_t byte) { return byte != 0; };
+        const auto from = std::find_if(all.begin(), all.end(), sounds);
+        const auto to = std::find_if(all.rbegin(), std::make_reverse_iterator(from), sounds).base();
+        return Bytes(from, to);
+    }
+
+  private:
+    void Stop() {
+        if (pid_ <= 0) return;
+        kill(pid_, SIGTERM);
+        waitpid(pid_, nullptr, 0);
+        pid_ = -1;
+    }
+
+    const fs::path file_;
+    pid_t pid_;
+};
+
+Bytes NoiseOf(uint32_t buffers, size_t bytes) {
+    Bytes all;
+    for (uint32_t i = 0; i < buffers; i++)
+        all = all + Noise(bytes, i);
+    return all;
+}
+
+// Plays `total` buffers through a ring, each refilled when it comes back, started all at once as a library
+// does; calls `at_done` with the number of buffers that came back.
+template <typename AtDone>
+void PlayRing(WavePlayer& player, uint32_t ring, uint32_t total, size_t bytes, AtDone at_done) {
+    waveOutPause(player.handle);
+    uint32_t written = 0;
+    while (written < ring)
+        player.Written(Noise(bytes, written++));
+    waveOutRestart(player.handle);
+    for (uint32_t done = 1; done <= total; done++) {
+        WAVEHDR* const header = player.NextDone();
+        ASSERT_TRUE(header) << done << " of " << total;
+        if (written < total) {
+            const Bytes sound = Noise(bytes, written++);
+            std::memcpy(header->lpData, sound.data(), bytes);
+            ASSERT_EQ(player.Write(header), MMSYSERR_NOERROR);
+        }
+        at_done(done);
+    }
+}
+
+std::string NameOf(UINT device) {
+    WAVEOUTCAPSA caps = {};
+    EXPECT_EQ(waveOutGetDevCapsA(device, &caps, sizeof caps), MMSYSERR_NOERROR);
+    return caps.szPname;
+}
+
+DWORD Preferred(bool output) {
+    DWORD device = 99, flags = 0;
+    const auto first = reinterpret_cast<DWORD_PTR>(&device), second = reinterpret_cast<DWORD_PTR>(&flags);
+    const auto mapper = uintptr_t{WAVE_MAPPER};
+    if (output) waveOutMessage(reinterpret_cast<HWAVEOUT>(mapper), DRVM_MAPPER_PREFERRED_GET, first, second);
+    if (!output) waveInMessage(reinterpret_cast<HWAVEIN>(mapper), DRVM_MAPPER_PREFERRED_GET, first, second);
+    return device;
+}
+
+TEST_F(SoundServer, ListsTheDevicesThereAreNow) {
+    EXPECT_EQ(waveOutGetNumDevs(), 2u);
+    EXPECT_EQ(waveInGetNumDevs(), 2u) << "monitors are no inputs";
+    EXPECT_EQ(Preferred(true), 0u);
+    ASSERT_EQ(Execute({"pactl", "set-default-sink", "second"}), 0);
+    ASSERT_EQ(Execute({"pactl", "set-default-source", "linein"}), 0);
+    EXPECT_EQ(Preferred(true), 1u);
+    EXPECT_EQ(Preferred(false), 1u);
+    ASSERT_EQ(
+        Execute({"pactl", "load-module", "module-null-sink", "sink_name=third",
+                 "sink_properties=device.description=\"Thirty_bytes_and_one_accent:_\xC3\xA9\xC3\xA9\""}),
+        0);
+    ASSERT_EQ(waveOutGetNumDevs(), 3u);
+    EXPECT_EQ(NameOf(2), "Thirty_bytes_and_one_accent:_\xC3\xA9");
+    WAVEINCAPSA caps;
+    EXPECT_EQ(waveInGetDevCapsA(1, &caps, sizeof caps), MMSYSERR_NOERROR);
+    EXPECT_EQ(waveInGetDevCapsA(2, &caps, sizeof caps), UINT{MMSYSERR_BADDEVICEID});
+    ASSERT_EQ(Execute({"pactl", "unload-module", "module-null-sink"}), 0);
+    EXPECT_EQ(waveOutGetNumDevs(), 0u);
+    WavePlayer player;
+    EXPECT_EQ(player.Open(Pcm(44100, 2, 16)), UINT{MMSYSERR_BADDEVICEID});
+}
+
+TEST_F(SoundServer, PlaysEveryFrameWithoutAGap) {
+    struct Ring {
+        uint32_t buffers, total;
+        size_t bytes;
+    };
+    for (const Ring& ring : {Ring{8, 16, 21504}, Ring{3, 25, 7056}}) {
+        Listener listener(folder_ / "heard");
+        WavePlayer player;
+        ASSERT_EQ(player.Open(Pcm(44100, 2, 16)), MMSYSERR_NOERROR);
+        PlayRing(player, ring.buffers, ring.total, ring.bytes, [](uint32_t) {});
+        EXPECT_EQ(player.Position(), ring.total * ring.bytes);
+        EXPECT_TRUE(listener.Heard() == NoiseOf(ring.total, ring.bytes)) << ring.buffers << " buffers";
+    }
+}
+
+TEST_F(SoundServer, TellsWhereItIs) {
+    WavePlayer player;
+    ASSERT_EQ(player.Open(Pcm(44100, 2, 16)), MMSYSERR_NOERROR);
+    constexpr double kBytesAMillisecond = 176.4;
+    constexpr size_t kBuffer = 10584;  // 60 ms
+    std::atomic<bool> over = false;
+    double furthest_ahead = -1e9, furthest_behind = 1e9;
+    std::thread watcher([&] {
+        // Where the position would be zero, by the first time it moved and by all later ones.
+        std::optional<double> zero;
+        for (DWORD before = 0; !over; std::this_thread::sleep_for(milliseconds(1))) {
+            const double now = Milliseconds(steady_clock::now().time_since_epoch());
+            const DWORD position = player.Position();
+            EXPECT_GE(position, before);
+            before = position;
+            if (position == 0 || position == 20 * kBuffer) continue;
+            if (!zero) zero = now - position / kBytesAMillisecond;
+            const double ahead = position / kBytesAMillisecond - (now - *zero);
+            furthest_ahead = std::max(furthest_ahead, ahead);
+            furthest_behind = std::min(furthest_behind, ahead);
+        }
+    });
+    double first = 0, latest = 0;
+    PlayRing(player, 8, 20, kBuffer, [&](uint32_t done) {
+        EXPECT_GE(player.Position(), done * kBuffer) << "done, and not yet there";
+        const double late = Milliseconds(steady_clock::now().time_since_epoch()) - 60.0 * done;
+        if (done == 1) first = late;
+        latest = std::max(latest, late - first);
+    });
+    over = true;
+    watcher.join();
+    std::printf("position %.1f to %.1f ms of the wall clock, done at most %.1f ms late\n", furthest_behind,
+                furthest_ahead, latest);
+    constexpr double kBusy = 20;  // other programs share this machine
+    EXPECT_GT(furthest_behind, -5 - kBusy);
+    EXPECT_LT(furthest_ahead, 5 + kBusy);
+    EXPECT_LT(latest, 12 + kBusy);
+}
+
+TEST_F(SoundServer, PauseHoldsTheSoundAndLosesNone) {
+    Listener listener(folder_ / "heard");
+    WavePlayer player;
+    ASSERT_EQ(player.Open(Pcm(44100, 2, 16)), MMSYSERR_NOERROR);
+    WAVEHDR* const header = player.Written(Noise(88200, 7));
+    ASSERT_TRUE(Eventually([&] { return player.Position() > 17640; }));
+    EXPECT_EQ(waveOutPause(player.handle), MMSYSERR_NOERROR);
+    const DWORD held = player.Position();
+    std::this_thread::sleep_for(milliseconds(150));
+    EXPECT_EQ(player.Position(), held);
+    EXPECT_EQ(waveOutRestart(player.handle), MMSYSERR_NOERROR);
+    EXPECT_EQ(player.NextDone(), header);
+    // While it was held, silence was heard: the sound is there in two pieces.
+    Bytes heard = listener.Heard();
+    const Bytes sound = Noise(88200, 7);
+    const auto hole = std::search_n(heard.begin(), heard.end(), 1000, uint8_t{0});
+    ASSERT_NE(hole, heard.end());
+    heard.erase(hole, std::find_if(hole, heard.end(), [](uint8_t byte) { return byte != 0; }));
+    EXPECT_TRUE(heard == sound);
+}
+
+TEST_F(SoundServer, ResetHandsBackAtOnceAndPlaysAnew) {
+    WavePlayer player;
+    ASSERT_EQ(player.Open(Pcm(44100, 2, 16)), MMSYSERR_NOERROR);
+    std::vector<WAVEHDR*> headers;
+    for (uint32_t i = 0; i < 4; i++)
+        headers.push_back(player.Written(Noise(88200, i)));
+    ASSERT_TRUE(Eventually([&] { return player.Position() > 17640; }));
+    player.Messages();
+    const auto from = steady_clock::now();
+    EXPECT_EQ(waveOutReset(player.handle), MMSYSERR_NOERROR);
+    for (WAVEHDR* const header : headers)
+        EXPECT_EQ(player.NextDone(), header);
+    EXPECT_LT(Milliseconds(steady_clock::now() - from), 5 + 20);
+    EXPECT_EQ(player.Position(), 0u);
+    std::this_thread::sleep_for(milliseconds(100));  // what the sink had taken sounds on for that long
+    Listener listener(folder_ / "heard");
+    player.Written(Noise(44100, 9));
+    EXPECT_TRUE(player.NextDone());
+    EXPECT_EQ(player.Position(), 44100u);
+    EXPECT_TRUE(listener.Heard() == Noise(44100, 9));
+}
+
+TEST_F(SoundServer, PlaysOtherFormatsAndLongBuffersInTheirTime) {
+    for (const auto& [format, bytes] :
+         {std::pair(Pcm(8000, 1, 8), 4000u), std::pair(Pcm(22050, 1, 16), 22050u),
+          std::pair(Pcm(96000, 2, 16), 96000u * 4 * 3)}) {
+        WavePlayer player;
+        ASSERT_EQ(player.Open(format, 1), MMSYSERR_NOERROR);
+        const auto from = steady_clock::now();
+        player.Written(Noise(bytes, 1));
+        ASSERT_TRUE(player.NextDone(milliseconds(6000)));
+        const double seconds = Milliseconds(steady_clock::now() - from) / 1000;
+        const double expected = double(bytes) / format.nAvgBytesPerSec;
+        EXPECT_GE(seconds, expected);
+        EXPECT_LT(seconds, expected + 0.25);
+        EXPECT_EQ(player.Position(TIME_SAMPLES), bytes / format.nBlockAlign);
+    }
+}
+
+TEST_F(SoundServer, WakesForNothingWhileItHasNothingToDo) {
+    WavePlayer player;
+    ASSERT_EQ(player.Open(Pcm(44100, 2, 16)), MMSYSERR_NOERROR);
+    waveOutPause(player.handle);
+    for (uint32_t i = 0; i < 8; i++)
+        player.Written(Noise(21504, i));
+    std::this_thread::sleep_for(milliseconds(100));
+    rusage before, after;
+    getrusage(RUSAGE_SELF, &before);
+    std::this_thread::sleep_for(milliseconds(700));
+    getrusage(RUSAGE_SELF, &after);
+    EXPECT_LE(after.ru_nvcsw - before.ru_nvcsw, 2) << "the sleep itself";
+}
+
+TEST_F(SoundServer, ItsEndHandsEverythingBackAndAnotherIsFound) {
+    for (int time = 0; time < 2; time++) {
+        WavePlayer player;
+        ASSERT_EQ(player.Open(Pcm(44100, 2, 16)), MMSYSERR_NOERROR);
+        std::vector<WAVEHDR*> headers;
+        for (uint32_t i = 0; i < 8; i++)
+            headers.push_back(player.Written(Noise(88200, i)));
+        if (time == 1) waveOutPause(player.handle);
+        std::this_thread::sleep_for(milliseconds(60));
+        player.Messages();
+        const auto from = steady_clock::now();
+        Stop();
+        for (WAVEHDR* const header : headers)
+            ASSERT_EQ(player.NextDone(milliseconds(2000)), header);
+        EXPECT_LT(Milliseconds(steady_clock::now() - from), 2000);
+        EXPECT_EQ(player.Write(headers[0]), UINT{MMSYSERR_NODRIVER});
+        EXPECT_EQ(waveOutRestart(player.handle), MMSYSERR_NOERROR);
+        player.Position();
+        EXPECT_EQ(waveOutReset(player.handle), MMSYSERR_NOERROR);
+        EXPECT_EQ(waveOutGetNumDevs(), 0u);
+        EXPECT_EQ(waveOutClose(player.handle), MMSYSERR_NOERROR);
+        player.handle = nullptr;
+        EXPECT_EQ(player.Open(Pcm(44100, 2, 16)), UINT{MMSYSERR_BADDEVICEID});
+        Start();
+        WavePlayer again;
+        ASSERT_EQ(again.Open(Pcm(44100, 2, 16)), MMSYSERR_NOERROR);
+        again.Written(Noise(8820, 1));
+        EXPECT_TRUE(again.NextDone());
+    }
+}
+
+// Without a server, and with one that takes the connection and then says nothing.
+TEST(SoundServerMissing, MeansNoDevices) {
+    const char* const outer = std::getenv("PULSE_SERVER");
+    const std::string before = outer ? outer : "";
+    ASSERT_TRUE(PlatformUseCard(PLATFORM_CARD_SERVER));
+    const fs::path path = fs::temp_directory_path() / ("silent-server-" + std::to_string(getpid()));
+    setenv("PULSE_SERVER", ("unix:" + path.string()).c_str(), 1);
+    auto from = steady_clock::now();
+    EXPECT_EQ(waveOutGetNumDevs(), 0u);
+    EXPECT_EQ(PlatformCardInUse(), PLATFORM_CARD_NONE);
+    EXPECT_LT(Milliseconds(steady_clock::now() - from), 500);
+
+    const int silent = socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    path.string().copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(bind(silent, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(listen(silent, 4), 0);
+    from = steady_clock::now();
+    EXPECT_EQ(waveOutGetNumDevs(), 0u);
+    EXPECT_LT(Milliseconds(steady_clock::now() - from), 4000);
+    close(silent);
+    fs::remove(path);
+    outer ? setenv("PULSE_SERVER", before.c_str(), 1) : unsetenv("PULSE_SERVER");
+    EXPECT_TRUE(PlatformUseCard(PLATFORM_CARD_DEFAULT));
+}
+
+}  // namespace
+}  // namespace tolvane::test
