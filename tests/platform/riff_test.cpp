@@ -89,7 +89,7 @@ std::string SomeBytes(size_t size) {
 TEST(Riff, WrittenFilesAreByteForByteWhatTheyShouldBe) {
     static_assert(sizeof(MMCKINFO) == 20);
     Workspace space;
-    for (const size_t size : {0, 1, 2, 999, 1000, 70'001}) {
+    for (const size_t size : {size_t{0}, size_t{1}, size_t{2}, size_t{999}, size_t{1000}, size_t{70'001}}) {
         for (const LONG buffer : {0, 1, 7, 8192, 65536}) {
             const std::string data = SomeBytes(size), name = space.Name("w.wav");
             WriteWave(name, std::string(18, 'f'), data, 333, buffer);
