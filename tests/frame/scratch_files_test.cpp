@@ -1,0 +1,118 @@
+// The five scratch files: where they lie, when they come and go, which folders are taken.
+#include <windows.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+
+#include <gmock/gmock.h>
+
+#include "support/child.h"
+#include "support/temp_folder.h"
+#include "tolvane.h"
+
+namespace tolvane::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+// First three letters of the files in a folder, sorted; marks those that are not empty.
+std::vector<std::string> Prefixes(const std::string& folder) {
+    std::vector<std::string> prefixes;
+    for (const auto& name : NamesIn(folder)) {
+        std::string prefix = name.substr(0, 3);
+        for (char& c : prefix)
+            c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+        prefixes.push_back(prefix + (std::filesystem::is_empty(folder + "/" + name) ? "" : " with content"));
+    }
+    std::sort(prefixes.begin(), prefixes.end());
+    return prefixes;
+}
+
+MATCHER(HoldsTheFive, "") {
+    return ExplainMatchResult(ElementsAre("VMC", "VME", "VMR", "VMU", "VMX"), Prefixes(arg), result_listener);
+}
+
+constexpr const char* kFolderOfChild = "TOLVANE_TEST_FOLDER";
+
+// In a child, whose system temp folder is empty before it loads the library.
+TEST(ScratchFiles, LieInTheSystemsFolderWhileTheLibraryIsLoaded) {
+    if (const char* folder = std::getenv(kFolderOfChild)) {
+        EXPECT_THAT(std::string(folder), HoldsTheFive());
+        return;
+    }
+    const TempFolder folder;
+    const Variable child(kFolderOfChild, folder.Path()), tmpdir("TMPDIR", folder.Path()),
+        tmp("TMP", folder.Path()), temp("TEMP", folder.Path());
+    EXPECT_TRUE(PassesInAChild());
+    EXPECT_THAT(folder.Names(), IsEmpty()) << "they are gone with the process";
+}
+
+// A folder that cannot hold files must not keep the library from loading.
+TEST(ScratchFiles, MayBeImpossibleToMake) {
+    const TempFolder folder;
+    const std::string missing = folder.Path("missing");
+    if (std::getenv(kFolderOfChild)) {
+        InputFileInfo info;
+        EXPECT_EQ(GetInputFileInfo("missing", &info), TOLVANE_CANNOT_OPEN);
+        return;
+    }
+    const Variable child(kFolderOfChild, missing), tmpdir("TMPDIR", missing), tmp("TMP", missing),
+        temp("TEMP", missing);
+    EXPECT_TRUE(PassesInAChild());
+}
+
+class TempPath : public ::testing::Test {
+  protected:
+    void TearDown() override {
+        char system[MAX_PATH + 1];
+        ASSERT_GT(GetTempPathA(sizeof system, system), 0u);
+        EXPECT_EQ(SetTempPath(system), TOLVANE_OK);
+        EXPECT_THAT(folder_.Names(), IsEmpty());
+    }
+    TempFolder parent_, folder_;
+};
+
+TEST_F(TempPath, TakesTheFilesAlong) {
+    ASSERT_EQ(SetTempPath(folder_.Path().c_str()), TOLVANE_OK);
+    EXPECT_THAT(folder_.Path(), HoldsTheFive());
+    const std::string other = parent_.MakeFolder("other");
+    ASSERT_EQ(SetTempPath((other + "/").c_str()), TOLVANE_OK) << "with a separator at its end";
+    EXPECT_THAT(other, HoldsTheFive());
+    EXPECT_THAT(folder_.Names(), IsEmpty());
+    const auto before = NamesIn(other);
+    ASSERT_EQ(SetTempPath(other.c_str()), TOLVANE_OK) << "the same folder once more";
+    EXPECT_THAT(other, HoldsTheFive());
+}
+
+TEST_F(TempPath, RefusesWhatIsNoFolder) {
+    ASSERT_EQ(SetTempPath(folder_.Path().c_str()), TOLVANE_OK);
+    const auto before = folder_.Names();
+    const std::string file = parent_.Write("file", {1, 2, 3});
+    for (const std::string& path : {parent_.Path("missing"), file, std::string(), std::string(100000, 'x')})
+        EXPECT_EQ(SetTempPath(path.c_str()), TOLVANE_NOT_A_FOLDER) << path.substr(0, 300);
+    EXPECT_EQ(SetTempPath(nullptr), TOLVANE_NOT_A_FOLDER);
+    EXPECT_EQ(folder_.Names(), before);
+}
+
+// A file name must still fit behind the folder; "/." lengthens a path without leading elsewhere.
+TEST_F(TempPath, TakesFoldersThatLeaveRoomForNames) {
+    const auto path_of = [&](size_t length) {
+        std::string path = folder_.Path();
+        while (path.size() + 2 <= length)
+            path += "/.";
+        return path.size() < length ? path + "/" : path;
+    };
+    EXPECT_EQ(SetTempPath(path_of(240).c_str()), TOLVANE_OK);
+    EXPECT_THAT(folder_.Path(), HoldsTheFive());
+    const auto before = folder_.Names();
+    for (const size_t length : {250u, 259u, 260u, 261u, 5000u}) {
+        ASSERT_EQ(path_of(length).size(), length);
+        EXPECT_EQ(SetTempPath(path_of(length).c_str()), TOLVANE_NOT_A_FOLDER) << length;
+        EXPECT_EQ(folder_.Names(), before);
+    }
+}
+
+}  // namespace
+}  // namespace tolvane::test

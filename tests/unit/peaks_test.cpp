@@ -1,0 +1,82 @@
+// Peak measurement against a few plain lines, on random blocks of every length and shape.
+#include "files/peaks.h"
+
+#include <cstdlib>
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "support/wave_files.h"
+
+namespace tolvane {
+namespace {
+
+int Sample(const test::Bytes& block, size_t at, int bits) {
+    return bits == 8 ? block[at] - 128 : static_cast<int16_t>(block[at] | block[at + 1] << 8);
+}
+
+// Samples of a channel, one stride apart, as long as a whole stride fits.
+Peaks Expected(const test::Bytes& block, int channels, int bits) {
+    const size_t size = static_cast<size_t>(bits / 8),
+                 stride = channels == 2 && bits == 16 ? 8 : size * static_cast<size_t>(channels);
+    const size_t frame = size * static_cast<size_t>(channels);
+    int left = 0, right = 0;
+    for (size_t at = 0; at + frame <= block.size(); at += stride) {
+        left = std::max(left, std::abs(Sample(block, at, bits)));
+        right = std::max(right, std::abs(Sample(block, channels == 2 ? at + size : at, bits)));
+    }
+    return {static_cast<uint16_t>(left), static_cast<uint16_t>(right)};
+}
+
+TEST(PeakMeasurement, FindsTheLargestMagnitude) {
+    std::mt19937 random(3);
+    for (int round = 0; round < 4000; ++round) {
+        test::Bytes block(random() % 300);
+        for (auto& byte : block)
+            byte = random() % 4 ? static_cast<uint8_t>(128 + random() % 9) : static_cast<uint8_t>(random());
+        for (const int channels : {1, 2})
+            for (const int bits : {8, 16}) {
+                Peaks peaks{9, 9};
+                ASSERT_TRUE(MeasurePeaks(block.data(), static_cast<uint32_t>(block.size()),
+                                         static_cast<uint16_t>(channels), static_cast<uint16_t>(bits),
+                                         &peaks));
+                const Peaks expected = Expected(block, channels, bits);
+                ASSERT_EQ(peaks.left, expected.left)
+                    << channels << " x " << bits << " bits, " << block.size() << " bytes";
+                ASSERT_EQ(peaks.right, expected.right)
+                    << channels << " x " << bits << " bits, " << block.size();
+            }
+    }
+}
+
+TEST(PeakMeasurement, FindsAPeakAtEveryPlace) {
+    for (size_t at = 0; at < 200; ++at) {
+        test::Bytes block(200, 128);
+        block[at] = 0;
+        Peaks peaks;
+        ASSERT_TRUE(MeasurePeaks(block.data(), 200, 2, 8, &peaks));
+        EXPECT_EQ(peaks.left, at % 2 ? 0 : 128) << at;
+        EXPECT_EQ(peaks.right, at % 2 ? 128 : 0) << at;
+    }
+}
+
+TEST(PeakMeasurement, KnowsNoOtherFormats) {
+    const test::Bytes block(64, 255);
+    for (const auto& [channels, bits] :
+         {std::pair<uint16_t, uint16_t>{0, 8}, {3, 16}, {1, 24}, {2, 0}, {1, 12}}) {
+        Peaks peaks{5, 6};
+        EXPECT_FALSE(MeasurePeaks(block.data(), 64, channels, bits, &peaks));
+        EXPECT_TRUE(peaks.left == 5 && peaks.right == 6);
+    }
+}
+
+TEST(PeakMeasurement, ScalesToPercent) {
+    EXPECT_EQ(ToPercent(128, 8), 100u);
+    EXPECT_EQ(ToPercent(127, 8), 99u);
+    EXPECT_EQ(ToPercent(32767, 16), 100u);
+    EXPECT_EQ(ToPercent(32768, 16), 100u);
+    EXPECT_EQ(ToPercent(32766, 16), 99u);
+}
+
+}  // namespace
+}  // namespace tolvane
