@@ -56,7 +56,7 @@ TEST(Positions, ComeFromBytes) {
         {529, TOLVANE_MILLISECONDS, kStereo, 2},
         {176399, TOLVANE_MILLISECONDS, kStereo, 999},
         {22050, 9, Pcm(11025, 1, 16), 1000},
-        {kMost, TOLVANE_MILLISECONDS, kStereo, 24347886},
+        {kMost, TOLVANE_MILLISECONDS, kStereo, 24347887},
         {kMost, TOLVANE_MILLISECONDS, Pcm(1, 1, 8), kMost},
         {15, TOLVANE_SAMPLES, kStereo, 3},
         {kMost, TOLVANE_SAMPLES, Pcm(8000, 1, 8), kMost},
