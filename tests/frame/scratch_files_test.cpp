@@ -51,13 +51,13 @@ TEST(ScratchFiles, LieInTheSystemsFolderWhileTheLibraryIsLoaded) {
 
 // A folder that cannot hold files must not keep the library from loading.
 TEST(ScratchFiles, MayBeImpossibleToMake) {
-    const TempFolder folder;
-    const std::string missing = folder.Path("missing");
     if (std::getenv(kFolderOfChild)) {
         InputFileInfo info;
         EXPECT_EQ(GetInputFileInfo("missing", &info), TOLVANE_CANNOT_OPEN);
         return;
     }
+    const TempFolder folder;
+    const std::string missing = folder.Path("missing");
     const Variable child(kFolderOfChild, missing), tmpdir("TMPDIR", missing), tmp("TMP", missing),
         temp("TEMP", missing);
     EXPECT_TRUE(PassesInAChild());

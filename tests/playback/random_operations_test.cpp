@@ -105,6 +105,7 @@ class RandomOperations : public Playing, public ::testing::WithParamInterface<ui
         PlatformVirtualSettle();
     }
     void Check() {
+        ASSERT_TRUE(window_.AwaitEnd(model_.ended));
         ASSERT_EQ(window_.Ended(), model_.ended);
         ASSERT_EQ(Closed(), !model_.playing);
         ASSERT_EQ(AudioGetPosition(TOLVANE_SAMPLES), model_.playing ? model_.told : 0);

@@ -6,9 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#if defined(_WIN32)
 #include <windows.h>
-#endif
 
 namespace tolvane::test {
 
@@ -16,20 +14,18 @@ namespace tolvane::test {
 static void Set(const char* name, const char* value) {
     _putenv_s(name, value);
 }
-static std::string OwnPath() {
-    char path[MAX_PATH];
-    return std::string(path, GetModuleFileNameA(nullptr, path, MAX_PATH));
-}
 constexpr const char* kQuiet = " > NUL";
 #else
 static void Set(const char* name, const char* value) {
     *value ? setenv(name, value, 1) : unsetenv(name);
 }
-static std::string OwnPath() {
-    return std::filesystem::read_symlink("/proc/self/exe").string();
-}
 constexpr const char* kQuiet = " > /dev/null";
 #endif
+
+static std::string OwnPath() {
+    char path[MAX_PATH];
+    return std::string(path, GetModuleFileNameA(nullptr, path, MAX_PATH));
+}
 
 Variable::Variable(const char* name, const std::string& value) : name_(name) {
     if (const char* before = std::getenv(name)) before_ = before;

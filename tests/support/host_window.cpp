@@ -4,12 +4,15 @@
 #include <chrono>
 #include <thread>
 
+#include <gtest/gtest.h>
+
 #include "tolvane.h"
 
 namespace tolvane::test {
 
 HostWindow::HostWindow()
     : window_(CreateWindowExA(0, "STATIC", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr)) {
+    EXPECT_NE(window_, nullptr);
     SetCallbackWindow(window_);
 }
 

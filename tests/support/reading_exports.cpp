@@ -3,18 +3,25 @@
 
 #include <gmock/gmock.h>
 
+#include "platform.h"
 #include "tolvane.h"
 
 namespace tolvane::test {
 
 using ::testing::AnyOf;
 
+// To its end where the clock can be moved, which is quicker than a stop; a stop ends what is left.
+static void PlayOut() {
+    PlatformVirtualAdvance(0, 100000);
+    AudioStop();
+}
+
 static void Play(const char* path) {
     EXPECT_THAT(AudioLoadFile(path), AnyOf(0, 102, 104));
     EXPECT_THAT(AudioPlayCurrentFile(1, TOLVANE_SAMPLES), AnyOf(0, 102, 103, 104, 105, 106, 113));
-    AudioStop();
+    PlayOut();
     for (const uint32_t convert : {0u, 1u}) {
-        const uint16_t code = AudioPlayWaveEx(path, 3, TOLVANE_MILLISECONDS, 0, convert, 0, convert);
+        const uint16_t code = AudioPlayWaveEx(path, 3, TOLVANE_MILLISECONDS, 0, convert, 0, 0);
         EXPECT_THAT(code, AnyOf(0, 102, 103, 104, 105, 106, 113,
                                 ::testing::AllOf(::testing::Ge(400), ::testing::Le(430))));
         uint32_t left = 0, right = 0;
@@ -22,7 +29,7 @@ static void Play(const char* path) {
         EXPECT_LE(left, 100u);
         AudioGetPosition(TOLVANE_MILLISECONDS);
         AudioMoveTo(1, TOLVANE_SAMPLES);
-        AudioStop();
+        PlayOut();
         EXPECT_EQ(AudioGetPosition(TOLVANE_BYTES), 0u);
     }
 }
