@@ -33,8 +33,8 @@ def processor_ms(pid):
     return sum(int((thread / "schedstat").read_text().split()[0]) for thread in threads) / 1e6
 
 
-def launch(command, env):
-    return subprocess.Popen(command, env=env, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+def launch(command, env, source=subprocess.DEVNULL):
+    return subprocess.Popen(command, env=env, stdin=source, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
 
 def end(process):
@@ -78,13 +78,23 @@ def first_sample(command, env):
     return (heard[0] - start) * 1000
 
 
-def measure(sound, env, seconds, rounds):
-    rows = {name: ([], []) for name in players(sound)}
+def in_turns(measure, sound, rounds):
+    rows = {name: [] for name in players(sound)}
     for _ in range(rounds):
         for name, command in players(sound).items():
-            rows[name][0].append(cost(command, env, seconds / rounds))
-            rows[name][1].append(first_sample(command, env))
+            rows[name].append(measure(command))
     return rows
+
+
+def starts(sound, env, rounds):
+    """A silent stream with a small latency keeps the sink's blocks short, so that they do not hide the start."""
+    with open("/dev/zero", "rb") as zeros:
+        silence = launch(["pacat", "--playback", *RAW, "--latency-msec=10"], env, zeros)
+    try:
+        time.sleep(0.5)
+        return in_turns(lambda command: first_sample(command, env), sound, rounds)
+    finally:
+        end(silence)
 
 
 def main(seconds=10, rounds=5):
@@ -94,16 +104,16 @@ def main(seconds=10, rounds=5):
                         "gain", "-6"], check=True)
         subprocess.run([SERVER, "start", server], check=True)
         env = {**os.environ, "PULSE_SERVER": f"unix:{server}/native"}
-        # A silent stream with a small latency keeps the sink's blocks short, so that they do not hide the start.
-        silence = subprocess.Popen(["pacat", "--playback", *RAW, "--latency-msec=10"], env=env, stdin=open("/dev/zero", "rb"))
         try:
-            rows = measure(sound, env, seconds, rounds)
+            costs = in_turns(lambda command: cost(command, env, seconds / rounds), sound, rounds)
+            soon = starts(sound, env, rounds)
         finally:
-            end(silence)
             subprocess.run([SERVER, "stop", server], check=True)
     print(f"{'player':<18}{'cpu ms/s':>9}{'start ms':>10}")
-    for name, (costs, starts) in rows.items():
-        print(f"{name:<18}{statistics.median(costs):9.2f}{statistics.median(starts):10.1f}  ({min(starts):.1f} to {max(starts):.1f})")
+    for name in costs:
+        print(f"{name:<18}{statistics.median(costs[name]):9.2f}{statistics.median(soon[name]):10.1f}"
+              f"  ({min(soon[name]):.1f} to {max(soon[name]):.1f})")
+
 
 
 if __name__ == "__main__":
