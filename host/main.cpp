@@ -13,7 +13,8 @@ namespace tolvane::host {
 namespace {
 
 constexpr const char* kTimes =
-    "Times: 12.5 or 1:02.5 or 1:02:03 (hours, minutes, seconds), 250ms, 44100s (samples), 4096b (bytes).";
+    "Times: 12.5 or 1:02.5 or 1:02:03 (hours, minutes, seconds), 250ms,\n       44100s (samples), 4096b "
+    "(bytes).";
 constexpr const char* kExitCodes = "Exit codes: 0 done, 1 bad arguments, 2 failed, 130 interrupted.";
 
 struct Request {
@@ -23,20 +24,23 @@ struct Request {
 };
 
 std::string CheckMoment(const std::string& text) {
-    return ParseMoment(text) ? "" : "'" + text + "' is no time. " + kTimes;
+    return ParseMoment(text)
+               ? ""
+               : "'" + text +
+                     "' is no time; times look like 12.5, 1:02.5, 250ms, 44100s (samples), 4096b (bytes)";
 }
 
 CLI::Option* AddMoment(CLI::App* command, const char* name, Moment& moment, const char* help) {
     return command
         ->add_option_function<std::string>(
             name, [&moment](const std::string& text) { moment = ParseMoment(text).value_or(Moment{}); }, help)
-        ->check(CLI::Validator(CheckMoment, "TIME"))
-        ->type_name("");
+        ->check(CLI::Validator(CheckMoment, ""))
+        ->type_name("TIME");
 }
 
 void AddCard(CLI::App* command, CardRequest& card) {
     command->add_option("--card", card.name, "server: the sound server; virtual: no hardware needed; none")
-        ->check(CLI::IsMember({"server", "virtual", "none"}))
+        ->check(CLI::IsMember({"server", "virtual", "none"}).description(""))
         ->type_name("CARD");
 }
 
@@ -62,7 +66,7 @@ void AddPlayOptions(CLI::App* command, PlayRequest& play) {
     AddMoment(command, "--from", play.from, "Start at this time");
     AddMoment(command, "--to", play.to, "End at this time");
     command->add_option("--rate", play.rate, "Play at this sample rate instead of the file's own")
-        ->check(CLI::Range(1, 1'000'000))
+        ->check(CLI::Range(1, 1'000'000).description(""))
         ->type_name("HZ");
     command->add_flag("--repeat", play.repeat, "Start again at the end, until stopped");
     command->add_option("--device", play.device, "Output device: number or (part of) its name")
@@ -96,6 +100,11 @@ int ReportBadArguments(const std::string& why, const std::string& command) {
     return kExitBadArguments;
 }
 
+std::string WhyNoCommand(int argc, char** argv) {
+    if (argc < 2) return "Say what to do: info, devices, codecs or play.";
+    return "'" + std::string(argv[1]) + "' is no command; there are info, devices, codecs and play.";
+}
+
 int Run(const CLI::App& app, Request& request) {
     if (app.got_subcommand("info")) return RunInfo(request.files);
     if (app.got_subcommand("devices")) return RunDevices(request.card);
@@ -123,7 +132,8 @@ int ParseAndRun(int argc, char** argv) {
         return app.exit(asked);
     } catch (const CLI::ParseError& error) {
         const auto commands = app.get_subcommands();
-        return ReportBadArguments(error.what(), commands.empty() ? "" : commands.front()->get_name() + ' ');
+        if (!commands.empty()) return ReportBadArguments(error.what(), commands.front()->get_name() + ' ');
+        return ReportBadArguments(WhyNoCommand(argc, argv), "");
     }
     return Run(app, request);
 }

@@ -24,8 +24,7 @@ constexpr milliseconds kPlainLineEvery{5000};
 constexpr milliseconds kTooEarly{1000};
 constexpr int64_t kStepMilliseconds = 5000;
 
-constexpr std::string_view kKeyHelp =
-    "space pause or go on   left, right 5 s back or forward   home to the start   q, Esc stop   ? this help";
+constexpr std::string_view kKeyHelp = "space pause, left and right 5 s, home to the start, q stop";
 
 // Where the playback is, and when it should be over.
 class Playback {
@@ -120,7 +119,7 @@ enum class Outcome { kEnded, kStopped, kInterrupted };
 
 class Display {
   public:
-    explicit Display(Playback& playback) : playback_(playback) {}
+    Display(Playback& playback, Terminal& terminal) : playback_(playback), terminal_(terminal) {}
 
     Outcome Follow(MessageWindow& window) {
         for (;;) {
@@ -137,7 +136,7 @@ class Display {
     bool TakeKeys();
 
     Playback& playback_;
-    Terminal terminal_;
+    Terminal& terminal_;
     ProgressView view_;
     uint32_t left_ = 0, right_ = 0;
     Clock::time_point shown_ = Clock::now();
@@ -201,7 +200,8 @@ Outcome Follow(MessageWindow& window, const PlayRequest& request, Playback& play
     if (request.quiet) return FollowSilently(window);
     fmt::print("Playing {}: {}, {}\n", request.file, FormatText(playback.sound().format),
                TimeText(playback.sound().Milliseconds()));
-    return OutputIsTerminal() ? Display(playback).Follow(window) : FollowPlainly(window, playback);
+    Terminal terminal;
+    return terminal.IsOurs() ? Display(playback, terminal).Follow(window) : FollowPlainly(window, playback);
 }
 
 // The playback is still running when this is called, unless it ended by itself.

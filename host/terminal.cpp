@@ -68,13 +68,12 @@ Key EscapeKey() {
 
 }  // namespace
 
-bool OutputIsTerminal() {
-    return _isatty(_fileno(stdout)) != 0;
-}
-
 Terminal::Terminal() : input_(GetStdHandle(STD_INPUT_HANDLE)), output_(GetStdHandle(STD_OUTPUT_HANDLE)) {
-    has_keys_ = _isatty(_fileno(stdin)) && GetConsoleMode(input_, &input_mode_) &&
+    if (!_isatty(_fileno(stdout))) return;
+    const bool input_is_terminal = _isatty(_fileno(stdin)) != 0;
+    has_keys_ = input_is_terminal && GetConsoleMode(input_, &input_mode_) &&
                 SetConsoleMode(input_, input_mode_ & ~kLineModes);
+    is_ours_ = has_keys_ || !input_is_terminal;
     escapes_ = !TerminalIsDumb() && GetConsoleMode(output_, &output_mode_) &&
                SetConsoleMode(output_, output_mode_ | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
     style_ = {escapes_ && !Set("NO_COLOR"), ShowsUtf8()};

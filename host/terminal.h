@@ -14,8 +14,6 @@ namespace tolvane::host {
 
 enum class Key { kNone, kPause, kBack, kForward, kStart, kStop, kHelp, kUnknown };
 
-bool OutputIsTerminal();
-
 class Terminal {
   public:
     Terminal();
@@ -23,7 +21,8 @@ class Terminal {
     Terminal(const Terminal&) = delete;
     Terminal& operator=(const Terminal&) = delete;
 
-    bool HasKeys() const { return has_keys_; }
+    // A line can be drawn: the output is a terminal, and the program is not in its background.
+    bool IsOurs() const { return is_ours_; }
     TerminalStyle style() const { return style_; }
 
     // Columns that can be written without wrapping.
@@ -44,7 +43,7 @@ class Terminal {
   private:
     HANDLE input_, output_;
     DWORD input_mode_ = 0, output_mode_ = 0;
-    bool has_keys_ = false, escapes_ = false, line_open_ = false;
+    bool is_ours_ = false, has_keys_ = false, escapes_ = false, line_open_ = false;
     TerminalStyle style_;
 };
 

@@ -70,6 +70,8 @@ void SetFlag(tcflag_t& flags, tcflag_t flag, bool on) {
 BOOL ChangeInput(DWORD mode) {
     termios wanted;
     if (tcgetattr(STDIN_FILENO, &wanted) != 0) return Fail(ERROR_INVALID_HANDLE);
+    // A background process that tries is stopped by the terminal.
+    if (tcgetpgrp(STDIN_FILENO) != getpgrp()) return Fail(ERROR_ACCESS_DENIED);
     GuardTerminal();
     SetFlag(wanted.c_lflag, ICANON, (mode & ENABLE_LINE_INPUT) != 0);
     SetFlag(wanted.c_lflag, ECHO, (mode & ENABLE_ECHO_INPUT) != 0);

@@ -16,7 +16,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent.parent
 PROGRAM = os.environ.get("TOLVANE_PROGRAM", str(ROOT / "build/native/bin/tolvane"))
-RUNNER = [part for part in os.environ.get("TOLVANE_RUNNER", "").split(";") if part]
+RUNNER = [part for part in os.environ.get("TOLVANE_RUNNER", "").split(",") if part]
 NATIVE = not PROGRAM.endswith(".exe")
 SKIPPED = 77
 
@@ -50,8 +50,9 @@ def noise(seconds, rate=44100, channels=2, bits=16, seed=1):
     count = round(seconds * rate) * channels
     generator = random.Random(seed)
     if bits == 8:
-        return bytes(generator.choice((generator.randrange(40, 120), generator.randrange(136, 220))) for _ in range(count))
-    return struct.pack(f"<{count}h", *(generator.choice((1, -1)) * generator.randrange(500, 9000) for _ in range(count)))
+        return bytes(128 + generator.choice((1, -1)) * generator.randrange(8, 90) for _ in range(count))
+    samples = (generator.choice((1, -1)) * generator.randrange(500, 9000) for _ in range(count))
+    return struct.pack(f"<{count}h", *samples)
 
 
 class Case(unittest.TestCase):
@@ -79,14 +80,14 @@ class Case(unittest.TestCase):
 class Terminal:
     """The program in a terminal of its own: what it writes, keys for it, and the modes it leaves behind."""
 
-    def __init__(self, *arguments, columns=80, env=None):
+    def __init__(self, *arguments, columns=80, env=None, prefix=()):
         self.master, self.slave = pty.openpty()
         self.resize(columns)
         self.modes = termios.tcgetattr(self.slave)
         self.output = b""
         environment = {**os.environ, "TERM": "xterm", **(env or {})}
-        self.process = subprocess.Popen(command(*arguments), stdin=self.slave, stdout=self.slave, stderr=self.slave,
-                                        env=environment, preexec_fn=self._own_terminal)
+        self.process = subprocess.Popen([*prefix, *command(*arguments)], stdin=self.slave, stdout=self.slave,
+                                        stderr=self.slave, env=environment, preexec_fn=self._own_terminal)
 
     def _own_terminal(self):
         os.setsid()
@@ -150,17 +151,22 @@ class SoundServer:
     def stop(self):
         subprocess.run([self.tool, "stop", self.folder], check=True)
 
-    def add_sink(self, name, rate, channels, bits):
-        subprocess.run(["pactl", "load-module", "module-null-sink", f"sink_name={name}", f"rate={rate}", "norewinds=1",
-                        f"channels={channels}", f"format={'u8' if bits == 8 else 's16le'}",
-                        f"sink_properties=device.description={name}"], env=self.env, check=True, stdout=subprocess.DEVNULL)
+    def add_sink(self, name, form):
+        subprocess.run(["pactl", "load-module", "module-null-sink", f"sink_name={name}", "norewinds=1",
+                        *sample_spec(form), f"sink_properties=device.description={name}"],
+                       env=self.env, check=True, stdout=subprocess.DEVNULL)
 
-    def record(self, name, rate, channels, bits, target):
+    def record(self, name, form, target):
         """Starts to write what the sink plays; the caller ends the process."""
+        options = [f"--{option}" for option in sample_spec(form)]
         with open(target, "wb") as out:
-            return subprocess.Popen(["parec", "-d", f"{name}.monitor", "--raw", f"--rate={rate}", f"--channels={channels}",
-                                     f"--format={'u8' if bits == 8 else 's16le'}", "--latency-msec=20"],
+            return subprocess.Popen(["parec", "-d", f"{name}.monitor", "--raw", *options, "--latency-msec=20"],
                                     env=self.env, stdout=out)
+
+
+def sample_spec(form):
+    """A format as the sound server's tools want it."""
+    return [f"format={'u8' if form['bits'] == 8 else 's16le'}", f"rate={form['rate']}", f"channels={form['channels']}"]
 
 
 def main():

@@ -23,10 +23,10 @@ class VirtualCard(Case):
     def play(self, path, *arguments, **more):
         return run("play", path, "--card", "virtual", "--into", self.heard, *arguments, **more)
 
-    def terminal(self, path, *arguments, **more):
+    def terminal(self, path, *arguments, begins="> ", **more):
         terminal = Terminal("play", path, "--into", self.heard, *arguments, **more)
         self.addCleanup(terminal.close)
-        terminal.read_until("> ")
+        terminal.read_until(begins)
         return terminal
 
 
@@ -196,7 +196,7 @@ class Screen(VirtualCard):
             place = self.positions(terminal.read_for(0.25))[-1][0]
             self.assertTrue(low <= place <= high, (key, place))
         terminal.press("?")
-        terminal.read_until("this help")
+        terminal.read_until("q stop")
         terminal.press("q")
         self.assertEqual(terminal.wait(1), 0)
         self.assertRegex(terminal.output.decode(), r"Stopped at 0:0\d\.\d")
@@ -214,6 +214,13 @@ class Screen(VirtualCard):
             self.assertEqual(terminal.wait(2), code)
             self.assertLess(time.monotonic() - start, 1)
             self.assertTrue(terminal.modes_restored())
+
+    def test_in_the_background_it_plays_on_and_leaves_the_screen_alone(self):
+        terminal = self.terminal(self.make_wave(seconds=0.5), prefix=["bash", "-c", 'set -m; "$@" & wait $!', "-"],
+                                 begins="Playing")
+        self.assertEqual(terminal.wait(), 0)
+        self.assertIn("Played to the end.", terminal.output.decode())
+        self.assertEqual(self.positions(terminal.output.decode()), [])
 
     def test_keys_of_no_meaning_do_nothing(self):
         terminal = self.terminal(self.make_wave(seconds=1))
