@@ -14,10 +14,10 @@ namespace {
 constexpr pa_usec_t kLeastRequest = PA_USEC_PER_SEC;
 constexpr pa_usec_t kTarget = 2 * kLeastRequest + 20 * PA_USEC_PER_MSEC;
 // What at most lies pushed and unheard at the server, and how much of it is left when more is pushed.
-constexpr uint64_t kMostAheadSeconds = 2;
-constexpr uint64_t kRefillAheadSeconds = 1;
+constexpr pa_usec_t kMostAhead = 2 * PA_USEC_PER_SEC;
+constexpr pa_usec_t kPlenty = 400 * PA_USEC_PER_MSEC;
 constexpr uint32_t kServerRoom = 64u << 20;
-constexpr uint64_t kMostAheadBytes = kServerRoom / 2;
+constexpr int64_t kMostAheadBytes = kServerRoom / 2;
 // The alarm rings a little after the computed end, which may err by that much.
 constexpr pa_usec_t kPastTheEnd = PA_USEC_PER_MSEC;
 // The clocks of the sound and of this machine drift apart by less than that within this time.
@@ -142,18 +142,38 @@ void ServerOutput::Cork(bool cork) {
     Forget(pa_stream_cork(stream_, cork, nullptr, nullptr));
 }
 
+// What the server has in hand, in time to come.
+int64_t ServerOutput::Ahead() const {
+    return static_cast<int64_t>(queue_.Taken()) - static_cast<int64_t>(reported_);
+}
+
+// Gives the server all there is. While it has plenty, that can wait: fewer and larger pieces wake this
+// process less.
 void ServerOutput::Push() {
-    if (flushing_ || !Works()) return;
-    const PcmFormat& format = queue_.Format();
-    const uint64_t most =
-        format.WholeFrames(std::min(kMostAheadSeconds * format.BytesPerSecond(), kMostAheadBytes));
-    for (auto next = queue_.Next(); !next.empty(); next = queue_.Next()) {
-        const uint64_t ahead = queue_.Taken() - std::min(queue_.Taken(), reported_);
-        const size_t bytes = std::min<size_t>(next.size(), most - std::min(most, ahead));
-        if (bytes == 0) return;
-        if (pa_stream_write(stream_, next.data(), bytes, nullptr, 0, PA_SEEK_RELATIVE) < 0) return;
-        queue_.Take(bytes);
+    Estimate();
+    if (!timing_known_ || Ahead() <= BytesInTime(queue_.Format(), kPlenty)) PushAll();
+}
+
+void ServerOutput::PushAll() {
+    const int64_t most = std::min(BytesInTime(queue_.Format(), kMostAhead), kMostAheadBytes);
+    while (Works() && !flushing_ && !queue_.Next().empty() && Ahead() < most)
+        if (!PushPiece(std::min(queue_.Accepted() - queue_.Taken(), static_cast<uint64_t>(most - Ahead()))))
+            return;
+}
+
+// Gathers what several headers hold in one of the server's blocks.
+bool ServerOutput::PushPiece(size_t bytes) {
+    void* block = nullptr;
+    if (pa_stream_begin_write(stream_, &block, &bytes) < 0 || !block) return false;
+    bytes = queue_.Format().WholeFrames(bytes);
+    for (size_t filled = 0; filled < bytes;) {
+        const auto next = queue_.Next();
+        const size_t part = std::min(next.size(), bytes - filled);
+        memcpy(static_cast<std::byte*>(block) + filled, next.data(), part);
+        queue_.Take(part);
+        filled += part;
     }
+    return pa_stream_write(stream_, block, bytes, nullptr, 0, PA_SEEK_RELATIVE) == 0;
 }
 
 void ServerOutput::PushSilence() {
@@ -257,7 +277,7 @@ uint64_t ServerOutput::Position() {
 
 // The position at which something is to be done: a header ends, or the server wants more.
 uint64_t ServerOutput::NextEvent() const {
-    const uint64_t refill_ahead = kRefillAheadSeconds * queue_.Format().BytesPerSecond();
+    const auto refill_ahead = static_cast<uint64_t>(BytesInTime(queue_.Format(), kPlenty));
     const bool more = queue_.Taken() < queue_.Accepted();
     const uint64_t refill = more ? queue_.Taken() - std::min(queue_.Taken(), refill_ahead) : UINT64_MAX;
     return std::min(queue_.OldestEnd(), std::max(refill, reported_));
@@ -297,6 +317,7 @@ void ServerOutput::AlarmRang() {
     } else if (TimingServes()) {
         Advance();
     } else {
+        PushAll();
         Ask();
     }
 }

@@ -34,7 +34,10 @@ class ServerOutput final : public CardOutput {
     void Disconnect();
     bool Works() const { return stream_ && pa_stream_get_state(stream_) == PA_STREAM_READY; }
     void StateChanged();
+    int64_t Ahead() const;
     void Push();
+    void PushAll();
+    bool PushPiece(size_t bytes);
     void PushSilence();
     void Cork(bool cork);
     void GoOn();
