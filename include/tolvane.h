@@ -199,8 +199,8 @@ TOLVANE_API uint16_t TOLVANE_CALL AudioGetLevelInBuffer(const InputFileInfo* for
  * sound), at `sampleRate` Hz (0 = the file's own). It returns as soon as the playback runs; the end is told to the
  * callback window. A start at or behind the end of the sound plays from the beginning; an end behind it plays to the
  * end; an end at or before the start ends the playback at once.
- * A compressed file (`convert` not 0) is converted into a PCM copy first, which is used again while the file is
- * unchanged; with `convert` 0 it goes to the device as it is, and `start` and `sampleRate` are ignored.
+ * A compressed file with `convert` 0 goes to the device as it is, and `start` and `sampleRate` are ignored; with
+ * `convert` not 0 it is TOLVANE_CANNOT_OPEN in this version.
  * Results: TOLVANE_OK; TOLVANE_NO_PATH; TOLVANE_ALREADY_PLAYING; TOLVANE_CANNOT_OPEN; TOLVANE_NO_BUFFERS;
  * TOLVANE_FORMAT_NOT_PLAYABLE; TOLVANE_DEVICE_NOT_OPENED; TOLVANE_BUFFER_NOT_PREPARED; TOLVANE_CANNOT_SEEK. */
 TOLVANE_API uint16_t TOLVANE_CALL AudioPlayWave(const char* path, uint32_t start, uint16_t unit,

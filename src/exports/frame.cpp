@@ -2,7 +2,6 @@
 
 #include "frame/callback_thread.h"
 #include "frame/scratch_files.h"
-#include "playback/choice.h"
 #include "tolvane.h"
 
 void TOLVANE_CALL SetCallbackWindow(void* window) {
@@ -10,7 +9,5 @@ void TOLVANE_CALL SetCallbackWindow(void* window) {
 }
 
 uint32_t TOLVANE_CALL SetTempPath(const char* folder) {
-    uint32_t result = tolvane::SetTempPath(folder);
-    if (result == TOLVANE_OK) tolvane::ForgetPlaybackCopy();
-    return result;
+    return tolvane::SetTempPath(folder);
 }

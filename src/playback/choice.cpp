@@ -4,7 +4,6 @@
 
 #include "files/inspect.h"
 #include "frame/immortal.h"
-#include "frame/scratch_files.h"
 #include "frame/text.h"
 #include "tolvane.h"
 
@@ -15,7 +14,6 @@ namespace {
 struct Choice {
     Lock lock;
     char current_file[kPathSize] = "";      // the last file loaded or played; empty after a failed start
-    std::atomic<bool> copy_valid = false;   // the playback copy file holds a PCM copy of the current file
     std::atomic<bool> direct_play = false;  // the running playback plays a compressed file as it is
     std::atomic<bool> started = false;      // by an export, and not stopped
     std::atomic<bool> host_paused = false;  // AudioPause is in force
@@ -27,36 +25,12 @@ Choice& TheChoice() {
 
 void SetCurrentFile(Choice& choice, const char* path) {
     LockGuard guard(choice.lock);
-    CopyText(choice.current_file, kPathSize, path);
+    CopyText(choice.current_file, kPathSize, IsUsablePath(path) ? path : "");
 }
 
 void NoteStarted(Choice& choice) {
     choice.host_paused = false;
     choice.started = true;
-}
-
-// A file that is not the one played last, or of which there is no copy.
-uint16_t PlayNew(Choice& choice, const char* path, const char* mix_path, StartOptions& options,
-                 bool convert) {
-    choice.copy_valid = IsNonPcmWaveFile(path) != 0;
-    options.direct = !convert && choice.copy_valid;
-    uint16_t result = StartWavePlayback(path, mix_path, options);
-    if (result == TOLVANE_OK && options.direct) {
-        choice.direct_play = true;
-        choice.copy_valid = false;
-    }
-    return result;
-}
-
-// The compressed file that was converted for the last playback.
-uint16_t PlayAgain(Choice& choice, const char* path, const char* mix_path, StartOptions& options,
-                   bool convert) {
-    options.direct = !convert;
-    char copy[kPathSize];
-    CopyScratchName(ScratchFile::kPlaybackCopy, copy);
-    uint16_t result = StartWavePlayback(convert ? copy : path, mix_path, options);
-    if (result == TOLVANE_OK && options.direct) choice.direct_play = true;
-    return result;
 }
 
 }  // namespace
@@ -65,14 +39,13 @@ uint16_t PlayWave(const char* path, const char* mix_path, StartOptions options, 
     Choice& choice = TheChoice();
     choice.direct_play = false;
     if (IsEmpty(path)) return TOLVANE_NO_PATH;
-    bool same = IsSameFileAsLast(path) != 0;
-    if (!same && IsUsablePath(path)) SetCurrentFile(choice, path);
-    uint16_t result = same && choice.copy_valid ? PlayAgain(choice, path, mix_path, options, convert)
-                                                : PlayNew(choice, path, mix_path, options, convert);
+    if (!IsSameFileAsLast(path)) SetCurrentFile(choice, path);
+    options.direct = !convert;
+    uint16_t result = StartWavePlayback(path, mix_path, &options);
     if (result == TOLVANE_OK) {
+        choice.direct_play = options.direct;
         NoteStarted(choice);
     } else {
-        choice.copy_valid = false;
         SetCurrentFile(choice, "");
     }
     return result;
@@ -81,8 +54,7 @@ uint16_t PlayWave(const char* path, const char* mix_path, StartOptions options, 
 uint16_t LoadFile(const char* path) {
     if (IsEmpty(path)) return TOLVANE_NO_PATH;
     Choice& choice = TheChoice();
-    SetCurrentFile(choice, IsUsablePath(path) ? path : "");
-    choice.copy_valid = false;
+    SetCurrentFile(choice, path);
     return LoadPlaybackFile(path);
 }
 

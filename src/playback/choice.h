@@ -1,4 +1,4 @@
-// What the host plays: the current file, its playback copy, and what AudioPause and AudioStop go by.
+// What the host plays: the current file, and what AudioPause and AudioStop go by.
 #pragma once
 
 #include <cstdint>
@@ -15,8 +15,5 @@ void Pause();
 void Resume();
 void MoveTo(uint32_t position, uint16_t unit);
 uint32_t GetPosition(uint16_t unit);
-
-// The playback copy file is a new, empty one.
-void ForgetPlaybackCopy();
 
 }  // namespace tolvane

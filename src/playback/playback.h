@@ -71,13 +71,13 @@ struct StartOptions {
     uint32_t start = 0, end = 0;  // in `unit`; an end of 0 is none
     uint16_t unit = 0;
     uint32_t sample_rate = 0;  // 0 = the file's own
-    bool direct = false;       // a compressed file goes to the device as it is
+    bool direct = false;       // a compressed file may go to the device as it is
     bool repeat = false;
     bool start_paused = true;  // so that the first buffers start together
 };
 
-// Start operations; result codes.
-uint16_t StartWavePlayback(const char* path, const char* mix_path, StartOptions options);
+// Start operations; result codes. The first leaves in `options` what came of them: whether the file plays as it is.
+uint16_t StartWavePlayback(const char* path, const char* mix_path, StartOptions* options);
 uint16_t LoadPlaybackFile(const char* path);
 uint16_t StartLoadedFile(uint32_t start, uint16_t unit);
 

@@ -109,19 +109,19 @@ Playback& ThePlayback() {
     return Immortal<Playback>();
 }
 
-uint16_t StartWavePlayback(const char* path, const char* mix_path, StartOptions options) {
+uint16_t StartWavePlayback(const char* path, const char* mix_path, StartOptions* options) {
     Playback& playback = ThePlayback();
     Claim claim(playback);
     if (!claim) return TOLVANE_ALREADY_PLAYING;
     uint16_t result = OpenWaveForPlay(path, mix_path, &playback.main, &playback.mix);
     bool compressed = result == TOLVANE_NOT_PCM && !playback.mix.file;
-    options.direct = options.direct && compressed;
-    if (options.direct) {
-        options.sample_rate = 0;
-        options.start = 0;
+    options->direct = options->direct && compressed;
+    if (options->direct) {
+        options->sample_rate = 0;
+        options->start = 0;
         result = TOLVANE_OK;
     }
-    result = result == TOLVANE_OK ? StartAndWatch(playback, options) : uint16_t{TOLVANE_CANNOT_OPEN};
+    result = result == TOLVANE_OK ? StartAndWatch(playback, *options) : uint16_t{TOLVANE_CANNOT_OPEN};
     if (result != TOLVANE_OK) ClosePlaybackFiles(playback);
     return result;
 }
