@@ -100,8 +100,8 @@ def starts(sound, env, rounds):
 def main(seconds=10, rounds=5):
     with tempfile.TemporaryDirectory() as folder:
         sound, server = f"{folder}/sound.wav", f"{folder}/server"
-        subprocess.run(["sox", "-D", "-R", "-n", "-r", "44100", "-c", "2", "-b", "16", sound, "synth", "60", "pinknoise",
-                        "gain", "-6"], check=True)
+        subprocess.run(["sox", "-R", "-n", "-r", "44100", "-c", "2", "-b", "16", sound, "synth", "60", "pinknoise", "gain",
+                        "-6"], check=True)
         subprocess.run([SERVER, "start", server], check=True)
         env = {**os.environ, "PULSE_SERVER": f"unix:{server}/native"}
         try:

@@ -126,7 +126,8 @@ class Plain(VirtualCard):
 class Screen(VirtualCard):
     def positions(self, text):
         """Seconds shown, with whether it was paused."""
-        return [(int(m[2]) * 60 + int(m[3]) + int(m[4]) / 10, m[1] == "||") for m in POSITION.finditer(ESCAPES.sub("", text))]
+        shown = POSITION.finditer(ESCAPES.sub("", text))
+        return [(int(m[2]) * 60 + int(m[3]) + int(m[4]) / 10, m[1] == "||") for m in shown]
 
     def test_position_bar_and_meter(self):
         terminal = self.terminal(self.make_wave(seconds=1), columns=80)

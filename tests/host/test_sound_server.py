@@ -79,6 +79,23 @@ class Monitor(Case):
             self.assertIn(b"missing.wav: result code 102", failed.stderr)
 
 
+@unittest.skipUnless(NATIVE, "a server's end is told by the layer that stands in for the system's services")
+class Loss(Case):
+    def test_the_end_of_the_server_is_a_failure(self):
+        server = SoundServer()
+        self.addCleanup(server.stop)
+        path = self.make_wave(seconds=20, rate=8000)
+        playing = subprocess.Popen(support.command("play", path), env=server.env, stderr=subprocess.PIPE,
+                                   stdout=subprocess.DEVNULL)
+        time.sleep(1)
+        server.stop()
+        start = time.monotonic()
+        told = playing.communicate(timeout=10)[1].decode()
+        self.assertLess(time.monotonic() - start, 2.5)
+        self.assertEqual(playing.returncode, 2)
+        self.assertIn(f"stopped playing {path}: The output device went away.", told)
+
+
 @unittest.skipUnless(os.environ.get("PULSE_SERVER"), "no sound server is named in PULSE_SERVER")
 class AnyServer(Case):
     """What holds on every target, on the sound server that the environment names."""
