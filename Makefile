@@ -32,9 +32,8 @@ test: setup-windows
 windows: setup-windows
 	@tools/test win32 win64
 
-bench: setup-bench
-	@tools/build native -DTOLVANE_BENCH=ON
-	@tools/bench
+bench: setup-bench native
+	@python3 bench/play_cost.py
 
 check: setup-windows+check
 	@tools/check

@@ -1,0 +1,35 @@
+// Leaves the process with the library still loaded, idle or in the middle of a playback; exit_test.py watches.
+#include <cstdio>
+#include <cstring>
+
+#include "frame/loaded_library.h"
+#include "frame/process_state.h"
+#include "platform.h"
+#include "support/temp_folder.h"
+#include "support/wave_files.h"
+
+using namespace tolvane::test;
+
+static bool StartPlayback(const LoadedLibrary& library, const std::string& sound) {
+    const uint16_t code = library.play(sound.c_str(), 0, TOLVANE_MILLISECONDS, 0, 0, 0);
+    if (code != TOLVANE_OK) std::printf("play: %u\n", code);
+    return code == TOLVANE_OK;
+}
+
+// Arguments: idle|playing|stopped, server|virtual, the folder for scratch files, a folder for the sound.
+int main(int count, char** arguments) try {
+    if (count != 5) return 2;
+    const std::string use = arguments[1], temp = arguments[3], sound = arguments[4] + std::string("/sound.wav");
+    if (std::strcmp(arguments[2], "virtual") == 0 && !PlatformUseCard(PLATFORM_CARD_VIRTUAL)) return 2;
+    UseTempFolder(temp);
+    WriteFile(sound, WaveFile({8000, 1, 8}, Bytes(80000, 128)));
+    LoadedLibrary library(TOLVANE_LIBRARY);
+    if (NamesIn(temp).size() != 5 || library.number_of_codecs() == 0) return 3;
+    if (use != "idle" && !StartPlayback(library, sound)) return 4;
+    if (use == "stopped") library.stop();
+    library.KeepForEver();
+    return 0;
+} catch (const std::exception& error) {
+    std::printf("%s\n", error.what());
+    return 5;
+}
