@@ -30,7 +30,9 @@ class LoadCycles : public ::testing::Test {
             library.set_callback_window(nullptr);
             EXPECT_GT(library.number_of_codecs(), 0);
             library.number_of_outputs();
-            if (use != Use::kIdle) EXPECT_EQ(library.play(sound_.c_str(), 0, TOLVANE_MILLISECONDS, 0, 0, 0), TOLVANE_OK);
+            if (use != Use::kIdle) {
+                EXPECT_EQ(library.play(sound_.c_str(), 0, TOLVANE_MILLISECONDS, 0, 0, 0), TOLVANE_OK);
+            }
             if (use == Use::kStopped) library.stop();
         }
         ASSERT_FALSE(LibraryIsMapped(TOLVANE_LIBRARY));
@@ -48,7 +50,9 @@ class LoadCycles : public ::testing::Test {
     static void ExpectNoGrowth(const ProcessState& before, const ProcessState& after) {
         EXPECT_LE(after.threads, before.threads);
         EXPECT_LE(after.handles, before.handles);
-        if (kMemoryTells) EXPECT_LE(after.memory, before.memory + kMemorySlack);
+        if (kMemoryTells) {
+            EXPECT_LE(after.memory, before.memory + kMemorySlack);
+        }
     }
 
     // A sanitizer keeps freed memory back on purpose.
