@@ -57,7 +57,7 @@ class LoadCycles : public ::testing::Test {
 
     // A sanitizer keeps freed memory back on purpose.
     static constexpr bool kMemoryTells = TOLVANE_MEMORY_TELLS;
-    static constexpr size_t kMemorySlack = 256 * 1024;  // under 700 bytes a cycle: pages that come and go
+    static constexpr size_t kMemorySlack = (kCycles - kWarmUp) * 1024;  // pages and run-time that come and go
 
     TempFolder temp_, sounds_;
     std::string sound_;
