@@ -97,8 +97,4 @@ uint32_t GetPosition(uint16_t unit) {
     return GetPlaybackPosition(unit, TheChoice().direct_play);
 }
 
-void ForgetPlaybackCopy() {
-    TheChoice().copy_valid = false;
-}
-
 }  // namespace tolvane
