@@ -57,53 +57,54 @@ enum {
     TOLVANE_PLAYBACK_ENDED = 1125  /* message posted to the callback window, see SetCallbackWindow */
 };
 
-#define TOLVANE_WAVE_MAPPER 0xFFFFFFFFu /* as a device: whichever the system prefers and can play the format */
+/* As a device: whichever the system prefers and can play the format. */
+#define TOLVANE_WAVE_MAPPER 0xFFFFFFFFu
 
 /* Units of positions and lengths. */
 enum { TOLVANE_MILLISECONDS = 0, TOLVANE_SAMPLES = 1, TOLVANE_BYTES = 2 };
 
 /* Result codes, each with the sentence that a host can show its user. */
 typedef enum TolvaneResult {
-    TOLVANE_OK = 0,                       /* Done. */
-    TOLVANE_NO_PATH = 100,                /* No file was named. */
-    TOLVANE_ALREADY_PLAYING = 101,        /* A playback is already running. */
-    TOLVANE_CANNOT_OPEN = 102,            /* The file cannot be opened, or it is no usable wave file. */
-    TOLVANE_NO_BUFFERS = 103,             /* There is not enough memory for the playback buffers. */
-    TOLVANE_FORMAT_NOT_PLAYABLE = 104,    /* The output device cannot play this format or sample rate. */
-    TOLVANE_DEVICE_NOT_OPENED = 105,      /* The output device cannot be opened. */
-    TOLVANE_BUFFER_NOT_PREPARED = 106,    /* The output device refused a playback buffer. */
-    TOLVANE_NOT_WAVE = 107,               /* The file is no wave file, or its format is of no use here. */
-    TOLVANE_NO_FORMAT = 108,              /* The wave file has no usable format record. */
-    TOLVANE_NOT_PCM = 109,                /* The sound is compressed. */
-    TOLVANE_NO_DATA = 110,                /* The wave file has no data chunk. */
-    TOLVANE_CANNOT_SEEK = 113,            /* The file cannot be positioned at its sound. */
-    TOLVANE_FORMAT_NOT_LEFT = 114,        /* The wave file breaks off behind its format record. */
-    TOLVANE_NO_MEMORY = 115,              /* There is not enough memory. */
-    TOLVANE_MEMORY_NOT_LOCKED = 116,      /* The system did not hand out the memory it had granted. */
-    TOLVANE_EMPTY_DATA = 117,             /* The wave file holds no sound. */
-    TOLVANE_NO_PREFERRED_OUTPUT = 150,    /* There is no output device, or the system prefers none. */
-    TOLVANE_NO_SUCH_OUTPUT = 151,         /* This output device does not exist. */
-    TOLVANE_OUTPUT_NOT_SELECTED = 152,    /* This output device cannot be selected: it does not exist. */
-    TOLVANE_NO_PREFERRED_INPUT = 153,     /* There is no input device, or the system prefers none. */
-    TOLVANE_NO_SUCH_INPUT = 154,          /* This input device does not exist. */
-    TOLVANE_INPUT_NOT_SELECTED = 155,     /* This input device cannot be selected: it does not exist. */
-    TOLVANE_NO_FILE_BUFFER = 304,         /* There is not enough memory to read the file. */
-    TOLVANE_NOT_A_FOLDER = 322,           /* The temp folder is not an existing folder. */
-    TOLVANE_NO_CODEC = 400,               /* No such codec is installed. */
-    TOLVANE_NO_FORMAT_SIZE = 401,         /* The system does not tell how large a format record can be. */
-    TOLVANE_NO_FORMAT_MEMORY = 402,       /* There is not enough memory for a format record. */
-    TOLVANE_NO_PCM_SUGGESTION = 405       /* No codec can turn this sound into PCM. */
+    TOLVANE_OK = 0,                    /* Done. */
+    TOLVANE_NO_PATH = 100,             /* No file was named. */
+    TOLVANE_ALREADY_PLAYING = 101,     /* A playback is already running. */
+    TOLVANE_CANNOT_OPEN = 102,         /* The file cannot be opened, or it is no usable wave file. */
+    TOLVANE_NO_BUFFERS = 103,          /* There is not enough memory for the playback buffers. */
+    TOLVANE_FORMAT_NOT_PLAYABLE = 104, /* The output device cannot play this format or sample rate. */
+    TOLVANE_DEVICE_NOT_OPENED = 105,   /* The output device cannot be opened. */
+    TOLVANE_BUFFER_NOT_PREPARED = 106, /* The output device refused a playback buffer. */
+    TOLVANE_NOT_WAVE = 107,            /* The file is no wave file, or its format is of no use here. */
+    TOLVANE_NO_FORMAT = 108,           /* The wave file has no usable format record. */
+    TOLVANE_NOT_PCM = 109,             /* The sound is compressed. */
+    TOLVANE_NO_DATA = 110,             /* The wave file has no data chunk. */
+    TOLVANE_CANNOT_SEEK = 113,         /* The file cannot be positioned at its sound. */
+    TOLVANE_FORMAT_NOT_LEFT = 114,     /* The wave file breaks off behind its format record. */
+    TOLVANE_NO_MEMORY = 115,           /* There is not enough memory. */
+    TOLVANE_MEMORY_NOT_LOCKED = 116,   /* The system did not hand out the memory it had granted. */
+    TOLVANE_EMPTY_DATA = 117,          /* The wave file holds no sound. */
+    TOLVANE_NO_PREFERRED_OUTPUT = 150, /* There is no output device, or the system prefers none. */
+    TOLVANE_NO_SUCH_OUTPUT = 151,      /* This output device does not exist. */
+    TOLVANE_OUTPUT_NOT_SELECTED = 152, /* This output device cannot be selected: it does not exist. */
+    TOLVANE_NO_PREFERRED_INPUT = 153,  /* There is no input device, or the system prefers none. */
+    TOLVANE_NO_SUCH_INPUT = 154,       /* This input device does not exist. */
+    TOLVANE_INPUT_NOT_SELECTED = 155,  /* This input device cannot be selected: it does not exist. */
+    TOLVANE_NO_FILE_BUFFER = 304,      /* There is not enough memory to read the file. */
+    TOLVANE_NOT_A_FOLDER = 322,        /* The temp folder is not an existing folder. */
+    TOLVANE_NO_CODEC = 400,            /* No such codec is installed. */
+    TOLVANE_NO_FORMAT_SIZE = 401,      /* The system does not tell how large a format record can be. */
+    TOLVANE_NO_FORMAT_MEMORY = 402,    /* There is not enough memory for a format record. */
+    TOLVANE_NO_PCM_SUGGESTION = 405    /* No codec can turn this sound into PCM. */
 } TolvaneResult;
 
 #pragma pack(push, 1)
 
 /* The format of a wave file: the first 16 bytes of its "fmt " chunk. */
 typedef struct InputFileInfo {
-    uint16_t wFormatTag;      /* 1 = PCM */
+    uint16_t wFormatTag; /* 1 = PCM */
     uint16_t nChannels;
-    uint32_t nSamplesPerSec;  /* sample rate in Hz */
+    uint32_t nSamplesPerSec; /* sample rate in Hz */
     uint32_t nAvgBytesPerSec;
-    uint16_t nBlockAlign;     /* bytes of one sample frame (PCM) or one compressed block */
+    uint16_t nBlockAlign; /* bytes of one sample frame (PCM) or one compressed block */
     uint16_t wBitsPerSample;
 } InputFileInfo;
 TOLVANE_ASSERT_SIZE(InputFileInfo, 16);
@@ -112,11 +113,11 @@ TOLVANE_ASSERT_SIZE(InputFileInfo, 16);
 typedef struct AudioFileInfo {
     uint16_t bitsPerSample;
     uint16_t channels;
-    uint32_t length;                 /* in the unit asked for */
-    uint32_t sampleRate;             /* Hz */
-    uint16_t formatTag;              /* 1 = PCM */
-    uint16_t reserved;               /* not written */
-    uint32_t recordingSampleRate;    /* Hz; 0 while nothing is recorded, like the two below */
+    uint32_t length;              /* in the unit asked for */
+    uint32_t sampleRate;          /* Hz */
+    uint16_t formatTag;           /* 1 = PCM */
+    uint16_t reserved;            /* not written */
+    uint32_t recordingSampleRate; /* Hz; 0 while nothing is recorded, like the two below */
     uint16_t recordingBitsPerSample;
     uint16_t recordingChannels;
 } AudioFileInfo;
@@ -124,22 +125,22 @@ TOLVANE_ASSERT_SIZE(AudioFileInfo, 24);
 
 /* A codec of the catalogue. */
 typedef struct CodecDescription {
-    uint32_t codecIndex;              /* position in the catalogue, from 0 */
-    uint32_t driverId;                /* the compression manager's identifier */
-    uint32_t reportedFormatTagCount;  /* what the driver says it has */
-    uint32_t listedFormatTagCount;    /* how many can be described */
+    uint32_t codecIndex;             /* position in the catalogue, from 0 */
+    uint32_t driverId;               /* the compression manager's identifier */
+    uint32_t reportedFormatTagCount; /* what the driver says it has */
+    uint32_t listedFormatTagCount;   /* how many can be described */
     char longName[128];
-    uint8_t reserved[8];              /* zero */
+    uint8_t reserved[8]; /* zero */
 } CodecDescription;
 TOLVANE_ASSERT_SIZE(CodecDescription, 152);
 
 /* A format tag (a kind of compression) that a codec handles. */
 typedef struct FormatTagDescription {
     uint32_t codecIndex;
-    uint32_t formatTagIndex;  /* position among the codec's format tags, from 0 */
-    uint32_t formatTag;       /* 1 = PCM */
+    uint32_t formatTagIndex; /* position among the codec's format tags, from 0 */
+    uint32_t formatTag;      /* 1 = PCM */
     char name[48];
-    uint8_t reserved[4];      /* zero */
+    uint8_t reserved[4]; /* zero */
 } FormatTagDescription;
 TOLVANE_ASSERT_SIZE(FormatTagDescription, 64);
 

@@ -40,9 +40,9 @@ int PlatformCardInUse(void);
 /* ---- The virtual card ---- */
 
 typedef enum PlatformClock {
-    PLATFORM_CLOCK_REAL_TIME = 0,   /* follows the wall clock (initial state) */
+    PLATFORM_CLOCK_REAL_TIME = 0,    /* follows the wall clock (initial state) */
     PLATFORM_CLOCK_FREE_RUNNING = 1, /* as fast as the buffers come */
-    PLATFORM_CLOCK_MOVED = 2        /* moves only with PlatformVirtualAdvance */
+    PLATFORM_CLOCK_MOVED = 2         /* moves only with PlatformVirtualAdvance */
 } PlatformClock;
 
 /* A device of the virtual card. Formats outside the ranges are refused as a device refuses them. */

@@ -6,7 +6,9 @@
 #include <stdint.h>
 
 typedef void (*PlatformDebugHook)(const char* text, void* context);
-static inline void PlatformSetDebugHook(PlatformDebugHook hook, void* context) { (void)hook, (void)context; }
+static inline void PlatformSetDebugHook(PlatformDebugHook hook, void* context) {
+    (void)hook, (void)context;
+}
 
 typedef enum PlatformCard {
     PLATFORM_CARD_DEFAULT = 0,
@@ -14,8 +16,12 @@ typedef enum PlatformCard {
     PLATFORM_CARD_VIRTUAL = 2,
     PLATFORM_CARD_NONE = 3
 } PlatformCard;
-static inline int PlatformUseCard(PlatformCard card) { return card == PLATFORM_CARD_DEFAULT; }
-static inline int PlatformCardInUse(void) { return -1; }
+static inline int PlatformUseCard(PlatformCard card) {
+    return card == PLATFORM_CARD_DEFAULT;
+}
+static inline int PlatformCardInUse(void) {
+    return -1;
+}
 
 typedef enum PlatformClock {
     PLATFORM_CLOCK_REAL_TIME = 0,
@@ -37,22 +43,42 @@ typedef struct PlatformVirtualState {
     uint16_t channels, bits;
 } PlatformVirtualState;
 
-static inline int PlatformVirtualReset(void) { return 0; }
-static inline int PlatformVirtualSetOutputs(const PlatformVirtualDevice* d, uint32_t n) { return (void)d, (void)n, 0; }
-static inline int PlatformVirtualSetInputs(const PlatformVirtualDevice* d, uint32_t n) { return (void)d, (void)n, 0; }
-static inline int PlatformVirtualSetPreferred(uint32_t o, uint32_t i) { return (void)o, (void)i, 0; }
-static inline int PlatformVirtualSetClock(PlatformClock clock) { return (void)clock, 0; }
-static inline uint32_t PlatformVirtualAdvance(uint32_t o, uint32_t frames) { return (void)o, (void)frames, 0u; }
+static inline int PlatformVirtualReset(void) {
+    return 0;
+}
+static inline int PlatformVirtualSetOutputs(const PlatformVirtualDevice* d, uint32_t n) {
+    return (void)d, (void)n, 0;
+}
+static inline int PlatformVirtualSetInputs(const PlatformVirtualDevice* d, uint32_t n) {
+    return (void)d, (void)n, 0;
+}
+static inline int PlatformVirtualSetPreferred(uint32_t o, uint32_t i) {
+    return (void)o, (void)i, 0;
+}
+static inline int PlatformVirtualSetClock(PlatformClock clock) {
+    return (void)clock, 0;
+}
+static inline uint32_t PlatformVirtualAdvance(uint32_t o, uint32_t frames) {
+    return (void)o, (void)frames, 0u;
+}
 static inline void PlatformVirtualSettle(void) {}
 static inline size_t PlatformVirtualPlayed(uint32_t o, size_t from, void* b, size_t n) {
     return (void)o, (void)from, (void)b, (void)n, (size_t)0;
 }
-static inline void PlatformVirtualClearPlayed(uint32_t o) { (void)o; }
-static inline void PlatformVirtualKeepPlayed(uint32_t o, int keep) { (void)o, (void)keep; }
-static inline int PlatformVirtualPlayInto(uint32_t o, const char* path) { return (void)o, (void)path, 0; }
+static inline void PlatformVirtualClearPlayed(uint32_t o) {
+    (void)o;
+}
+static inline void PlatformVirtualKeepPlayed(uint32_t o, int keep) {
+    (void)o, (void)keep;
+}
+static inline int PlatformVirtualPlayInto(uint32_t o, const char* path) {
+    return (void)o, (void)path, 0;
+}
 static inline uint32_t PlatformVirtualQueued(uint32_t o, uint32_t* lengths, uint32_t n) {
     return (void)o, (void)lengths, (void)n, 0u;
 }
-static inline int PlatformVirtualGetState(uint32_t o, PlatformVirtualState* state) { return (void)o, (void)state, 0; }
+static inline int PlatformVirtualGetState(uint32_t o, PlatformVirtualState* state) {
+    return (void)o, (void)state, 0;
+}
 
 #endif

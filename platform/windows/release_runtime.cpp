@@ -1,5 +1,5 @@
-// The library carries its own C++ runtime on Windows, which sets memory for exceptions aside at load and would leave
-// it behind at every unload.
+// The library carries its own C++ runtime on Windows, which sets memory for exceptions aside at load and
+// would leave it behind at every unload.
 namespace __gnu_cxx {
 void __freeres();
 }

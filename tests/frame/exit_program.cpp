@@ -1,4 +1,5 @@
-// Leaves the process with the library still loaded, idle or in the middle of a playback; exit_test.py watches.
+// Leaves the process with the library still loaded, idle or in the middle of a playback; exit_test.py
+// watches.
 #include <cstdio>
 #include <cstring>
 
@@ -19,7 +20,8 @@ static bool StartPlayback(const LoadedLibrary& library, const std::string& sound
 // Arguments: idle|playing|stopped, server|virtual, the folder for scratch files, a folder for the sound.
 int main(int count, char** arguments) try {
     if (count != 5) return 2;
-    const std::string use = arguments[1], temp = arguments[3], sound = arguments[4] + std::string("/sound.wav");
+    const std::string use = arguments[1], temp = arguments[3],
+                      sound = arguments[4] + std::string("/sound.wav");
     if (std::strcmp(arguments[2], "virtual") == 0 && !PlatformUseCard(PLATFORM_CARD_VIRTUAL)) return 2;
     UseTempFolder(temp);
     WriteFile(sound, WaveFile({8000, 1, 8}, Bytes(80000, 128)));

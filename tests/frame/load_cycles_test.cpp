@@ -1,5 +1,5 @@
-// Loads and unloads the library again and again in one process: nothing of it may stay behind. This program does not
-// link the library, so that unloading it really takes it away.
+// Loads and unloads the library again and again in one process: nothing of it may stay behind. This program
+// does not link the library, so that unloading it really takes it away.
 #include <gtest/gtest.h>
 
 #include "frame/loaded_library.h"
@@ -41,9 +41,11 @@ class LoadCycles : public ::testing::Test {
 
     template <typename Choose>
     void Run(Choose choose) {
-        for (int i = 0; i < kWarmUp && !HasFatalFailure(); ++i) Cycle(choose(i));
+        for (int i = 0; i < kWarmUp && !HasFatalFailure(); ++i)
+            Cycle(choose(i));
         const ProcessState before = CurrentProcessState();
-        for (int i = kWarmUp; i < kCycles && !HasFatalFailure(); ++i) Cycle(choose(i));
+        for (int i = kWarmUp; i < kCycles && !HasFatalFailure(); ++i)
+            Cycle(choose(i));
         ExpectNoGrowth(before, CurrentProcessState());
     }
 
@@ -68,14 +70,17 @@ static Use EveryUse(int cycle) {
     return cycle % 10 < 4 ? Use::kStopped : Use::kIdle;
 }
 
-static Use EveryUseThatEnds(int cycle) { return cycle % 10 < 2 ? Use::kStopped : Use::kIdle; }
+static Use EveryUseThatEnds(int cycle) {
+    return cycle % 10 < 2 ? Use::kStopped : Use::kIdle;
+}
 
 TEST_F(LoadCycles, WithoutASound) {
     Run([](int) { return Use::kIdle; });
 }
 
 TEST_F(LoadCycles, WithThePlaybacksOfTheVirtualCard) {
-    if (!PlatformUseCard(PLATFORM_CARD_VIRTUAL)) GTEST_SKIP() << "the system's own devices cannot be replaced";
+    if (!PlatformUseCard(PLATFORM_CARD_VIRTUAL))
+        GTEST_SKIP() << "the system's own devices cannot be replaced";
     Run(EveryUse);
 }
 
@@ -85,9 +90,11 @@ TEST_F(LoadCyclesOnServer, WithPlaybacks) {
     Run(DevicesCloseAtUnload() ? EveryUse : EveryUseThatEnds);
 }
 
-// Where a device cannot be closed while the library goes, it is left behind silenced; the library itself is gone.
+// Where a device cannot be closed while the library goes, it is left behind silenced; the library itself is
+// gone.
 TEST_F(LoadCyclesOnServer, WhilePlaying) {
-    for (int i = 0; i < 20 && !HasFatalFailure(); ++i) Cycle(Use::kPlaying);
+    for (int i = 0; i < 20 && !HasFatalFailure(); ++i)
+        Cycle(Use::kPlaying);
 }
 
 }  // namespace tolvane::test

@@ -1,4 +1,5 @@
-// What the test's process holds at this moment as the system counts it, for tests that load and unload the library.
+// What the test's process holds at this moment as the system counts it, for tests that load and unload the
+// library.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +15,8 @@ ProcessState CurrentProcessState();
 bool LibraryIsMapped(const std::string& path);
 // What the library finds as the system's temp folder when it is loaded from now on.
 void UseTempFolder(const std::string& folder);
-// Whether a device that plays while the library goes can be closed; on Windows that would hang, and it stays open.
+// Whether a device that plays while the library goes can be closed; on Windows that would hang, and it stays
+// open.
 bool DevicesCloseAtUnload();
 
 }  // namespace tolvane::test

@@ -29,8 +29,12 @@ bool LibraryIsMapped(const std::string& path) {
     return text.find(std::filesystem::path(path).filename().string()) != std::string::npos;
 }
 
-void UseTempFolder(const std::string& folder) { setenv("TMPDIR", folder.c_str(), 1); }
+void UseTempFolder(const std::string& folder) {
+    setenv("TMPDIR", folder.c_str(), 1);
+}
 
-bool DevicesCloseAtUnload() { return true; }
+bool DevicesCloseAtUnload() {
+    return true;
+}
 
 }  // namespace tolvane::test

@@ -27,10 +27,16 @@ ProcessState CurrentProcessState() {
     return {CountThreads(), handles, memory.PagefileUsage};
 }
 
-bool LibraryIsMapped(const std::string& path) { return GetModuleHandleA(path.c_str()) != nullptr; }
+bool LibraryIsMapped(const std::string& path) {
+    return GetModuleHandleA(path.c_str()) != nullptr;
+}
 
-void UseTempFolder(const std::string& folder) { SetEnvironmentVariableA("TMP", folder.c_str()); }
+void UseTempFolder(const std::string& folder) {
+    SetEnvironmentVariableA("TMP", folder.c_str());
+}
 
-bool DevicesCloseAtUnload() { return false; }
+bool DevicesCloseAtUnload() {
+    return false;
+}
 
 }  // namespace tolvane::test

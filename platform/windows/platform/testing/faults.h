@@ -8,7 +8,11 @@ static inline int PlatformFailCall(const char* name, uint32_t nth, uint32_t resu
     return (void)name, (void)nth, (void)result, (void)sticky, 0;
 }
 static inline void PlatformFailNone(void) {}
-static inline uint32_t PlatformCallCount(const char* name) { return (void)name, 0u; }
-static inline uint32_t PlatformFaultsStruck(void) { return 0; }
+static inline uint32_t PlatformCallCount(const char* name) {
+    return (void)name, 0u;
+}
+static inline uint32_t PlatformFaultsStruck(void) {
+    return 0;
+}
 
 #endif
