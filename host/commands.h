@@ -3,6 +3,7 @@
 #ifndef TOLVANE_HOST_COMMANDS_H
 #define TOLVANE_HOST_COMMANDS_H
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,7 +23,7 @@ struct CardRequest {
 
 struct PlayRequest {
     std::string file;
-    Moment from, to;  // to.value 0: the end of the file
+    std::optional<Moment> from, to;
     unsigned rate = 0;
     bool repeat = false;
     bool quiet = false;

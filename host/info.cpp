@@ -4,8 +4,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <optional>
 
 #include "catalogue.h"
 #include "commands.h"
@@ -19,26 +17,16 @@ void PrintLine(std::string_view label, std::string_view text) {
     fmt::print("  {:<8}{}\n", label, text);
 }
 
-void PrintSound(const std::string& path, const SoundFormat& sound) {
-    std::error_code unknown;
-    const auto file_size = std::filesystem::file_size(path, unknown);
-    PrintLine("Length", LengthText(sound));
-    PrintLine("Data", unknown ? fmt::format("{} bytes", sound.data_size)
-                              : fmt::format("{} bytes of {} in the file", sound.data_size, file_size));
-    if (!unknown && sound.data_size > file_size)
-        PrintLine("Note", "The file is shorter than it says: its end is missing.");
-}
-
 int Describe(const std::string& path) {
     SoundFormat sound;
-    if (const auto code = GetInputFileInfo(path.c_str(), &sound.format); code != TOLVANE_OK)
-        return ReportFileFailure("cannot read", path, code);
-    if (const auto code = GetDataChunkSize(path.c_str(), &sound.data_size); code != TOLVANE_OK)
+    if (const auto code = ReadSound(path, sound); code != TOLVANE_OK)
         return ReportFileFailure("cannot read", path, code);
     fmt::print("{}\n", path);
     PrintLine("Format", FormatText(sound.format));
     if (!sound.IsPcm()) PrintLine("Codec", CodecText(sound.format.wFormatTag));
-    PrintSound(path, sound);
+    PrintLine("Length", LengthText(sound));
+    PrintLine("Data", fmt::format("{} bytes of {} in the file", sound.data_size, sound.file_size));
+    if (sound.IsCutOff()) PrintLine("Note", "The file is shorter than it says: its end is missing.");
     return kExitDone;
 }
 

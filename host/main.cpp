@@ -30,10 +30,10 @@ std::string CheckMoment(const std::string& text) {
                      "' is no time; times look like 12.5, 1:02.5, 250ms, 44100s (samples), 4096b (bytes)";
 }
 
-CLI::Option* AddMoment(CLI::App* command, const char* name, Moment& moment, const char* help) {
+CLI::Option* AddMoment(CLI::App* command, const char* name, std::optional<Moment>& moment, const char* help) {
     return command
         ->add_option_function<std::string>(
-            name, [&moment](const std::string& text) { moment = ParseMoment(text).value_or(Moment{}); }, help)
+            name, [&moment](const std::string& text) { moment = ParseMoment(text); }, help)
         ->check(CLI::Validator(CheckMoment, ""))
         ->type_name("TIME");
 }

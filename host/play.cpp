@@ -27,26 +27,21 @@ int ReportBadSpan(const PlayRequest& request, const std::string& why, std::strin
     return kExitBadArguments;
 }
 
-int ReadSound(const std::string& file, SoundFormat& sound) {
-    auto code = GetInputFileInfo(file.c_str(), &sound.format);
-    if (code == TOLVANE_OK) code = GetDataChunkSize(file.c_str(), &sound.data_size);
-    return code == TOLVANE_OK ? kExitDone : ReportFileFailure("cannot play", file, code);
-}
-
 // Looks into the file only where the arguments ask for a part of it: the start of a playback is not to wait.
 int CheckSpan(const PlayRequest& request, Span& span) {
-    if (request.from.value == 0 && request.to.value == 0 && request.rate == 0) return kExitDone;
+    if (!request.from && !request.to && request.rate == 0) return kExitDone;
     SoundFormat sound;
-    if (const int failed = ReadSound(request.file, sound)) return failed;
+    if (const auto code = ReadSound(request.file, sound); code != TOLVANE_OK)
+        return ReportFileFailure("cannot play", request.file, code);
     if (!sound.IsPcm())
         return ReportBadSpan(request, "The sound is compressed.", "Leave --from, --to and --rate out.");
-    span.from = sound.BytesAt(request.from);
-    span.to = sound.BytesAt(request.to);
-    if (request.from.value != 0 && span.from >= sound.data_size)
+    span.from = sound.BytesAt(request.from.value_or(Moment{}));
+    if (request.to) span.to = sound.BytesAt(*request.to);
+    if (span.from > 0 && span.from >= sound.Bytes())
         return ReportBadSpan(
             request, fmt::format("--from lies behind its end, {}.", TimeText(sound.Milliseconds(), 3)),
             "Name an earlier start.");
-    if (request.to.value != 0 && span.to <= span.from)
+    if (request.to && span.to <= span.from)
         return ReportBadSpan(request, "--to does not lie behind --from.",
                              "Name a later end, or leave --to out.");
     return kExitDone;

@@ -57,9 +57,8 @@ class Playback {
 
 Playback::Playback(const PlayRequest& request, Span span)
     : span_(span), rate_(request.rate), repeat_(request.repeat) {
-    GetInputFileInfo(request.file.c_str(), &sound_.format);
-    GetDataChunkSize(request.file.c_str(), &sound_.data_size);
-    if (span_.to == 0) span_.to = sound_.data_size;
+    ReadSound(request.file, sound_);
+    if (span_.to == 0) span_.to = sound_.Bytes();
     if (rate_ == 0) rate_ = sound_.format.nSamplesPerSec;
     due_ = Clock::now() + Remaining(span_.from);
 }

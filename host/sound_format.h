@@ -12,8 +12,12 @@ namespace tolvane::host {
 
 struct SoundFormat {
     InputFileInfo format{};
-    uint32_t data_size = 0;
+    uint32_t data_size = 0;  // as the file says
+    uint64_t file_size = 0;
 
+    // The data that can really be there.
+    uint32_t Bytes() const;
+    bool IsCutOff() const { return data_size > file_size; }
     bool IsPcm() const { return format.wFormatTag == 1; }
     // Bytes that are played in one second at the file's own rate; 0 where a damaged file does not tell.
     uint64_t BytesPerSecond() const;
@@ -21,6 +25,9 @@ struct SoundFormat {
     // Where in the data a moment lies, at most at its end.
     uint32_t BytesAt(Moment moment) const;
 };
+
+// A result code of the library's.
+uint16_t ReadSound(const std::string& path, SoundFormat& sound);
 
 // "PCM, 44100 Hz, stereo, 16 bit"
 std::string FormatText(const InputFileInfo& format);

@@ -5,6 +5,7 @@
 #include <io.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 
@@ -93,7 +94,7 @@ int Terminal::Columns() const {
 
 Key Terminal::ReadKey() {
     if (!has_keys_ || !_kbhit()) return Key::kNone;
-    switch (const int key = _getch()) {
+    switch (_getch()) {
         case ' ':
             return Key::kPause;
         case 'q':
@@ -109,7 +110,7 @@ Key Terminal::ReadKey() {
         case 0xE0:
             return ArrowKey(_getch());
         default:
-            return static_cast<void>(key), Key::kUnknown;
+            return Key::kUnknown;
     }
 }
 

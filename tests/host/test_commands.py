@@ -116,7 +116,7 @@ class Arguments(Case):
         cases = [([good, "--from", "0.5"], "--from lies behind its end, 0:00.500"),
                  ([good, "--from", "22050s"], "--from lies behind"),
                  ([good, "--to", "0.1", "--from", "200ms"], "--to does"),
-                 ([good, "--from", "4096b", "--to", "1024s"], "--to does"), ([law, "--from", "0.1"], "compressed")]
+                 ([good, "--to", "0"], "--to does"), ([good, "--from", "4096b", "--to", "1024s"], "--to does"), ([law, "--from", "0.1"], "compressed")]
         for arguments, reason in cases:
             with self.subTest(arguments):
                 self.assert_result(run("play", *arguments, *NO_SOUND), 1, err=[str(arguments[0]), reason])

@@ -52,6 +52,12 @@ class Heard(VirtualCard):
                 self.assert_result(self.play(path, "--quiet", *arguments), 0)
                 self.assertEqual(wave_frames(self.heard), frames[start * 4:end * 4])
 
+    def test_a_file_that_was_cut_off_is_played_as_far_as_it_goes(self):
+        path = self.make_wave(seconds=3)
+        path.write_bytes(path.read_bytes()[:44 + 22050 * 4])
+        self.assert_result(self.play(path), 0, out=["Played to the end."])
+        self.assertEqual(wave_frames(self.heard), wave_frames(path)[:22050 * 4])
+
     def test_another_rate_changes_the_pace_not_the_samples(self):
         path = self.make_wave(seconds=0.5)
         start = time.monotonic()
