@@ -24,7 +24,7 @@ constexpr pa_usec_t kPastTheEnd = PA_USEC_PER_MSEC;
 constexpr pa_usec_t kTimingServes = PA_USEC_PER_SEC;
 // How long the server may take to begin before it is asked what it does.
 constexpr pa_usec_t kAskAgain = 50 * PA_USEC_PER_MSEC;
-constexpr pa_usec_t kSoonest = PA_USEC_PER_MSEC;
+constexpr pa_usec_t kSoonest = 3 * PA_USEC_PER_MSEC;
 // With nothing left to play, the stream is held after this long, so that the server may rest.
 constexpr pa_usec_t kIdle = 300 * PA_USEC_PER_MSEC;
 // A server may keep the last, partial block of a stream until silence pushes it out.
@@ -93,9 +93,7 @@ void ServerOutput::Disconnect() {
         pa_operation_cancel(asked);
         pa_operation_unref(asked);
     }
-    if (pa_time_event* const alarm = std::exchange(alarm_, nullptr)) {
-        server_.Api()->time_free(alarm);
-    }
+    if (pa_time_event* const alarm = std::exchange(alarm_, nullptr)) server_.Api()->time_free(alarm);
     if (pa_stream* const stream = std::exchange(stream_, nullptr)) {
         pa_stream_set_state_callback(stream, nullptr, nullptr);
         pa_stream_set_started_callback(stream, nullptr, nullptr);
@@ -185,7 +183,9 @@ void ServerOutput::PushSilence() {
     memset(room, queue_.Format().Silence(), size);
     if (pa_stream_write(stream_, room, size, nullptr, 0, PA_SEEK_RELATIVE) < 0) return;
     // Silence of an earlier end has been heard by now.
-    base_ += std::exchange(silence_bytes_, static_cast<int64_t>(size));
+    base_ += silence_bytes_;
+    heard_ -= silence_bytes_;
+    silence_bytes_ = static_cast<int64_t>(size);
     silence_from_ = queue_.Taken();
 }
 
@@ -228,19 +228,24 @@ void ServerOutput::Answered(bool success) {
 // What the sink has read, less what it has not sounded yet; while the stream is dry, silence runs on behind
 // it.
 void ServerOutput::TakeTiming(const pa_timing_info& info) {
-    const bool stalled = info.read_index == last_read_;
-    last_read_ = info.read_index;
+    const pa_usec_t now = pa_rtclock_now();
+    if (std::exchange(last_read_, info.read_index) != info.read_index) last_read_at_ = now;
     if (corked_ || !(info.playing || started_)) return;
     started_ = true;
-    const PcmFormat& format = queue_.Format();
-    int64_t heard = info.read_index - base_ - BytesInTime(format, info.sink_usec);
-    if (!info.playing) heard += std::max<int64_t>(static_cast<int64_t>(info.since_underrun), 0);
-    const pa_usec_t age = std::min<pa_usec_t>(pa_timeval_age(&info.timestamp), PA_USEC_PER_SEC);
-    heard_ = heard;
-    heard_at_ = pa_rtclock_now() - age;
+    if (info.playing) limit_ = UINT64_MAX;
+    heard_ = info.read_index - base_ - BytesInTime(queue_.Format(), info.sink_usec);
+    if (!info.playing) heard_ += std::max<int64_t>(static_cast<int64_t>(info.since_underrun), 0);
+    heard_at_ = now - std::min<pa_usec_t>(pa_timeval_age(&info.timestamp), PA_USEC_PER_SEC);
     timing_known_ = true;
-    const bool all_pushed = queue_.Taken() == queue_.Accepted() && silence_from_ != queue_.Taken();
-    if (stalled && all_pushed && !queue_.Empty() && Estimate() < queue_.Accepted()) PushSilence();
+    if (EndIsStuck()) PushSilence();
+}
+
+// The end of the sound is at the server, and should have been heard, but the server makes nothing of it.
+bool ServerOutput::EndIsStuck() {
+    if (queue_.Empty() || queue_.Taken() < queue_.Accepted() || silence_from_ == queue_.Taken()) return false;
+    const auto left = static_cast<int64_t>(queue_.Accepted() - Estimate());
+    return left > 0 && left < BytesInTime(queue_.Format(), 2 * kClosingSilence) &&
+           pa_rtclock_now() - last_read_at_ > kClosingSilence;
 }
 
 // After a time without anything to play, what was known of the timing says nothing of the sound that follows.

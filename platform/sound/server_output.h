@@ -46,6 +46,7 @@ class ServerOutput final : public CardOutput {
     void Ask();
     void Answered(bool success);
     void TakeTiming(const pa_timing_info& info);
+    bool EndIsStuck();
     void Started();
     void Starved();
     void ForgetTiming() { timing_known_ = false; }
@@ -82,7 +83,8 @@ class ServerOutput final : public CardOutput {
     // Silence that followed the sound up to `silence_from_`, to bring its end out of the server.
     uint64_t silence_from_ = UINT64_MAX;
     int64_t silence_bytes_ = 0;
-    int64_t last_read_ = -1;
+    int64_t last_read_ = -1;  // the server's index at the last answer, and when it was first told
+    pa_usec_t last_read_at_ = 0;
 };
 
 }  // namespace tolvane::platform

@@ -178,7 +178,7 @@ TEST_F(SoundDevices, CountsAndMessagesFailOnPurpose) {
 
 TEST_F(SoundDevices, EveryResultHasASentence) {
     char text[MAXERRORLENGTH], shortened[6];
-    for (const MMRESULT error : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 32, 33, 34, 35}) {
+    for (const MMRESULT error : {0u, 1u, 2u, 3u, 4u, 5u, 6u, 7u, 8u, 9u, 10u, 11u, 12u, 32u, 33u, 34u, 35u}) {
         ASSERT_EQ(waveOutGetErrorTextA(error, text, sizeof text), MMSYSERR_NOERROR) << error;
         EXPECT_GT(strlen(text), 10u);
     }
