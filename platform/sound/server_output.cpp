@@ -137,6 +137,8 @@ void ServerOutput::Cork(bool cork) {
     if (cork == corked_ || !Works()) return;
     corked_ = cork;
     started_ = false;
+    run_from_ = reported_;
+    run_at_ = pa_rtclock_now();
     Forget(pa_stream_cork(stream_, cork, nullptr, nullptr));
 }
 
@@ -260,12 +262,18 @@ void ServerOutput::Starved() {
     limit_ = queue_.Taken();
 }
 
+// Sound that was let run so long ago cannot have come further, whatever a server says; its clock may be fast.
+uint64_t ServerOutput::Bound() const {
+    const pa_usec_t passed = pa_rtclock_now() - run_at_;
+    return run_from_ + static_cast<uint64_t>(BytesInTime(queue_.Format(), passed + passed / 256));
+}
+
 uint64_t ServerOutput::Estimate() {
     if (timing_known_ && !corked_) {
         int64_t heard = heard_ + BytesInTime(queue_.Format(), pa_rtclock_now() - heard_at_);
         const auto silence_from = static_cast<int64_t>(std::min<uint64_t>(silence_from_, INT64_MAX));
         if (heard > silence_from) heard = std::max(silence_from, heard - silence_bytes_);
-        const auto most = std::min(queue_.Taken(), limit_);
+        const auto most = std::min({queue_.Taken(), limit_, Bound()});
         const auto position = std::min(static_cast<uint64_t>(std::max<int64_t>(heard, 0)), most);
         reported_ = std::max(reported_, position);
     }

@@ -50,6 +50,7 @@ class ServerOutput final : public CardOutput {
     void Started();
     void Starved();
     void ForgetTiming() { timing_known_ = false; }
+    uint64_t Bound() const;
     uint64_t Estimate();
 
     // ---- The alarm ----
@@ -77,6 +78,8 @@ class ServerOutput final : public CardOutput {
     bool timing_known_ = false;
     int64_t heard_ = 0;  // position heard at `heard_at_`, before any limit
     pa_usec_t heard_at_ = 0;
+    uint64_t run_from_ = 0;  // where the stream was let run, and when
+    pa_usec_t run_at_ = 0;
     uint64_t limit_ = UINT64_MAX;  // nothing beyond is played yet: the server ran dry there
     uint64_t reported_ = 0;        // positions never go back
 

@@ -7,13 +7,6 @@
 
 using namespace tolvane::platform;
 
-namespace {
-
-constexpr WORD kNoManufacturer = 0xFFFF;
-constexpr MMVERSION kDriverVersion = 0x0100;
-
-}  // namespace
-
 UINT waveInGetNumDevs(void) {
     if (FaultIn("waveInGetNumDevs")) return 0;
     const CardLease lease;
@@ -30,8 +23,7 @@ MMRESULT waveInGetDevCapsA(UINT_PTR device, LPWAVEINCAPSA caps, UINT size) {
     if (!found) return MMSYSERR_BADDEVICEID;
     WAVEINCAPSA answer = {
         kNoManufacturer, kNoManufacturer, kDriverVersion, {}, found->formats, found->channels, 0};
-    memcpy(answer.szPname, id == WAVE_MAPPER ? CardDevice{"Sound mapper", 0, 0}.name : found->name,
-           sizeof(answer.szPname));
+    memcpy(answer.szPname, id == WAVE_MAPPER ? kMapperName : found->name, sizeof(answer.szPname));
     memcpy(caps, &answer, std::min<size_t>(size, sizeof(answer)));
     return MMSYSERR_NOERROR;
 }

@@ -13,8 +13,6 @@ namespace {
 
 constexpr DWORD kKnownFlags =
     CALLBACK_TYPEMASK | WAVE_FORMAT_QUERY | WAVE_ALLOWSYNC | WAVE_MAPPED | WAVE_FORMAT_DIRECT;
-constexpr WORD kNoManufacturer = 0xFFFF;
-constexpr MMVERSION kDriverVersion = 0x0100;
 
 struct ErrorText {
     MMRESULT error;
@@ -112,8 +110,7 @@ MMRESULT waveOutGetDevCapsA(UINT_PTR device, LPWAVEOUTCAPSA caps, UINT size) {
     WAVEOUTCAPSA answer = {
         kNoManufacturer,        kNoManufacturer, kDriverVersion, {}, found->formats, found->channels, 0,
         WAVECAPS_SAMPLEACCURATE};
-    memcpy(answer.szPname, id == WAVE_MAPPER ? CardDevice{"Sound mapper", 0, 0}.name : found->name,
-           sizeof(answer.szPname));
+    memcpy(answer.szPname, id == WAVE_MAPPER ? kMapperName : found->name, sizeof(answer.szPname));
     memcpy(caps, &answer, std::min<size_t>(size, sizeof(answer)));
     return MMSYSERR_NOERROR;
 }
