@@ -1,0 +1,47 @@
+// Loops over samples, beside a plain read of the same memory: the level of a block of about an eighth of a second, as
+// a host measures it while it plays or records.
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <numeric>
+#include <random>
+#include <vector>
+
+#include "tolvane.h"
+
+namespace {
+
+constexpr size_t kBlock = 21 * 1024;
+
+std::vector<uint8_t> Noise() {
+    std::vector<uint8_t> block(kBlock);
+    std::mt19937 random(1);
+    for (uint8_t& byte : block)
+        byte = static_cast<uint8_t>(random() | 1);
+    return block;
+}
+
+void Level(benchmark::State& state) {
+    const std::vector<uint8_t> block = Noise();
+    InputFileInfo format = {};
+    format.nChannels = static_cast<uint16_t>(state.range(0));
+    format.wBitsPerSample = static_cast<uint16_t>(state.range(1));
+    uint32_t left = 0, right = 0;
+    for (auto _ : state) {
+        AudioGetLevelInBuffer(&format, block.data(), kBlock, &left, &right);
+        benchmark::DoNotOptimize(left + right);
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * kBlock));
+}
+BENCHMARK(Level)->ArgNames({"channels", "bits"})->Args({1, 8})->Args({2, 8})->Args({1, 16})->Args({2, 16});
+
+void Sum(benchmark::State& state) {
+    const std::vector<uint8_t> block = Noise();
+    const auto* words = reinterpret_cast<const uint64_t*>(block.data());
+    for (auto _ : state)
+        benchmark::DoNotOptimize(std::accumulate(words, words + kBlock / 8, uint64_t{0}));
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * kBlock));
+}
+BENCHMARK(Sum);
+
+}  // namespace
