@@ -51,8 +51,9 @@ unsigned __stdcall RunCallbackThread(void*) {
     MSG message;
     PeekMessageA(&message, nullptr, 0, 0, PM_NOREMOVE);
     SetEvent(state.changed.Get());
-    while (GetMessageA(&message, nullptr, 0, 0) > 0)
-        Handle(message);
+    while (const BOOL got = GetMessageA(&message, nullptr, 0, 0)) {
+        got > 0 ? Handle(message) : Sleep(1);  // only the quit message ends the thread, not a failure
+    }
     SetEvent(state.changed.Get());
     Sleep(INFINITE);
     return 0;

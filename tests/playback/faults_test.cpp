@@ -40,8 +40,12 @@ class PlaybackFaults : public Playing {
         ended_ = window_.Ended();
     }
     // Sweeps twice: what the first sweep leaves warm, the second must leave as it was.
-    void Sweep(const char* name, const std::function<void()>& action) {
-        const auto sweep = [&] { return FailEachCall("*", action, [&] { ExpectGoodOrder(); }); };
+    void Sweep(
+        const char* name, const std::function<void()>& action, const std::function<void()>& prepare = [] {}) {
+        const auto sweep = [&] {
+            return FailEachCall(
+                action, [&] { ExpectGoodOrder(); }, prepare);
+        };
         sweep();
         const Resources before = Resources::Now();
         const uint32_t points = sweep();
@@ -125,35 +129,25 @@ TEST_F(PlaybackFaults, EveryCallOfAStartMayFail) {
 // What steers a playback has no code to give: the playback goes on or ends, and good order follows.
 TEST_F(PlaybackFaults, EveryCallOfARunningPlaybackMayFail) {
     Make({8000, 1, 8}, 30000);
+    ExpectGoodOrder();
     const auto while_playing = [&](const char* name, const std::function<void()>& steps) {
-        // The start is part of each run but not of the sweep: only calls after it are counted and fail.
-        uint32_t points = 0;
-        for (const bool sticky : {false, true})
-            for (uint32_t nth = 0; nth <= points; ++nth) {
-                SCOPED_TRACE(::testing::Message()
-                             << name << ", call " << nth << (sticky ? " and after" : ""));
-                watchdog_.At(std::string(name) + " call " + std::to_string(nth));
-                ASSERT_EQ(Play(), TOLVANE_OK);
-                Advance(500);
-                PlatformFailCall("*", nth ? nth : UINT32_MAX, 0, sticky);
-                steps();
-                if (nth == 0) points = PlatformCallCount("*");
-                PlatformFailNone();
-                ExpectGoodOrder();
-            }
-        std::cout << name << ": " << points << " service calls failed in turn\n";
-        EXPECT_GT(points, 0u);
+        Sweep(name, steps, [&] {
+            watchdog_.At(name);
+            ASSERT_EQ(Play(), TOLVANE_OK);
+            Advance(500);
+        });
     };
     while_playing("pause and resume", [] { AudioPause(), AudioResume(); });
     while_playing("position and level", [] {
         uint32_t left, right;
-        EXPECT_LE(AudioGetPosition(TOLVANE_SAMPLES), 30000u);
+        AudioGetPosition(TOLVANE_SAMPLES);
         AudioGetPlaybackLevel(&left, &right);
     });
     while_playing("move", [] { AudioMoveTo(7, TOLVANE_MILLISECONDS), PlatformVirtualSettle(); });
     while_playing("refill", [&] { Advance(2000); });
     while_playing("end", [&] { AudioMoveTo(30000, TOLVANE_SAMPLES), PlatformVirtualSettle(); });
     while_playing("stop", [] { AudioStop(); });
+    while_playing("stop in a pause", [] { AudioPause(), AudioStop(); });
 }
 
 }  // namespace

@@ -23,9 +23,11 @@ struct FaultScope {
     FaultScope& operator=(const FaultScope&) = delete;
 };
 
-// Runs `action` undisturbed once, then with each of its calls of `service` ("*": of any) failing, once and
-// from then on, and calls `check` after each run with the fault taken back. Returns the number of points.
-uint32_t FailEachCall(const std::string& service, const std::function<void()>& action,
-                      const std::function<void()>& check);
+// Runs `action` undisturbed once, then with each of its service calls failing: once, and, unless it is one
+// that gives something back, from then on. `prepare` runs before each run and `check` after it, both without
+// a fault. Returns the number of calls.
+uint32_t FailEachCall(
+    const std::function<void()>& action, const std::function<void()>& check,
+    const std::function<void()>& prepare = [] {});
 
 }  // namespace tolvane::test
