@@ -108,10 +108,14 @@ HWAVEOUT TakeOutputDevice(Playback& playback) {
     return std::exchange(playback.device, nullptr);
 }
 
+// A device that holds on to a buffer refuses to be closed: it is told once more to hand everything back.
 void CloseOutputDevice(Playback& playback) {
     if (playback.device) {
         MutexGuard guard(playback.device_lock.Get());
-        waveOutClose(playback.device);
+        if (waveOutClose(playback.device) != MMSYSERR_NOERROR) {
+            waveOutReset(playback.device);
+            waveOutClose(playback.device);
+        }
     }
     TakeOutputDevice(playback);
 }
