@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "files/peaks.h"
 #include "files/positions.h"
@@ -23,13 +24,17 @@ bool IsOpen(Playback& playback) {
     return playback.device != nullptr;
 }
 
-// Makes the device hand every buffer back; false when nothing plays.
+// False when nothing plays.
 bool BeginStop(Playback& playback) {
     LockGuard guard(playback.lock);
-    if (!playback.playing) return false;
-    playback.playing = false;
-    ResetDevice(playback);
-    return true;
+    return std::exchange(playback.playing, false);
+}
+
+// Makes the device hand every buffer back, and asks again where it refuses; false when it is closed.
+bool IsStopping(Playback& playback, bool* reset) {
+    LockGuard guard(playback.lock);
+    if (playback.device && !*reset) *reset = ResetDevice(playback);
+    return playback.device != nullptr;
 }
 
 // The caller of unload holds the loader's lock, for which the closing of a device may wait; so a thread that
@@ -74,7 +79,7 @@ void StopPlayback() {
     Playback& playback = ThePlayback();
     if (!BeginStop(playback)) return;
     EndPlaybackIfDrained();
-    while (IsOpen(playback))
+    for (bool reset = false; IsStopping(playback, &reset);)
         Sleep(kStopPoll);
 }
 

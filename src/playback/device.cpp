@@ -162,9 +162,9 @@ void RestartDevice(Playback& playback) {
     waveOutRestart(playback.device);
 }
 
-void ResetDevice(Playback& playback) {
+bool ResetDevice(Playback& playback) {
     MutexGuard guard(playback.device_lock.Get());
-    waveOutReset(playback.device);
+    return waveOutReset(playback.device) == MMSYSERR_NOERROR;
 }
 
 bool GetBytesPlayed(Playback& playback, DWORD* bytes) {

@@ -23,7 +23,7 @@ bool WriteBuffer(Playback& playback, uint16_t slot);
 
 void PauseDevice(Playback& playback);
 void RestartDevice(Playback& playback);
-void ResetDevice(Playback& playback);
+bool ResetDevice(Playback& playback);
 
 // Bytes or milliseconds played since the device was opened or reset; false when the device cannot tell.
 bool GetBytesPlayed(Playback& playback, DWORD* bytes);
