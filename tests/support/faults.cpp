@@ -16,7 +16,7 @@ bool FaultsAvailable() {
 // those calls only fail once.
 struct Service {
     const char* name;
-    bool gives_back = false;
+    bool only_once = false;
 };
 constexpr Service kServices[] = {
     {"AcquireSRWLockExclusive"},
@@ -31,7 +31,7 @@ constexpr Service kServices[] = {
     {"GetDiskFreeSpaceA"},
     {"GetFileAttributesA"},
     {"GetFileInformationByHandle"},
-    {"GetMessageA"},
+    {"GetMessageA", true},
     {"GetProcAddress"},
     {"GetTempFileNameA"},
     {"GetTempPathA"},
@@ -114,7 +114,7 @@ uint32_t FailEachCall(const Step& action, const Step& check, const Step& prepare
     for (size_t i = 0; i < counts.size(); ++i)
         for (uint32_t nth = 1; nth <= counts[i]; ++nth) {
             FailOnce(kServices[i], nth, false, action, check, prepare);
-            if (!kServices[i].gives_back) FailOnce(kServices[i], nth, true, action, check, prepare);
+            if (!kServices[i].only_once) FailOnce(kServices[i], nth, true, action, check, prepare);
         }
     return std::accumulate(counts.begin(), counts.end(), 0u);
 }
