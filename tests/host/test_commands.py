@@ -7,7 +7,7 @@ import subprocess
 import unittest
 
 import support
-from support import NATIVE, Case, run
+from support import NATIVE, ROOT, Case, run
 
 NO_SOUND = ("--card", "none") if NATIVE else ()
 
@@ -130,6 +130,17 @@ class Arguments(Case):
             with self.subTest(path):
                 self.assert_result(run("play", path, *NO_SOUND), 2, err=[f"cannot play {path}: ", reason])
         self.assert_result(run("play", self.make_wave(), "--device", "77", *NO_SOUND), 2, err=["device 77"])
+
+
+class Sentences(unittest.TestCase):
+    def test_every_result_code_of_the_header_has_its_sentence_in_the_program(self):
+        promised = dict(re.findall(r"^ +(TOLVANE_\w+) = \d+,? +/\* (.+) \*/$",
+                                   (ROOT / "include/tolvane.h").read_text().split("typedef enum TolvaneResult")[1]
+                                   .split("} TolvaneResult")[0], re.M))
+        self.assertGreater(len(promised), 25)
+        table = re.sub(r"\s+", " ", (ROOT / "host/result_text.cpp").read_text())
+        for name, sentence in promised.items():
+            self.assertIn(f'{{{name}, "{sentence}"', table)
 
 
 @unittest.skipUnless(NATIVE, "cards cannot be chosen on Windows")
