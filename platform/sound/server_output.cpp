@@ -298,7 +298,7 @@ uint64_t ServerOutput::NextEvent() const {
 
 pa_usec_t ServerOutput::NextAlarm() const {
     const pa_usec_t now = pa_rtclock_now();
-    if (corked_ || asked_ || !Works()) return PA_USEC_INVALID;
+    if (corked_ || (asked_ && !timing_known_) || !Works()) return PA_USEC_INVALID;
     if (queue_.Empty()) return now + kIdle;
     if (!timing_known_) return now + kAskAgain;
     const uint64_t event = NextEvent();
