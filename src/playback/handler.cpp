@@ -43,22 +43,10 @@ void EndPlayback(Playback& playback) {
     CloseOutputDevice(playback);
 }
 
-bool EndIfDrained(Playback& playback) {
-    if (!playback.device || playback.buffers_in_device > 0) return false;
+// Told before the lock is free, so that whoever sees the playback ended knows that its end was told.
+void EndIfDrained(Playback& playback) {
+    if (!playback.device || playback.buffers_in_device > 0) return;
     EndPlayback(playback);
-    return true;
-}
-
-bool TakeAndRefill(Playback& playback, HWAVEOUT device, const WAVEHDR* header) {
-    LockGuard guard(playback.lock);
-    if (!playback.device || device != playback.device) return false;
-    int slot = TakeBack(playback, header);
-    if (slot == kNoSlot) return false;
-    if (playback.playing) RefillBuffer(playback, static_cast<uint16_t>(slot));
-    return EndIfDrained(playback);
-}
-
-void TellEnd(const Playback& playback) {
     NotifyCallbackWindow(TOLVANE_PLAYBACK_ENDED, playback.clip_flag, 0);
 }
 
@@ -67,17 +55,18 @@ void TellEnd(const Playback& playback) {
 void OnWaveOutDone(HWAVEOUT device, UINT message, DWORD_PTR, DWORD_PTR header, DWORD_PTR) {
     if (message != MM_WOM_DONE) return;
     Playback& playback = ThePlayback();
-    if (TakeAndRefill(playback, device, reinterpret_cast<const WAVEHDR*>(header))) TellEnd(playback);
+    LockGuard guard(playback.lock);
+    if (!playback.device || device != playback.device) return;
+    int slot = TakeBack(playback, reinterpret_cast<const WAVEHDR*>(header));
+    if (slot == kNoSlot) return;
+    if (playback.playing) RefillBuffer(playback, static_cast<uint16_t>(slot));
+    EndIfDrained(playback);
 }
 
 void EndPlaybackIfDrained() {
     Playback& playback = ThePlayback();
-    bool ended;
-    {
-        LockGuard guard(playback.lock);
-        ended = EndIfDrained(playback);
-    }
-    if (ended) TellEnd(playback);
+    LockGuard guard(playback.lock);
+    EndIfDrained(playback);
 }
 
 }  // namespace tolvane
