@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <utility>
 
 #include "files/peaks.h"
 #include "files/positions.h"
@@ -18,17 +17,6 @@ namespace {
 
 constexpr DWORD kStopPoll = 10;            // milliseconds
 constexpr DWORD kTimeLeftForClosing = 20;  // milliseconds
-
-bool IsOpen(Playback& playback) {
-    LockGuard guard(playback.lock);
-    return playback.device != nullptr;
-}
-
-// False when nothing plays.
-bool BeginStop(Playback& playback) {
-    LockGuard guard(playback.lock);
-    return std::exchange(playback.playing, false);
-}
 
 // Makes the device hand every buffer back, and asks again where it refuses; false when it is closed.
 bool IsStopping(Playback& playback, bool* reset) {
@@ -77,7 +65,10 @@ bool IsPlaying() {
 
 void StopPlayback() {
     Playback& playback = ThePlayback();
-    if (!BeginStop(playback)) return;
+    {
+        LockGuard guard(playback.lock);
+        playback.playing = false;
+    }
     EndPlaybackIfDrained();
     for (bool reset = false; IsStopping(playback, &reset);)
         Sleep(kStopPoll);
@@ -90,8 +81,6 @@ void StopPlaybackAtUnload() {
         playback.unloading = true;
     }
     StopPlayback();
-    while (IsOpen(playback))
-        Sleep(kStopPoll);
     ClosePlaybackFiles(playback);
     if (playback.left_open) CloseApart(playback.left_open);
 }
