@@ -332,6 +332,7 @@ TEST_F(Sequence, MovesBackFromTheLastBuffers) {
         ASSERT_EQ(Play(), TOLVANE_OK);
         Advance(12 * kBuffer - left);
         AudioMoveTo(kBuffer, TOLVANE_SAMPLES);
+        PlatformVirtualSettle();
         EXPECT_THAT(Queued(), ::testing::SizeIs(8)) << "all buffers are in use again";
         PlayOut();
         EXPECT_TRUE(Heard({{0, 12 * kBuffer - left}, {kBuffer, 12 * kBuffer}}));

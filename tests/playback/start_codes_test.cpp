@@ -132,7 +132,7 @@ TEST_F(StartCodes, TellWhichServiceFailed) {
         const char* service;
         uint32_t nth;
         uint16_t code;
-    } faults[] = {{"mmioOpenA", 2, 102},   {"mmioSetBuffer", 1, 102},        {"waveOutOpen", 1, 104},
+    } faults[] = {{"mmioOpenA", 1, 102},   {"mmioSetBuffer", 1, 102},        {"waveOutOpen", 1, 104},
                   {"waveOutOpen", 2, 105}, {"waveOutPrepareHeader", 1, 106}, {"waveOutPrepareHeader", 8, 106},
                   {"CreateMutexA", 1, 105}};
     for (const auto& item : faults) {
