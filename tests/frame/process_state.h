@@ -15,8 +15,8 @@ ProcessState CurrentProcessState();
 bool LibraryIsMapped(const std::string& path);
 // What the library finds as the system's temp folder when it is loaded from now on.
 void UseTempFolder(const std::string& folder);
-// Whether a device that plays while the library goes can be closed; on Windows that would hang, and it stays
+// Whether the system takes the stack of a terminated thread back; Wine keeps it until the process ends.
 // open.
-bool DevicesCloseAtUnload();
+bool TerminatedThreadsLeaveNoStack();
 
 }  // namespace tolvane::test

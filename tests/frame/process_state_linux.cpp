@@ -33,7 +33,7 @@ void UseTempFolder(const std::string& folder) {
     setenv("TMPDIR", folder.c_str(), 1);
 }
 
-bool DevicesCloseAtUnload() {
+bool TerminatedThreadsLeaveNoStack() {
     return true;
 }
 

@@ -35,7 +35,7 @@ void UseTempFolder(const std::string& folder) {
     SetEnvironmentVariableA("TMP", folder.c_str());
 }
 
-bool DevicesCloseAtUnload() {
+bool TerminatedThreadsLeaveNoStack() {
     return false;
 }
 
