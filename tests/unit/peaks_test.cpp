@@ -31,7 +31,7 @@ Peaks Expected(const test::Bytes& block, int channels, int bits) {
 TEST(PeakMeasurement, FindsTheLargestMagnitude) {
     std::mt19937 random(3);
     for (int round = 0; round < 4000; ++round) {
-        test::Bytes block(random() % 300);
+        test::Bytes block(1 + random() % 300);
         for (auto& byte : block)
             byte = random() % 4 ? static_cast<uint8_t>(128 + random() % 9) : static_cast<uint8_t>(random());
         for (const int channels : {1, 2})
