@@ -1,4 +1,4 @@
-// Playback at its real pace, on the machine's own card: ends, pauses, moves and positions in about the right
+// Playback at its real pace, on the sound server and on the virtual card: ends, pauses, moves and positions in about the right
 // time.
 #include <thread>
 
@@ -17,7 +17,7 @@ void Sleep(double seconds) {
 
 class RealTime : public AnyCard {};
 
-TEST_F(RealTime, PlaysToTheEndInAboutItsLength) {
+TEST_P(RealTime, PlaysToTheEndInAboutItsLength) {
     int ended = 0;
     for (const Format& format : {kStereo, Format{22050, 1, 8}, Format{48000, 2, 8}, Format{8000, 1, 16}}) {
         SCOPED_TRACE(format.rate);
@@ -34,7 +34,7 @@ TEST_F(RealTime, PlaysToTheEndInAboutItsLength) {
     EXPECT_TRUE(window_.AllPlain());
 }
 
-TEST_F(RealTime, CountsThePositionForwardToTheEnd) {
+TEST_P(RealTime, CountsThePositionForwardToTheEnd) {
     ASSERT_EQ(Play(Write(kStereo, 0.8), 100), TOLVANE_OK);
     uint32_t last = 0, told = 0;
     while (window_.Ended() == 0) {
@@ -51,7 +51,7 @@ TEST_F(RealTime, CountsThePositionForwardToTheEnd) {
     EXPECT_GT(told, 10u) << "in more than a few steps";
 }
 
-TEST_F(RealTime, HoldsInAPauseAndGoesOn) {
+TEST_P(RealTime, HoldsInAPauseAndGoesOn) {
     ASSERT_EQ(Play(Write(kStereo, 1)), TOLVANE_OK);
     while (AudioGetPosition(TOLVANE_MILLISECONDS) < 100)
         Sleep(0.002);
@@ -67,7 +67,7 @@ TEST_F(RealTime, HoldsInAPauseAndGoesOn) {
     EXPECT_GT(watch.Seconds(), 1 - held / 1000.0 - 0.2);
 }
 
-TEST_F(RealTime, MovesAtOnce) {
+TEST_P(RealTime, MovesAtOnce) {
     ASSERT_EQ(Play(Write(kStereo, 20)), TOLVANE_OK);
     Sleep(0.1);
     AudioMoveTo(10000, TOLVANE_MILLISECONDS);
@@ -82,7 +82,7 @@ TEST_F(RealTime, MovesAtOnce) {
     EXPECT_EQ(window_.Ended(), 1);
 }
 
-TEST_F(RealTime, StopsAndStartsInQuickSuccession) {
+TEST_P(RealTime, StopsAndStartsInQuickSuccession) {
     const auto path = Write(kStereo, 5);
     for (int round = 1; round <= 12; ++round) {
         ASSERT_EQ(Play(path), TOLVANE_OK) << round;
@@ -95,7 +95,7 @@ TEST_F(RealTime, StopsAndStartsInQuickSuccession) {
     }
 }
 
-TEST_F(RealTime, RepeatsUntilStopped) {
+TEST_P(RealTime, RepeatsUntilStopped) {
     ASSERT_EQ(Play(Write(kStereo, 1), 100, 200, true), TOLVANE_OK);
     const Stopwatch watch;
     while (AudioGetPosition(TOLVANE_MILLISECONDS) < 700 && watch.Seconds() < 5)
@@ -106,7 +106,7 @@ TEST_F(RealTime, RepeatsUntilStopped) {
     EXPECT_EQ(window_.Ended(), 1);
 }
 
-TEST_F(RealTime, TellsTheLevelOfWhatIsHeard) {
+TEST_P(RealTime, TellsTheLevelOfWhatIsHeard) {
     Bytes sound(4 * 44100);  // silence, then a square wave at half scale
     for (size_t i = sound.size() / 2 + 1; i < sound.size(); i += 2)
         sound[i] = 0x40;
@@ -124,6 +124,9 @@ TEST_F(RealTime, TellsTheLevelOfWhatIsHeard) {
     }
     EXPECT_EQ(loudest, 50u);
 }
+
+INSTANTIATE_TEST_SUITE_P(Server, RealTime, ::testing::Values(PLATFORM_CARD_DEFAULT));
+INSTANTIATE_TEST_SUITE_P(Virtual, RealTime, ::testing::Values(PLATFORM_CARD_VIRTUAL));
 
 }  // namespace
 }  // namespace tolvane::test

@@ -10,19 +10,18 @@
 
 namespace tolvane::test {
 
+#if defined(__GLIBC__)
 static size_t Entries(const char* folder) {
-    std::error_code none;
-    const std::filesystem::directory_iterator entries(folder, none);
-    return none ? 0 : static_cast<size_t>(std::distance(begin(entries), end(entries)));
+    const std::filesystem::directory_iterator entries(folder);
+    return static_cast<size_t>(std::distance(begin(entries), end(entries)));
 }
 
 Resources Resources::Now() {
-    Resources now{Entries("/proc/self/fd"), Entries("/proc/self/task"), 0};
-#if defined(__GLIBC__)
-    now.memory = mallinfo2().uordblks + mallinfo2().hblkhd;
-#endif
-    return now;
+    return {Entries("/proc/self/fd"), Entries("/proc/self/task"), mallinfo2().uordblks + mallinfo2().hblkhd};
 }
+#else
+Resources Resources::Now() { return {}; }
+#endif
 
 bool NothingLeaked(const Resources& before, const Resources& after, size_t slack) {
     return before.files == after.files && before.threads == after.threads &&
