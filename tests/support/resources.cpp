@@ -20,7 +20,9 @@ Resources Resources::Now() {
     return {Entries("/proc/self/fd"), Entries("/proc/self/task"), mallinfo2().uordblks + mallinfo2().hblkhd};
 }
 #else
-Resources Resources::Now() { return {}; }
+Resources Resources::Now() {
+    return {};
+}
 #endif
 
 bool NothingLeaked(const Resources& before, const Resources& after, size_t slack) {
