@@ -14,12 +14,10 @@ namespace tolvane::test {
 static void Set(const char* name, const char* value) {
     _putenv_s(name, value);
 }
-constexpr const char* kQuiet = " > NUL";
 #else
 static void Set(const char* name, const char* value) {
     *value ? setenv(name, value, 1) : unsetenv(name);
 }
-constexpr const char* kQuiet = " > /dev/null";
 #endif
 
 static std::string OwnPath() {
@@ -39,7 +37,7 @@ Variable::~Variable() {
 bool PassesInAChild() {
     const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
     const std::string filter = std::string(test->test_suite_name()) + "." + test->name();
-    return std::system((OwnPath() + " --gtest_filter=" + filter + kQuiet).c_str()) == 0;
+    return std::system((OwnPath() + " --gtest_brief=1 --gtest_filter=" + filter).c_str()) == 0;
 }
 
 static const std::filesystem::path kServerTool =
