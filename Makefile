@@ -23,7 +23,8 @@ setup-%:
 native: setup-native
 	@tools/build native
 
-demo: native
+demo: setup-native
+	@tools/build native tolvane_program
 	@tools/demo
 
 test: setup-windows
@@ -32,7 +33,8 @@ test: setup-windows
 windows: setup-windows
 	@tools/test win32 win64
 
-bench: setup-bench native
+bench: setup-bench
+	@tools/build native tolvane_program
 	@python3 bench/play_cost.py
 
 check: setup-windows+check
