@@ -11,7 +11,7 @@ namespace {
 constexpr uint32_t kMost = 0xFFFFFFFF;
 
 InputFileInfo Pcm(uint32_t rate, uint16_t channels, uint16_t bits) {
-    const auto block = static_cast<uint16_t>(channels * bits / 8);
+    const auto block = static_cast<uint16_t>(uint32_t{channels} * bits / 8);
     return {1, channels, rate, rate * block, block, bits};
 }
 
