@@ -16,7 +16,8 @@
  *     in the caller's thread and return when they are done, unless their description says otherwise.
  *  6. There is one playback at a time and one set of choices (devices, callback window, temp folder), shared by the
  *     whole process. They last while the library is loaded; nothing is kept between runs.
- *  7. Unloading the library ends a playback and removes the scratch files. Nothing of it stays behind.
+ *  7. Unloading the library ends a playback and removes the scratch files. Nothing of it stays behind; on Windows
+ *     the system itself may close the device of a playback that still ran a moment later.
  *
  * The smallest host that plays a file and waits for its end (it needs the system's <windows.h>):
  *
@@ -201,7 +202,8 @@ TOLVANE_API uint16_t TOLVANE_CALL AudioGetLevelInBuffer(const InputFileInfo* for
  * callback window. A start at or behind the end of the sound plays from the beginning; an end behind it plays to the
  * end; an end at or before the start ends the playback at once.
  * A compressed file with `convert` 0 goes to the device as it is, and `start` and `sampleRate` are ignored; with
- * `convert` not 0 it is TOLVANE_CANNOT_OPEN in this version.
+ * `convert` not 0 it is TOLVANE_CANNOT_OPEN in this version. A file that AudioLoadFile opened is closed, also when the
+ * start fails.
  * Results: TOLVANE_OK; TOLVANE_NO_PATH; TOLVANE_ALREADY_PLAYING; TOLVANE_CANNOT_OPEN; TOLVANE_NO_BUFFERS;
  * TOLVANE_FORMAT_NOT_PLAYABLE; TOLVANE_DEVICE_NOT_OPENED; TOLVANE_BUFFER_NOT_PREPARED; TOLVANE_CANNOT_SEEK. */
 TOLVANE_API uint16_t TOLVANE_CALL AudioPlayWave(const char* path, uint32_t start, uint16_t unit,
@@ -234,18 +236,19 @@ TOLVANE_API uint16_t TOLVANE_CALL AudioPause(void);
 TOLVANE_API uint16_t TOLVANE_CALL AudioResume(void);
 
 /* Moves the playback to `position`, counted in `unit` from the beginning of the sound; a position behind the end
- * (of the sound, or of what is to be played) goes to that end, and the playback ends. A paused playback stays paused.
- * The place where a repeat begins stays the same. Ignored without a playback and for a compressed file that is
- * played as it is. Always TOLVANE_OK. */
+ * (of the sound, or of what is to be played) goes to that end, and the playback ends or repeats. A paused playback
+ * stays paused. The place where a repeat begins stays the same. Ignored without a playback and for a compressed file
+ * that is played as it is. Always TOLVANE_OK. */
 TOLVANE_API uint16_t TOLVANE_CALL AudioMoveTo(uint32_t position, uint16_t unit);
 
-/* The position of what is heard now, counted in `unit` from the beginning of the sound; it grows on through repeats.
+/* The position of what is heard now, counted in `unit` from the beginning of the sound; it grows on through repeats
+ * (after 4 GiB of sound from 0 again).
  * 0 when nothing plays. For a compressed file played as it is: always milliseconds. No result code. */
 TOLVANE_API uint32_t TOLVANE_CALL AudioGetPosition(uint16_t unit);
 
 /* Peaks of the buffer that is played now (about an eighth of a second), in percent of full scale (0 to 100). Both
  * values stay as they were when nothing plays, when the playback is busy at this moment, and for formats other than
- * 8 or 16 bits in 1 or 2 channels. */
+ * 8 or 16 bits in 1 or 2 channels. Of compressed data that is played as it is they mean nothing. */
 TOLVANE_API void TOLVANE_CALL AudioGetPlaybackLevel(uint32_t* left, uint32_t* right);
 
 /* ======== Devices ======== */

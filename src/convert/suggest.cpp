@@ -41,7 +41,7 @@ BOOL CALLBACK AskCodec(HACMDRIVERID id, DWORD_PTR instance, DWORD) {
 void Complete(WAVEFORMATEX& format) {
     if (!format.wBitsPerSample) format.wBitsPerSample = 16;
     if (!format.nBlockAlign)
-        format.nBlockAlign = static_cast<WORD>(format.nChannels * format.wBitsPerSample / 8);
+        format.nBlockAlign = static_cast<WORD>(uint32_t{format.nChannels} * format.wBitsPerSample / 8);
     if (!format.nAvgBytesPerSec) format.nAvgBytesPerSec = format.nBlockAlign * format.nSamplesPerSec;
 }
 

@@ -94,6 +94,7 @@ uint32_t GetOutputDeviceDescription(uint32_t device, char* description) {
     *description = 0;
     WAVEOUTCAPSA caps = {};
     if (waveOutGetDevCapsA(device, &caps, sizeof caps) != MMSYSERR_NOERROR) return TOLVANE_NO_SUCH_OUTPUT;
+    caps.szPname[MAXPNAMELEN - 1] = 0;
     TrimSpaces(caps.szPname);
     CopyText(description, TOLVANE_DEVICE_NAME_SIZE, *caps.szPname ? caps.szPname : kUnknownDevice);
     return TOLVANE_OK;
@@ -105,6 +106,7 @@ uint32_t GetInputDeviceDescription(uint32_t device, char* description) {
     *description = 0;
     WAVEINCAPSA caps = {};
     if (waveInGetDevCapsA(device, &caps, sizeof caps) != MMSYSERR_NOERROR) return TOLVANE_NO_SUCH_INPUT;
+    caps.szPname[MAXPNAMELEN - 1] = 0;
     CopyText(description, TOLVANE_DEVICE_NAME_SIZE, caps.szPname);
     return TOLVANE_OK;
 }

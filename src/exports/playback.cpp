@@ -26,31 +26,31 @@ uint16_t TOLVANE_CALL AudioLoadFile(const char* path) {
 }
 
 uint16_t TOLVANE_CALL AudioPlayCurrentFile(uint32_t start, uint16_t unit) {
-    return tolvane::PlayCurrentFile(start, unit);
+    return tolvane::StartLoadedFile(start, unit);
 }
 
 uint16_t TOLVANE_CALL AudioStop(void) {
-    tolvane::Stop();
+    tolvane::StopPlayback();
     return TOLVANE_OK;
 }
 
 uint16_t TOLVANE_CALL AudioPause(void) {
-    tolvane::Pause();
+    tolvane::PausePlayback(true);
     return TOLVANE_OK;
 }
 
 uint16_t TOLVANE_CALL AudioResume(void) {
-    tolvane::Resume();
+    tolvane::PausePlayback(false);
     return TOLVANE_OK;
 }
 
 uint16_t TOLVANE_CALL AudioMoveTo(uint32_t position, uint16_t unit) {
-    tolvane::MoveTo(position, unit);
+    tolvane::MovePlayback(position, unit);
     return TOLVANE_OK;
 }
 
 uint32_t TOLVANE_CALL AudioGetPosition(uint16_t unit) {
-    return tolvane::GetPosition(unit);
+    return tolvane::GetPlaybackPosition(unit);
 }
 
 void TOLVANE_CALL AudioGetPlaybackLevel(uint32_t* left, uint32_t* right) {

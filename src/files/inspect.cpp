@@ -69,7 +69,8 @@ uint16_t ReadInputFileInfo(const char* path, InputFileInfo* info) {
     Chunk riff, chunk;
     if (!file || !FindWave(file, &riff) || !FindSubchunk(file, riff, kFormatChunk, &chunk))
         return TOLVANE_CANNOT_OPEN;
-    if (chunk.cksize < sizeof *info || AvailableBytes(file, chunk) < chunk.cksize) return TOLVANE_CANNOT_OPEN;
+    bool is_readable = chunk.cksize >= sizeof *info && chunk.cksize <= kLongestFormat;
+    if (!is_readable || AvailableBytes(file, chunk) < chunk.cksize) return TOLVANE_CANNOT_OPEN;
     GlobalBlock record;
     if (uint16_t result = CodeOf(record.Allocate(chunk.cksize, GMEM_MOVEABLE))) return result;
     if (!ReadExactly(file, record.Data(), chunk.cksize)) return TOLVANE_CANNOT_OPEN;

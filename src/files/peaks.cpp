@@ -64,6 +64,10 @@ Peaks Measure(const void* data, uint32_t count, uint32_t period, Sample silence)
     return peaks;
 }
 
+bool IsMeasured(uint16_t channels, uint16_t bits) {
+    return (channels == 1 || channels == 2) && (bits == 8 || bits == 16);
+}
+
 void Store(uint32_t* to, uint32_t value) {
     if (to) *to = value;
 }
@@ -76,14 +80,14 @@ uint32_t ToHostPercent(uint16_t peak, uint16_t bits) {
 }  // namespace
 
 bool MeasurePeaks(const void* data, uint32_t length, uint16_t channels, uint16_t bits, Peaks* peaks) {
-    if (channels != 1 && channels != 2) return false;
+    if (!IsMeasured(channels, bits)) return false;
     if (bits == 8) {
         *peaks = Measure<uint8_t>(data, length - length % channels, channels, kSilence8);
-    } else if (bits == 16) {
+    } else {
         uint32_t frame = 2u * channels;
         *peaks = Measure<int16_t>(data, length / frame * channels, channels == 2 ? 4 : 1, 0);
     }
-    return bits == 8 || bits == 16;
+    return true;
 }
 
 uint32_t ToPercent(uint16_t peak, uint16_t bits) {
@@ -92,7 +96,7 @@ uint32_t ToPercent(uint16_t peak, uint16_t bits) {
 
 void MeasureLevelInBuffer(const InputFileInfo& format, const uint8_t* data, uint32_t length, uint32_t* left,
                           uint32_t* right) {
-    if (!data || length == 0) return;
+    if (!data || length == 0 || !IsMeasured(format.nChannels, format.wBitsPerSample)) return;
     Peaks peaks;
     if (IsBadReadPtr(data, length)) {
         Store(left, 0);

@@ -14,9 +14,8 @@ namespace {
 
 constexpr FOURCC kWaveForm = mmioFOURCC('W', 'A', 'V', 'E');
 constexpr LONG kFileBufferSize = 65536;
-constexpr int64_t kFormTypeSize = 4;   // what a RIFF chunk's content begins with
-constexpr DWORD kShortestFormat = 16;  // a format record without its extra size
-constexpr DWORD kLongestFormat = 65535 + sizeof(WAVEFORMATEX);
+constexpr int64_t kFormTypeSize = 4;         // what a RIFF chunk's content begins with
+constexpr DWORD kShortestFormat = 16;        // a format record without its extra size
 constexpr int kMostChunks = 65536;           // more than any honest file has
 constexpr int64_t kLastOffset = 0x7FFFFFFF;  // file offsets are signed 32-bit values
 
@@ -41,9 +40,8 @@ bool Walk(const MmioFile& file, int64_t from, int64_t end, Wanted wanted, Chunk*
 bool IsUsable(const WAVEFORMATEX& format) {
     if (format.nChannels == 0 || format.nSamplesPerSec == 0 || format.nBlockAlign == 0) return false;
     if (format.wFormatTag != WAVE_FORMAT_PCM) return true;
-    uint64_t frame = uint64_t{format.nChannels} * (format.wBitsPerSample / 8u);
-    return frame > 0 && frame * format.nSamplesPerSec <= UINT32_MAX &&
-           uint64_t{format.nBlockAlign} * format.nSamplesPerSec <= UINT32_MAX;
+    uint32_t frame = format.nChannels * ((format.wBitsPerSample + 7u) / 8u);
+    return frame == format.nBlockAlign && uint64_t{frame} * format.nSamplesPerSec <= UINT32_MAX;
 }
 
 // Reads what there is of the format record, at most 18 bytes.
@@ -92,10 +90,9 @@ bool FindSubchunk(const MmioFile& file, const Chunk& riff, FOURCC id, Chunk* fou
 DWORD AvailableBytes(const MmioFile& file, const Chunk& chunk) {
     LONG length = mmioSeek(file.Get(), 0, SEEK_END);
     LONG back = mmioSeek(file.Get(), static_cast<LONG>(chunk.dwDataOffset), SEEK_SET);
-    if (length < 0 || back < 0) return chunk.cksize;  // a file beyond the offsets that can be asked for
-    DWORD available =
-        static_cast<DWORD>(length) - std::min<DWORD>(chunk.dwDataOffset, static_cast<DWORD>(length));
-    return std::min(chunk.cksize, available);
+    bool beyond_offsets = length < 0 || back < 0 || static_cast<DWORD>(length) < chunk.dwDataOffset;
+    return beyond_offsets ? chunk.cksize
+                          : std::min(chunk.cksize, static_cast<DWORD>(length) - chunk.dwDataOffset);
 }
 
 bool ReadExactly(const MmioFile& file, void* to, DWORD size) {

@@ -23,6 +23,9 @@ bool FindWave(const MmioFile& file, Chunk* riff);
 // backwards or on for ever.
 bool FindSubchunk(const MmioFile& file, const Chunk& riff, FOURCC id, Chunk* found);
 
+// Longer format records are refused.
+inline constexpr DWORD kLongestFormat = 65535 + sizeof(WAVEFORMATEX);
+
 // The bytes of a chunk that the file really has, at most those it claims.
 DWORD AvailableBytes(const MmioFile& file, const Chunk& chunk);
 

@@ -15,6 +15,7 @@ namespace tolvane {
 namespace {
 
 constexpr UINT kEndOfPlayback = WM_APP + 1;
+constexpr DWORD kTimeToEnd = 1000;  // milliseconds
 
 struct CallbackThread {
     Lock lock;  // the starting of the thread
@@ -80,7 +81,7 @@ DWORD CallbackThreadId() {
     return state.id;
 }
 
-bool PostEndOfPlayback() {
+bool AskForEndOfPlayback() {
     DWORD id = State().id;
     return id != 0 && PostThreadMessageA(id, kEndOfPlayback, 0, 0);
 }
@@ -88,9 +89,9 @@ bool PostEndOfPlayback() {
 void EndCallbackThread() {
     CallbackThread& state = State();
     if (state.id == 0) return;
-    PostThreadMessageA(state.id, WM_QUIT, 0, 0);
-    WaitForSingleObject(state.changed.Get(), INFINITE);
+    if (PostThreadMessageA(state.id, WM_QUIT, 0, 0)) WaitForSingleObject(state.changed.Get(), INFINITE);
     TerminateThread(state.thread.Get(), 0);
+    WaitForSingleObject(state.thread.Get(), kTimeToEnd);
     state.thread.Reset();
     state.changed.Reset();
     state.id = 0;

@@ -12,7 +12,7 @@ DWORD CallbackThreadId();
 
 // Asks the callback thread to end a playback that no buffer of a device will come back for. False when there
 // is no such thread.
-bool PostEndOfPlayback();
+bool AskForEndOfPlayback();
 
 // At unload: ends the thread. No code of the library runs in it any more when this returns.
 void EndCallbackThread();

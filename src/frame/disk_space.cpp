@@ -12,10 +12,16 @@ namespace {
 // The first build of the Windows 95 family that counts space in 64 bits.
 constexpr DWORD kFirstExtendedBuild = 1001;
 
-// What to ask for the free space of a folder: its drive where it names one, otherwise the folder itself.
+// What to ask for the free space of a folder: its drive where it names one, otherwise the folder itself. The system
+// wants a separator behind both.
 void VolumeOf(char (&folder)[kPathSize]) {
-    size_t length = strcspn(folder, "\\/");
-    if (length > 0 && folder[length - 1] == ':' && length + 1 < kPathSize) strcpy(folder + length, "\\");
+    size_t first = strcspn(folder, "\\/");
+    bool is_drive = first > 0 && folder[first - 1] == ':';
+    if (!folder[first] && !is_drive) return;
+    const char separator[] = {folder[first] ? folder[first] : '\\', 0};
+    if (is_drive) folder[first] = 0;
+    size_t length = strlen(folder);
+    if (folder[length - 1] != *separator) CopyText(folder + length, kPathSize - length, separator);
 }
 
 uint64_t ExtendedFreeSpace(const char* volume) {

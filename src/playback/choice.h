@@ -1,4 +1,4 @@
-// What the host plays: the current file, and what AudioPause and AudioStop go by.
+// What the host asks to be played: the current file, and how it goes to the device.
 #pragma once
 
 #include <cstdint>
@@ -7,13 +7,8 @@
 
 namespace tolvane {
 
+// Result codes. A failed start forgets the current file.
 uint16_t PlayWave(const char* path, const char* mix_path, StartOptions options, bool convert);
 uint16_t LoadFile(const char* path);
-uint16_t PlayCurrentFile(uint32_t start, uint16_t unit);
-void Stop();
-void Pause();
-void Resume();
-void MoveTo(uint32_t position, uint16_t unit);
-uint32_t GetPosition(uint16_t unit);
 
 }  // namespace tolvane

@@ -15,28 +15,22 @@ namespace tolvane {
 
 namespace {
 
-constexpr DWORD kStopPoll = 10;            // milliseconds
-constexpr DWORD kTimeLeftForClosing = 20;  // milliseconds
+constexpr DWORD kStopPoll = 10;  // milliseconds
 
-// Makes the device hand every buffer back, and asks again where it refuses; false when it is closed.
-bool IsStopping(Playback& playback, bool* reset) {
+// Marks the playback as stopped, if there is one, and tells which it is.
+bool BeginStop(Playback& playback, uint32_t* run) {
     LockGuard guard(playback.lock);
-    if (playback.device && !*reset) *reset = ResetDevice(playback);
+    playback.playing = false;
+    *run = playback.ended_runs;
     return playback.device != nullptr;
 }
 
-// The caller of unload holds the loader's lock, for which the closing of a device may wait; so a thread that
-// runs nothing but the system's own code closes it, now or when the lock is free.
-void CloseApart(HWAVEOUT device) {
-    auto close = reinterpret_cast<LPTHREAD_START_ROUTINE>(reinterpret_cast<void*>(waveOutClose));
-    LoadLibraryA("WINMM.DLL");  // that code must stay
-    KernelHandle thread(CreateThread(nullptr, 0, close, device, 0, nullptr));
-    if (thread) WaitForSingleObject(thread.Get(), kTimeLeftForClosing);
-}
-
-void SetPaused(Playback& playback, bool paused) {
-    paused ? PauseDevice(playback) : RestartDevice(playback);
-    playback.paused = paused;
+// Makes the device hand every buffer back. A device that refuses plays them out and is asked again.
+bool IsStopping(Playback& playback, uint32_t run, bool* reset) {
+    LockGuard guard(playback.lock);
+    if (playback.ended_runs != run) return false;
+    if (!*reset && !(*reset = ResetDevice(playback))) RestartDevice(playback);
+    return true;
 }
 
 // The block that the device plays now; none while it plays nothing.
@@ -57,45 +51,37 @@ bool MeasureCurrent(Playback& playback, Peaks* peaks) {
 
 }  // namespace
 
-bool IsPlaying() {
-    Playback& playback = ThePlayback();
-    LockGuard guard(playback.lock);
-    return playback.playing;
-}
-
 void StopPlayback() {
     Playback& playback = ThePlayback();
-    {
-        LockGuard guard(playback.lock);
-        playback.playing = false;
-    }
+    uint32_t run;
+    if (!BeginStop(playback, &run)) return;
     EndPlaybackIfDrained();
-    for (bool reset = false; IsStopping(playback, &reset);)
+    for (bool reset = false; IsStopping(playback, run, &reset);)
         Sleep(kStopPoll);
 }
 
 void StopPlaybackAtUnload() {
     Playback& playback = ThePlayback();
-    {
-        LockGuard guard(playback.lock);
-        playback.unloading = true;
-    }
+    playback.unloading = true;
     StopPlayback();
+    LockGuard guard(playback.lock);
     ClosePlaybackFiles(playback);
-    if (playback.left_open) CloseApart(playback.left_open);
+    if (playback.still_closing) LoadLibraryA("WINMM.DLL");  // keeps it loaded: it runs on behind the library
 }
 
-void TogglePause() {
+void PausePlayback(bool paused) {
     Playback& playback = ThePlayback();
     LockGuard guard(playback.lock);
-    if (playback.playing) SetPaused(playback, !playback.paused);
+    if (!playback.playing || playback.paused == paused) return;
+    paused ? PauseDevice(playback) : static_cast<void>(RestartDevice(playback));
+    playback.paused = paused;
 }
 
 // The callback thread waits meanwhile, so what the reset hands back is refilled from the new place.
 void MovePlayback(uint32_t position, uint16_t unit) {
     Playback& playback = ThePlayback();
     LockGuard guard(playback.lock);
-    if (!playback.playing) return;
+    if (!playback.playing || playback.direct || playback.buffers_in_device == 0) return;
     ResetDevice(playback);
     if (playback.paused) PauseDevice(playback);
     DWORD bytes = DownToBlock(PlaybackBytes(playback, position, unit), playback.main.format.nBlockAlign);
@@ -105,12 +91,12 @@ void MovePlayback(uint32_t position, uint16_t unit) {
     PrimePlaybackBuffers(playback);
 }
 
-uint32_t GetPlaybackPosition(uint16_t unit, bool direct) {
+uint32_t GetPlaybackPosition(uint16_t unit) {
     Playback& playback = ThePlayback();
     LockGuard guard(playback.lock);
     DWORD played = 0;
     if (!playback.playing || playback.buffers_in_device == 0) return 0;
-    if (direct) return GetMillisecondsPlayed(playback, &played) ? played : 0;
+    if (playback.direct) return GetMillisecondsPlayed(playback, &played) ? played : 0;
     if (!GetBytesPlayed(playback, &played)) return 0;
     return BytesToPosition(played + playback.base_position, unit, ToInputFileInfo(playback.main.format));
 }

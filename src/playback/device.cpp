@@ -3,7 +3,6 @@
 #include <mmreg.h>
 
 #include <algorithm>
-#include <utility>
 
 #include "devices/devices.h"
 #include "files/positions.h"
@@ -13,6 +12,9 @@ namespace tolvane {
 
 namespace {
 
+constexpr DWORD kClosePoll = 10;        // milliseconds
+constexpr DWORD kPatienceAtUnload = 3;  // polls
+
 // The format record of the main file as the device is to be given it.
 bool ReadDeviceFormat(const Playback& playback, uint32_t sample_rate, GlobalBlock* record) {
     if (!ReadFormatRecord(playback.main.file, playback.main.riff, record)) return false;
@@ -20,9 +22,9 @@ bool ReadDeviceFormat(const Playback& playback, uint32_t sample_rate, GlobalBloc
     return true;
 }
 
-uint64_t BytesPerSecond(const WAVEFORMATEX& format) {
+uint64_t BitsPerSecond(const WAVEFORMATEX& format) {
     uint64_t bits = uint64_t{format.nSamplesPerSec} * format.wBitsPerSample * format.nChannels;
-    return bits ? bits / 8 : format.nAvgBytesPerSec;
+    return bits ? bits : uint64_t{format.nAvgBytesPerSec} * 8;
 }
 
 DWORD Scale(uint64_t value, uint64_t by, uint64_t over) {
@@ -46,7 +48,7 @@ bool ToMilliseconds(const MMTIME& time, const WAVEFORMATEX& format, DWORD* milli
             *milliseconds = Scale(time.u.sample, 1000, format.nSamplesPerSec);
             return true;
         case TIME_BYTES:
-            *milliseconds = Scale(time.u.cb, 1000, BytesPerSecond(format));
+            *milliseconds = Scale(time.u.cb, 8000, BitsPerSecond(format));
             return true;
         case TIME_SMPTE:
             *milliseconds = static_cast<DWORD>(SmpteMilliseconds(time));
@@ -67,7 +69,7 @@ bool ToBytes(const MMTIME& time, const WAVEFORMATEX& format, DWORD* bytes) {
     }
     DWORD milliseconds;
     if (!ToMilliseconds(time, format, &milliseconds)) return false;
-    *bytes = DownToBlock(Scale(milliseconds, BytesPerSecond(format), 1000), format.nBlockAlign);
+    *bytes = DownToBlock(Scale(milliseconds, BitsPerSecond(format), 8000), format.nBlockAlign);
     return true;
 }
 
@@ -103,21 +105,33 @@ bool OpenOutputDevice(Playback& playback, uint32_t sample_rate) {
     return false;
 }
 
-HWAVEOUT TakeOutputDevice(Playback& playback) {
-    playback.device_lock.Reset();
-    return std::exchange(playback.device, nullptr);
+// The loader's lock is held by who unloads the library, and the closing of a device can wait for that lock. So a
+// thread that runs nothing but the system's own code closes it; at unload that may still be so when nobody waits for
+// it any more.
+bool CloseApart(Playback& playback) {
+    auto close = reinterpret_cast<LPTHREAD_START_ROUTINE>(reinterpret_cast<void*>(waveOutClose));
+    KernelHandle thread(CreateThread(nullptr, 0, close, playback.device, 0, nullptr));
+    if (!thread) return waveOutClose(playback.device) == MMSYSERR_NOERROR;
+    for (DWORD patience = kPatienceAtUnload; WaitForSingleObject(thread.Get(), kClosePoll) == WAIT_TIMEOUT;) {
+        if (!playback.unloading || --patience > 0) continue;
+        playback.still_closing = true;
+        return true;
+    }
+    DWORD result = MMSYSERR_NOERROR;
+    return GetExitCodeThread(thread.Get(), &result) && result == MMSYSERR_NOERROR;
 }
 
 // A device that holds on to a buffer refuses to be closed: it is told once more to hand everything back.
 void CloseOutputDevice(Playback& playback) {
     if (playback.device) {
         MutexGuard guard(playback.device_lock.Get());
-        if (waveOutClose(playback.device) != MMSYSERR_NOERROR) {
+        if (!CloseApart(playback)) {
             waveOutReset(playback.device);
             waveOutClose(playback.device);
         }
     }
-    TakeOutputDevice(playback);
+    playback.device = nullptr;
+    playback.device_lock.Reset();
 }
 
 bool PreparePlaybackBuffers(Playback& playback) {
@@ -136,6 +150,7 @@ void UnprepareBuffers(Playback& playback) {
     for (PlaybackBuffer& buffer : playback.buffers) {
         if (!buffer.prepared) continue;
         MutexGuard guard(playback.device_lock.Get());
+        buffer.Header()->dwBufferLength = playback.buffer_size;  // as it was prepared
         waveOutUnprepareHeader(playback.device, buffer.Header(), sizeof(WAVEHDR));
         buffer.prepared = false;
     }
@@ -157,9 +172,9 @@ void PauseDevice(Playback& playback) {
     waveOutPause(playback.device);
 }
 
-void RestartDevice(Playback& playback) {
+bool RestartDevice(Playback& playback) {
     MutexGuard guard(playback.device_lock.Get());
-    waveOutRestart(playback.device);
+    return waveOutRestart(playback.device) == MMSYSERR_NOERROR;
 }
 
 bool ResetDevice(Playback& playback) {

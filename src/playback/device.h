@@ -12,9 +12,6 @@ bool QueryOutputFormat(const Playback& playback, uint32_t sample_rate);
 bool OpenOutputDevice(Playback& playback, uint32_t sample_rate);
 void CloseOutputDevice(Playback& playback);
 
-// Gives the open device away, for who has another way of closing it.
-HWAVEOUT TakeOutputDevice(Playback& playback);
-
 bool PreparePlaybackBuffers(Playback& playback);
 void UnprepareBuffers(Playback& playback);
 
@@ -22,7 +19,7 @@ void UnprepareBuffers(Playback& playback);
 bool WriteBuffer(Playback& playback, uint16_t slot);
 
 void PauseDevice(Playback& playback);
-void RestartDevice(Playback& playback);
+bool RestartDevice(Playback& playback);
 bool ResetDevice(Playback& playback);
 
 // Bytes or milliseconds played since the device was opened or reset; false when the device cannot tell.

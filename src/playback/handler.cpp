@@ -32,15 +32,15 @@ int TakeBack(Playback& playback, const WAVEHDR* header) {
     return kNoSlot;
 }
 
-// Releases all that the playback holds. The device lock is freed between its uses, the record's lock is held.
+// Releases all that the playback holds. Under one lock, so that nobody sees a playback that is half gone.
 void EndPlayback(Playback& playback) {
     if (playback.playing) ResetDevice(playback);
     ClosePlaybackFiles(playback);
     FreePlaybackBuffers(playback);
     playback.playing = false;
     playback.paused = false;
-    if (playback.unloading) playback.left_open = TakeOutputDevice(playback);
     CloseOutputDevice(playback);
+    ++playback.ended_runs;
 }
 
 // Told before the lock is free, so that whoever sees the playback ended knows that its end was told.

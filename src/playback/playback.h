@@ -40,7 +40,7 @@ struct Playback {
     WaveSource mix;
 
     DWORD data_offset = 0;    // file offset where a repeat begins again
-    DWORD bytes_to_play = 0;  // still to be read for this run, whole frames
+    DWORD bytes_to_play = 0;  // to be read for this run altogether, whole frames
     DWORD bytes_read = 0;     // since the data offset, or the last move or repeat
     DWORD base_position = 0;  // added to the device's own position
     DWORD end_position = 0;   // last byte to play, from the data start; 0 = none
@@ -58,11 +58,13 @@ struct Playback {
 
     bool playing = false;
     bool paused = false;
+    bool direct = false;     // a compressed file is played as it is
     uint32_t clip_flag = 0;  // wParam of the end message
+    uint32_t ended_runs =
+        0;  // counts playbacks, so that who waits for the end of one does not wait for the next
 
-    // At unload a device cannot be closed where it usually is; it is left here.
-    bool unloading = false;
-    HWAVEOUT left_open = nullptr;
+    std::atomic<bool> unloading = false;
+    bool still_closing = false;  // when the library was unloaded, a device was being closed
 };
 
 Playback& ThePlayback();
@@ -76,18 +78,17 @@ struct StartOptions {
     bool start_paused = true;  // so that the first buffers start together
 };
 
-// Start operations; result codes. The first leaves in `options` what came of them: whether the file plays as it is.
-uint16_t StartWavePlayback(const char* path, const char* mix_path, StartOptions* options);
+// Start operations; result codes.
+uint16_t StartWavePlayback(const char* path, const char* mix_path, StartOptions options);
 uint16_t LoadPlaybackFile(const char* path);
 uint16_t StartLoadedFile(uint32_t start, uint16_t unit);
 
 // Steering a running playback.
-bool IsPlaying();
 void StopPlayback();
 void StopPlaybackAtUnload();
-void TogglePause();
+void PausePlayback(bool paused);
 void MovePlayback(uint32_t position, uint16_t unit);
-uint32_t GetPlaybackPosition(uint16_t unit, bool direct);
+uint32_t GetPlaybackPosition(uint16_t unit);
 void GetPlaybackLevel(uint32_t* left, uint32_t* right);
 
 // In the callback thread.

@@ -24,8 +24,10 @@ class Claim {
         if (playback.playing || playback.device || playback.claimed.exchange(true)) return;
         playback_ = &playback;
     }
-    ~Claim() {
+    ~Claim() { Release(); }
+    void Release() {
         if (playback_) playback_->claimed = false;
+        playback_ = nullptr;
     }
     Claim(const Claim&) = delete;
     Claim& operator=(const Claim&) = delete;
@@ -60,12 +62,12 @@ bool SetSpan(Playback& playback, const StartOptions& options) {
 
 bool IsDrained(Playback& playback) {
     LockGuard guard(playback.lock);
-    return playback.playing && playback.buffers_in_device == 0;
+    return playback.device && playback.buffers_in_device == 0;
 }
 
 // Nothing will come back from the device that could end this playback.
 void EndWhatNeverBegan() {
-    if (!PostEndOfPlayback()) EndPlaybackIfDrained();
+    if (!AskForEndOfPlayback()) EndPlaybackIfDrained();
 }
 
 uint16_t OpenDeviceForFile(Playback& playback, uint32_t sample_rate) {
@@ -75,30 +77,40 @@ uint16_t OpenDeviceForFile(Playback& playback, uint32_t sample_rate) {
     return PreparePlaybackBuffers(playback) ? TOLVANE_OK : TOLVANE_BUFFER_NOT_PREPARED;
 }
 
+// The device took the buffers but will not play them: they come back, and with the last one the playback ends.
+void GiveUp(Playback& playback) {
+    playback.playing = false;
+    ResetDevice(playback);
+}
+
 uint16_t StartRing(Playback& playback, const StartOptions& options) {
     if (!SetSpan(playback, options)) return TOLVANE_CANNOT_SEEK;
     playback.playing = true;
     playback.paused = false;
+    playback.direct = options.direct;
     if (options.start_paused) PauseDevice(playback);
     PrimePlaybackBuffers(playback);
-    if (options.start_paused) RestartDevice(playback);
+    if (options.start_paused && !RestartDevice(playback)) GiveUp(playback);
     return TOLVANE_OK;
 }
 
-// Plays the file that is open; after a failure it is still open, and nothing else is.
-uint16_t StartOpenFile(Playback& playback, const StartOptions& options) {
+// Plays the file that is open; after a failure it is still open, and nothing else is. The claim ends before anybody can
+// hear of the playback, so that the next start is free as soon as this one has ended.
+uint16_t StartOpenFile(Playback& playback, const StartOptions& options, Claim& claim) {
     LockGuard guard(playback.lock);
     uint16_t result = OpenDeviceForFile(playback, options.sample_rate);
     if (result == TOLVANE_OK) result = StartRing(playback, options);
-    if (result != TOLVANE_OK) {
+    if (result == TOLVANE_OK) {
+        claim.Release();
+    } else {
         FreePlaybackBuffers(playback);
         CloseOutputDevice(playback);
     }
     return result;
 }
 
-uint16_t StartAndWatch(Playback& playback, const StartOptions& options) {
-    uint16_t result = StartOpenFile(playback, options);
+uint16_t StartAndWatch(Playback& playback, const StartOptions& options, Claim& claim) {
+    uint16_t result = StartOpenFile(playback, options, claim);
     if (result == TOLVANE_OK && IsDrained(playback)) EndWhatNeverBegan();
     return result;
 }
@@ -109,19 +121,19 @@ Playback& ThePlayback() {
     return Immortal<Playback>();
 }
 
-uint16_t StartWavePlayback(const char* path, const char* mix_path, StartOptions* options) {
+uint16_t StartWavePlayback(const char* path, const char* mix_path, StartOptions options) {
     Playback& playback = ThePlayback();
     Claim claim(playback);
     if (!claim) return TOLVANE_ALREADY_PLAYING;
     uint16_t result = OpenWaveForPlay(path, mix_path, &playback.main, &playback.mix);
     bool compressed = result == TOLVANE_NOT_PCM && !playback.mix.file;
-    options->direct = options->direct && compressed;
-    if (options->direct) {
-        options->sample_rate = 0;
-        options->start = 0;
+    options.direct = options.direct && compressed;
+    if (options.direct) {
+        options.sample_rate = 0;
+        options.start = 0;
         result = TOLVANE_OK;
     }
-    result = result == TOLVANE_OK ? StartAndWatch(playback, *options) : uint16_t{TOLVANE_CANNOT_OPEN};
+    result = result == TOLVANE_OK ? StartAndWatch(playback, options, claim) : uint16_t{TOLVANE_CANNOT_OPEN};
     if (result != TOLVANE_OK) ClosePlaybackFiles(playback);
     return result;
 }
@@ -145,7 +157,7 @@ uint16_t StartLoadedFile(uint32_t start, uint16_t unit) {
     options.start = start;
     options.unit = unit;
     options.start_paused = false;
-    return StartAndWatch(playback, options);
+    return StartAndWatch(playback, options, claim);
 }
 
 }  // namespace tolvane
