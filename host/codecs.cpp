@@ -7,12 +7,14 @@
 namespace tolvane::host {
 
 std::vector<Codec> ReadCatalogue() {
-    std::vector<Codec> codecs(GetNumberOfCodec());
-    for (uint16_t index = 0; index < codecs.size(); ++index) {
+    const uint16_t count = GetNumberOfCodec();
+    std::vector<Codec> codecs(count);
+    for (uint16_t index = 0; index < count; ++index) {
         Codec& codec = codecs[index];
         GetCodecDescription(&codec.description, index);
-        codec.tags.resize(codec.description.listedFormatTagCount);
-        for (uint16_t tag = 0; tag < codec.tags.size(); ++tag)
+        const auto tags = static_cast<uint16_t>(codec.description.listedFormatTagCount);
+        codec.tags.resize(tags);
+        for (uint16_t tag = 0; tag < tags; ++tag)
             GetCodecFormatTagDescription(&codec.tags[tag], index, tag);
     }
     return codecs;
