@@ -1,7 +1,6 @@
 # What holds for every target: language level, warnings as errors, sanitizers, where the outputs lie.
 
 option(TOLVANE_TESTS "Build the tests" ON)
-option(TOLVANE_BENCH "Build the benchmarks" OFF)
 set(TOLVANE_SANITIZE "" CACHE STRING "Sanitizers for everything built here, e.g. address,undefined or thread")
 
 set(CMAKE_CXX_STANDARD 20)
