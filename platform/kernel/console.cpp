@@ -70,8 +70,9 @@ void SetFlag(tcflag_t& flags, tcflag_t flag, bool on) {
 BOOL ChangeInput(DWORD mode) {
     termios wanted;
     if (tcgetattr(STDIN_FILENO, &wanted) != 0) return Fail(ERROR_INVALID_HANDLE);
-    // A background process that tries is stopped by the terminal.
-    if (tcgetpgrp(STDIN_FILENO) != getpgrp()) return Fail(ERROR_ACCESS_DENIED);
+    // A background process that tries is stopped by its terminal; one that is not its own has no say there.
+    const pid_t foreground = tcgetpgrp(STDIN_FILENO);
+    if (foreground >= 0 && foreground != getpgrp()) return Fail(ERROR_ACCESS_DENIED);
     GuardTerminal();
     SetFlag(wanted.c_lflag, ICANON, (mode & ENABLE_LINE_INPUT) != 0);
     SetFlag(wanted.c_lflag, ECHO, (mode & ENABLE_ECHO_INPUT) != 0);
