@@ -131,6 +131,87 @@ MMRESULT WINAPI acmFormatTagEnumA(HACMDRIVER open, LPACMFORMATTAGDETAILSA detail
 MMRESULT WINAPI acmFormatSuggest(HACMDRIVER open, LPWAVEFORMATEX source, LPWAVEFORMATEX target,
                                  DWORD target_size, DWORD flags);
 
+/* ---- The user's choice of a format ---- */
+
+#define ACMFORMATDETAILS_FORMAT_CHARS 128
+
+#define ACMFORMATCHOOSE_STYLEF_INITTOWFXSTRUCT 0x00000040L
+
+typedef UINT(CALLBACK* ACMFORMATCHOOSEHOOKPROCA)(HWND dialog, UINT message, WPARAM wparam, LPARAM lparam);
+
+typedef struct tACMFORMATCHOOSEA {
+    DWORD cbStruct;
+    DWORD fdwStyle;
+    HWND hwndOwner;
+    LPWAVEFORMATEX pwfx; /* what to begin with; receives the choice */
+    DWORD cbwfx;
+    LPCSTR pszTitle;
+    CHAR szFormatTag[ACMFORMATTAGDETAILS_FORMATTAG_CHARS];
+    CHAR szFormat[ACMFORMATDETAILS_FORMAT_CHARS];
+    LPSTR pszName;
+    DWORD cchName;
+    DWORD fdwEnum;
+    LPWAVEFORMATEX pwfxEnum;
+    HINSTANCE hInstance;
+    LPCSTR pszTemplateName;
+    LPARAM lCustData;
+    ACMFORMATCHOOSEHOOKPROCA pfnHook;
+} ACMFORMATCHOOSEA, *PACMFORMATCHOOSEA, *LPACMFORMATCHOOSEA;
+
+MMRESULT WINAPI acmFormatChooseA(LPACMFORMATCHOOSEA choice);
+
+/* ---- Conversion streams ---- */
+
+DECLARE_HANDLE(HACMSTREAM);
+typedef HACMSTREAM* LPHACMSTREAM;
+
+#define ACMSTREAMHEADER_STATUSF_DONE 0x00010000L
+#define ACMSTREAMHEADER_STATUSF_PREPARED 0x00020000L
+#define ACMSTREAMHEADER_STATUSF_INQUEUE 0x00100000L
+
+typedef struct tACMSTREAMHEADER {
+    DWORD cbStruct;
+    DWORD fdwStatus; /* ACMSTREAMHEADER_STATUSF_ */
+    DWORD_PTR dwUser;
+    LPBYTE pbSrc;
+    DWORD cbSrcLength;
+    DWORD cbSrcLengthUsed; /* what a conversion took */
+    DWORD_PTR dwSrcUser;
+    LPBYTE pbDst;
+    DWORD cbDstLength;
+    DWORD cbDstLengthUsed; /* what it produced */
+    DWORD_PTR dwDstUser;
+#ifdef __LP64__
+    DWORD dwReservedDriver[15];
+#else
+    DWORD dwReservedDriver[10];
+#endif
+} ACMSTREAMHEADER, *PACMSTREAMHEADER, *LPACMSTREAMHEADER;
+
+/* Of the system's filters there are none here. */
+typedef struct tWAVEFILTER WAVEFILTER, *LPWAVEFILTER;
+
+#define ACM_STREAMOPENF_QUERY 0x00000001L
+#define ACM_STREAMOPENF_ASYNC 0x00000002L
+#define ACM_STREAMOPENF_NONREALTIME 0x00000004L
+
+#define ACM_STREAMSIZEF_SOURCE 0x00000000L
+#define ACM_STREAMSIZEF_DESTINATION 0x00000001L
+#define ACM_STREAMSIZEF_QUERYMASK 0x0000000FL
+
+#define ACM_STREAMCONVERTF_BLOCKALIGN 0x00000004L
+#define ACM_STREAMCONVERTF_START 0x00000010L
+#define ACM_STREAMCONVERTF_END 0x00000020L
+
+MMRESULT WINAPI acmStreamOpen(LPHACMSTREAM stream, HACMDRIVER open, LPWAVEFORMATEX source, LPWAVEFORMATEX target,
+                              LPWAVEFILTER filter, DWORD_PTR callback, DWORD_PTR instance, DWORD flags);
+MMRESULT WINAPI acmStreamClose(HACMSTREAM stream, DWORD flags);
+MMRESULT WINAPI acmStreamSize(HACMSTREAM stream, DWORD input, LPDWORD output, DWORD flags);
+MMRESULT WINAPI acmStreamReset(HACMSTREAM stream, DWORD flags);
+MMRESULT WINAPI acmStreamPrepareHeader(HACMSTREAM stream, LPACMSTREAMHEADER header, DWORD flags);
+MMRESULT WINAPI acmStreamConvert(HACMSTREAM stream, LPACMSTREAMHEADER header, DWORD flags);
+MMRESULT WINAPI acmStreamUnprepareHeader(HACMSTREAM stream, LPACMSTREAMHEADER header, DWORD flags);
+
 #pragma pack(pop)
 
 #ifdef __cplusplus

@@ -22,6 +22,18 @@ typedef struct PlatformCodecTag {
 typedef uint32_t (*PlatformCodecSuggest)(void* context, const void* source, void* target, uint32_t size,
                                          uint32_t flags);
 
+/* A stream of a host's driver between two WAVEFORMATEX records; what one function returns the others get as
+ * `stream`. `open` returns null when it cannot convert between these formats. `bound` tells the most bytes that
+ * `source` bytes can become, 0 = it cannot tell. `convert` takes at most `size` bytes and writes at most `room`,
+ * with the ACM_STREAMCONVERTF_ flags; it returns an MMRESULT. `close` may be null. */
+typedef struct PlatformCodecStream {
+    void* (*open)(void* context, const void* source_format, const void* target_format);
+    uint32_t (*bound)(void* stream, uint32_t source);
+    uint32_t (*convert)(void* stream, const void* source, uint32_t size, uint32_t* used, void* target,
+                        uint32_t room, uint32_t* produced, uint32_t flags);
+    void (*close)(void* stream);
+} PlatformCodecStream;
+
 /* A codec driver of the host's own. What is left 0 behaves as a driver without peculiarities does. */
 typedef struct PlatformCodec {
     const char* short_name; /* cut to 31 characters */
@@ -36,6 +48,7 @@ typedef struct PlatformCodec {
     uint32_t metrics_result;      /* MMRESULT of every acmMetrics on the driver */
     PlatformCodecSuggest suggest; /* null: nothing is possible */
     void* context;
+    const PlatformCodecStream* stream; /* copied; null: it converts nothing */
 } PlatformCodec;
 
 /* Installs a driver before (`in_front` not 0) or behind all others. Texts and tags are copied. Returns its
@@ -48,8 +61,18 @@ int PlatformRemoveCodec(uint32_t identifier);
 /* Removes the drivers that the layer brings along (`show` 0), or puts them back (initial state). */
 int PlatformShowBuiltInCodecs(int show);
 
-/* How many drivers are open now. */
+/* How many drivers, and how many conversion streams, are open now. */
 uint32_t PlatformOpenCodecs(void);
+uint32_t PlatformOpenStreams(void);
+
+/* Answers acmFormatChooseA: of `count` formats of one tag, each described by a text such as
+ * "22050 Hz, Mono, 4 Bit", it returns the index of the one to take; a negative number is a cancelled dialog.
+ * `suggested` is the one that would be taken without a chooser. It may be called from any thread. */
+typedef int32_t (*PlatformFormatChooser)(void* context, const char* tag_name, const char* const* formats,
+                                         uint32_t count, uint32_t suggested);
+
+/* Null (the initial state) keeps to the driver's format that is nearest to what the caller began with. */
+int PlatformSetFormatChooser(PlatformFormatChooser chooser, void* context);
 
 #ifdef __cplusplus
 }
