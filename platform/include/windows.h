@@ -239,6 +239,10 @@ BOOL WINAPI DeleteFileA(LPCSTR name);
 BOOL WINAPI MoveFileA(LPCSTR from, LPCSTR to);
 BOOL WINAPI MoveFileExA(LPCSTR from, LPCSTR to, DWORD flags);
 BOOL WINAPI CopyFileA(LPCSTR from, LPCSTR to, BOOL fail_if_exists);
+/* `replacement` takes the place of `replaced`, whose rights (and, where it is a link, whose place behind it) it keeps;
+ * no backup is made, so that name is always null. */
+BOOL WINAPI ReplaceFileA(LPCSTR replaced, LPCSTR replacement, LPCSTR backup, DWORD flags, LPVOID exclude,
+                         LPVOID reserved);
 BOOL WINAPI CreateDirectoryA(LPCSTR name, LPSECURITY_ATTRIBUTES security);
 BOOL WINAPI RemoveDirectoryA(LPCSTR name);
 DWORD WINAPI GetFullPathNameA(LPCSTR name, DWORD size, LPSTR buffer, LPSTR* file_part);
@@ -298,6 +302,12 @@ HMODULE WINAPI LoadLibraryExA(LPCSTR name, HANDLE file, DWORD flags);
 BOOL WINAPI FreeLibrary(HMODULE module);
 FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name);
 HMODULE WINAPI GetModuleHandleA(LPCSTR name);
+#define GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT 2u
+#define GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS 4u
+/* Only by an address inside the module. */
+BOOL WINAPI GetModuleHandleExA(DWORD flags, LPCSTR address, HMODULE* module);
+/* For a thread that runs in a library and is the last to need it. */
+void WINAPI FreeLibraryAndExitThread(HMODULE module, DWORD code) __attribute__((noreturn));
 DWORD WINAPI GetModuleFileNameA(HMODULE module, LPSTR name, DWORD size);
 /* The entry point of a library, called by the lines linked into it (kernel/entry.cpp). */
 BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved);

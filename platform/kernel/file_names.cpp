@@ -1,9 +1,11 @@
 // Services that work on names: attributes, deleting, moving, folders, full names.
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <unistd.h>
 
 #include "platform/kernel/attributes.h"
 #include "platform/kernel/error.h"
@@ -91,6 +93,41 @@ DWORD Move(const char* from, const char* to, DWORD flags) {
     return error;
 }
 
+// A folder, a device or a file that may not be written is not replaced.
+DWORD StatusToReplace(const char* name, struct stat& status) {
+    if (const DWORD error = StatusOf(name, status)) return error;
+    return S_ISREG(status.st_mode) && !IsReadOnly(status) ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
+}
+
+// Rights that the caller may not pass on are left as they are: the new file is his.
+DWORD TakeOverRights(const char* name, const struct stat& from) {
+    if (chown(name, from.st_uid, from.st_gid) != 0 && errno != EPERM) return ErrorOfErrno(errno);
+    return chmod(name, from.st_mode & 07777) == 0 ? ERROR_SUCCESS : ErrorOfErrno(errno);
+}
+
+// Behind a link into another volume the new file is brought first, so that it takes the place in one step.
+DWORD ReplaceAcross(const char* replacement, const char* real) {
+    char beside[PATH_MAX + 16];
+    std::snprintf(beside, sizeof beside, "%s.%X", real, static_cast<unsigned>(getpid()));
+    DWORD error = CopyWholeFile(replacement, beside, true);
+    struct stat status;
+    if (error == ERROR_SUCCESS && stat(replacement, &status) == 0) error = TakeOverRights(beside, status);
+    if (error == ERROR_SUCCESS && rename(beside, real) != 0) error = ErrorOfErrno(errno);
+    if (error != ERROR_SUCCESS) return unlink(beside), error;
+    return unlink(replacement) == 0 ? ERROR_SUCCESS : ErrorOfErrno(errno);
+}
+
+DWORD Replace(const char* replaced, const char* replacement) {
+    struct stat old;
+    if (const DWORD wrong = CheckName(replacement)) return wrong;
+    if (const DWORD error = StatusToReplace(replaced, old)) return error;
+    char real[PATH_MAX];
+    if (!realpath(replaced, real)) return ErrorOfName(errno, replaced);
+    if (const DWORD error = TakeOverRights(replacement, old)) return error;
+    if (rename(replacement, real) == 0) return ERROR_SUCCESS;
+    return errno == EXDEV ? ReplaceAcross(replacement, real) : ErrorOfName(errno, replacement);
+}
+
 BOOL Answer(DWORD error) {
     return error == ERROR_SUCCESS ? TRUE : Fail(error);
 }
@@ -159,6 +196,11 @@ BOOL WINAPI MoveFileExA(LPCSTR from, LPCSTR to, DWORD flags) {
 BOOL WINAPI CopyFileA(LPCSTR from, LPCSTR to, BOOL fail_if_exists) {
     return FaultStrikes("CopyFileA", ERROR_DISK_FULL) ? FALSE
                                                       : Answer(CopyWholeFile(from, to, fail_if_exists != 0));
+}
+
+BOOL WINAPI ReplaceFileA(LPCSTR replaced, LPCSTR replacement, LPCSTR backup, DWORD, LPVOID, LPVOID) {
+    if (FaultStrikes("ReplaceFileA", ERROR_ACCESS_DENIED)) return FALSE;
+    return Answer(backup ? ERROR_INVALID_PARAMETER : Replace(replaced, replacement));
 }
 
 BOOL WINAPI CreateDirectoryA(LPCSTR name, LPSECURITY_ATTRIBUTES) {

@@ -52,6 +52,16 @@ HMODULE Load(LPCSTR name, int mode) {
     return static_cast<HMODULE>(loaded);
 }
 
+// With a reference more, the caller's to give back; the program itself is not counted.
+HMODULE ModuleAround(const void* address) {
+    Dl_info info;
+    void* map = nullptr;
+    if (!dladdr1(address, &info, &map, RTLD_DL_LINKMAP)) return nullptr;
+    const char* name = static_cast<link_map*>(map)->l_name;
+    if (!*name) return &program_module;
+    return static_cast<HMODULE>(dlopen(name, RTLD_NOW | RTLD_NOLOAD));
+}
+
 // The end is cut off where the name does not fit, with a terminating zero all the same.
 DWORD CopyModuleName(const char* from, size_t length, LPSTR name, DWORD size) {
     if (size == 0) return static_cast<DWORD>(Fail(ERROR_INSUFFICIENT_BUFFER));
@@ -82,6 +92,20 @@ BOOL WINAPI FreeLibrary(HMODULE module) {
     if (!module) return Fail(ERROR_INVALID_HANDLE);
     if (!IsBuiltIn(module) && dlclose(module) != 0) return Fail(ERROR_INVALID_HANDLE);
     return fault ? FALSE : TRUE;
+}
+
+BOOL WINAPI GetModuleHandleExA(DWORD flags, LPCSTR address, HMODULE* module) {
+    if (FaultStrikes("GetModuleHandleExA", ERROR_MOD_NOT_FOUND)) return FALSE;
+    if (!module || !(flags & GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS)) return Fail(ERROR_INVALID_PARAMETER);
+    *module = ModuleAround(address);
+    if (!*module) return Fail(ERROR_MOD_NOT_FOUND);
+    if ((flags & GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT) && !IsBuiltIn(*module)) dlclose(*module);
+    return TRUE;
+}
+
+void WINAPI FreeLibraryAndExitThread(HMODULE module, DWORD code) {
+    FreeLibrary(module);
+    ExitThread(code);
 }
 
 FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name) {

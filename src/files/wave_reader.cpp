@@ -12,7 +12,6 @@ namespace tolvane {
 
 namespace {
 
-constexpr FOURCC kWaveForm = mmioFOURCC('W', 'A', 'V', 'E');
 constexpr LONG kFileBufferSize = 65536;
 constexpr int64_t kFormTypeSize = 4;         // what a RIFF chunk's content begins with
 constexpr DWORD kShortestFormat = 16;        // a format record without its extra size

@@ -36,6 +36,7 @@ bool ReadExactly(const MmioFile& file, void* to, DWORD size);
 // never exceeds what was read.
 bool ReadFormatRecord(const MmioFile& file, const Chunk& riff, GlobalBlock* record);
 
+inline constexpr FOURCC kWaveForm = mmioFOURCC('W', 'A', 'V', 'E');
 inline constexpr FOURCC kFormatChunk = mmioFOURCC('f', 'm', 't', ' ');
 inline constexpr FOURCC kDataChunk = mmioFOURCC('d', 'a', 't', 'a');
 

@@ -1,0 +1,33 @@
+// Putting a new file in the place of an old one, so that there is always one of them, whole.
+#pragma once
+
+#include "frame/text.h"
+
+namespace tolvane {
+
+// Whether both names lead to one and the same existing file.
+bool IsSameFile(const char* path, const char* other);
+
+// A file that is written beside its target and takes the target's place when it is whole; removed otherwise.
+class Replacement {
+  public:
+    // Makes the file, empty. False when it cannot be made, or the target is nothing that can be replaced.
+    bool Begin(const char* target);
+
+    // Where to write; the writer has closed it before the commit.
+    const char* Path() const { return path_; }
+
+    // False when the target cannot be replaced; the new file is removed then.
+    bool Commit();
+
+    Replacement() = default;
+    Replacement(const Replacement&) = delete;
+    Replacement& operator=(const Replacement&) = delete;
+    ~Replacement();
+
+  private:
+    char path_[kPathSize] = "";
+    char target_[kPathSize] = "";
+};
+
+}  // namespace tolvane

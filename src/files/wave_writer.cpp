@@ -1,0 +1,58 @@
+#include "files/wave_writer.h"
+
+#include "files/wave_reader.h"
+#include "frame/text.h"
+
+namespace tolvane {
+
+bool WaveWriter::Create(const char* path) {
+    if (!IsUsablePath(path)) return false;
+    // Named so, a '+' in the path does not make the system look for an I/O procedure.
+    MMIOINFO info = {};
+    info.fccIOProc = FOURCC_DOS;
+    constexpr DWORD kMode = MMIO_CREATE | MMIO_WRITE | MMIO_EXCLUSIVE | MMIO_ALLOCBUF;
+    file_.Reset(mmioOpenA(const_cast<char*>(path), &info, kMode));
+    return static_cast<bool>(file_);
+}
+
+bool WaveWriter::BeginWave() {
+    riff_ = {};
+    riff_.fccType = kWaveForm;
+    return mmioCreateChunk(file_.Get(), &riff_, MMIO_CREATERIFF) == MMSYSERR_NOERROR;
+}
+
+bool WaveWriter::BeginChunk(FOURCC id) {
+    chunk_ = {};
+    chunk_.ckid = id;
+    return mmioCreateChunk(file_.Get(), &chunk_, 0) == MMSYSERR_NOERROR;
+}
+
+bool WaveWriter::Write(const void* data, DWORD size) {
+    const LONG count = static_cast<LONG>(size);
+    return count >= 0 && mmioWrite(file_.Get(), static_cast<HPCSTR>(data), count) == count;
+}
+
+bool WaveWriter::EndChunk() {
+    return mmioAscend(file_.Get(), &chunk_, 0) == MMSYSERR_NOERROR;
+}
+
+bool WaveWriter::EndWave() {
+    return mmioAscend(file_.Get(), &riff_, 0) == MMSYSERR_NOERROR;
+}
+
+bool WaveWriter::Close() {
+    return !file_ || mmioClose(file_.Release(), 0) == MMSYSERR_NOERROR;
+}
+
+bool WaveWriter::CreatePcm(const char* path, const WAVEFORMATEX& format) {
+    return Create(path) && BeginWave() && BeginChunk(kFormatChunk) && Write(&format, sizeof format) &&
+           EndChunk() && BeginChunk(kDataChunk);
+}
+
+// Whatever fails, the rest is tried: a file that is nearly whole serves better than half of one.
+bool WaveWriter::FinishPcm() {
+    const bool data = EndChunk(), form = EndWave(), closed = Close();
+    return data && form && closed;
+}
+
+}  // namespace tolvane
