@@ -2,7 +2,6 @@
 
 #include "files/inspect.h"
 #include "frame/immortal.h"
-#include "frame/text.h"
 #include "tolvane.h"
 
 namespace tolvane {
@@ -21,7 +20,25 @@ void SetCurrentFile(const char* path) {
     CopyText(current.path, kPathSize, IsUsablePath(path) ? path : "");
 }
 
+bool IsPlaying() {
+    Playback& playback = ThePlayback();
+    LockGuard guard(playback.lock);
+    return playback.playing;
+}
+
 }  // namespace
+
+void CopyCurrentFile(char (&path)[kPathSize]) {
+    CurrentFile& current = Immortal<CurrentFile>();
+    LockGuard guard(current.lock);
+    CopyText(path, kPathSize, current.path);
+}
+
+bool IsPlayingFile(const char* path) {
+    char current[kPathSize];
+    CopyCurrentFile(current);
+    return !IsEmpty(path) && strcmp(path, current) == 0 && IsPlaying();
+}
 
 uint16_t PlayWave(const char* path, const char* mix_path, StartOptions options, bool convert) {
     if (IsEmpty(path)) return TOLVANE_NO_PATH;

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "frame/text.h"
 #include "playback/playback.h"
 
 namespace tolvane {
@@ -10,5 +11,11 @@ namespace tolvane {
 // Result codes. A failed start forgets the current file.
 uint16_t PlayWave(const char* path, const char* mix_path, StartOptions options, bool convert);
 uint16_t LoadFile(const char* path);
+
+// The last file loaded or played; empty when there is none.
+void CopyCurrentFile(char (&path)[kPathSize]);
+
+// Whether a file of exactly this name is being played.
+bool IsPlayingFile(const char* path);
 
 }  // namespace tolvane
