@@ -27,4 +27,9 @@ MMRESULT SuggestForCodec(const Driver& self, const FormatView& source, const Wis
     return source.IsPcm() ? SuggestCompressed(self, source, wish, target) : SuggestPcm(source, wish, target);
 }
 
+bool IsCodecPair(const FormatView& source, const FormatView& target) {
+    return source.IsPcm() != target.IsPcm() && source.head.nChannels == target.head.nChannels &&
+           source.head.nSamplesPerSec == target.head.nSamplesPerSec;
+}
+
 }  // namespace tolvane::platform

@@ -28,14 +28,6 @@ void Describe(const TagPlace& place, ACMFORMATTAGDETAILSA& details) {
     std::strncpy(details.szFormatTag, place.Tag().name, sizeof details.szFormatTag - 1);
 }
 
-// The drivers that a service is about: the open one, or without a handle all that are enabled. Empty for a
-// bad handle.
-std::vector<InstalledDriver> DriversBehind(HACMDRIVER open) {
-    if (!open) return ListDrivers(0);
-    InstalledDriver installed = FindOpenDriver(open);
-    return installed ? std::vector{std::move(installed)} : std::vector<InstalledDriver>{};
-}
-
 // Every tag of these drivers once: the first driver that has it counts.
 std::vector<TagPlace> TagsOf(const std::vector<InstalledDriver>& drivers) {
     std::vector<TagPlace> places;

@@ -13,8 +13,45 @@ struct HostDriver : Driver {
     std::vector<std::string> tag_names;
     std::vector<FormatTag> own_tags;
     PlatformCodecSuggest ask;
+    PlatformCodecStream stream{};
     void* context;
 };
+
+class HostStream final : public Stream {
+  public:
+    HostStream(const HostDriver& host, const FormatView& source, const FormatView& target)
+        : calls_(host.stream), stream_(calls_.open(host.context, source.Record(), target.Record())) {}
+    ~HostStream() override {
+        if (stream_ && calls_.close) calls_.close(stream_);
+    }
+    HostStream(const HostStream&) = delete;
+    HostStream& operator=(const HostStream&) = delete;
+    bool IsOpen() const { return stream_ != nullptr; }
+
+    uint64_t Bound(uint64_t source) override {
+        return calls_.bound ? calls_.bound(stream_, static_cast<uint32_t>(source)) : 0;
+    }
+    MMRESULT Convert(Piece& piece) override {
+        uint32_t used = 0, produced = 0;
+        const auto size = static_cast<uint32_t>(piece.source.size());
+        const auto room = static_cast<uint32_t>(piece.target.size());
+        const MMRESULT result = calls_.convert(stream_, piece.source.data(), size, &used, piece.target.data(),
+                                               room, &produced, piece.flags);
+        piece.used = std::min(used, size);
+        piece.produced = std::min(produced, room);
+        return result;
+    }
+
+  private:
+    const PlatformCodecStream calls_;
+    void* const stream_;
+};
+
+std::unique_ptr<Stream> OpenHostStream(const Driver& self, const FormatView& source,
+                                       const FormatView& target) {
+    auto stream = std::make_unique<HostStream>(static_cast<const HostDriver&>(self), source, target);
+    return stream->IsOpen() ? std::move(stream) : nullptr;
+}
 
 MMRESULT AskHost(const Driver& self, const FormatView& source, const Wish& wish, DWORD size,
                  FormatRecord& target) {
@@ -27,7 +64,7 @@ bool IsComplete(const PlatformCodec* codec) {
     if (!codec || !codec->short_name || !codec->long_name || (codec->tag_count && !codec->tags)) return false;
     for (uint32_t i = 0; i < codec->tag_count; ++i)
         if (!codec->tags[i].name) return false;
-    return true;
+    return !codec->stream || (codec->stream->open && codec->stream->convert);
 }
 
 std::shared_ptr<const Driver> MakeDriver(const PlatformCodec& codec) {
@@ -36,6 +73,7 @@ std::shared_ptr<const Driver> MakeDriver(const PlatformCodec& codec) {
     driver->own_long_name = codec.long_name;
     driver->ask = codec.suggest;
     driver->context = codec.context;
+    if (codec.stream) driver->stream = *codec.stream;
     driver->tag_names.reserve(codec.tag_count);
     for (const PlatformCodecTag& tag : std::span(codec.tags, codec.tag_count)) {
         const std::string& name = driver->tag_names.emplace_back(tag.name);
@@ -48,7 +86,8 @@ std::shared_ptr<const Driver> MakeDriver(const PlatformCodec& codec) {
                                      driver->own_tags,
                                      [](const FormatView&) { return true; },
                                      AskHost,
-                                     nullptr};
+                                     nullptr,
+                                     codec.stream ? OpenHostStream : nullptr};
     return driver;
 }
 

@@ -119,6 +119,12 @@ InstalledDriver FindEither(HACMOBJ handle) {
     return driver ? driver : manager.FindOpen(Number(handle));
 }
 
+std::vector<InstalledDriver> DriversBehind(HACMDRIVER open) {
+    if (!open) return ListDrivers(0);
+    InstalledDriver installed = FindOpenDriver(open);
+    return installed ? std::vector{std::move(installed)} : std::vector<InstalledDriver>{};
+}
+
 HACMDRIVER OpenDriver(InstalledDriver driver) {
     Manager& manager = TheManager();
     const std::lock_guard lock(manager.mutex);

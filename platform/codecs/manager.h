@@ -44,6 +44,10 @@ InstalledDriver FindDriver(HACMDRIVERID handle);
 InstalledDriver FindOpenDriver(HACMDRIVER handle);
 InstalledDriver FindEither(HACMOBJ handle);
 
+// The drivers that a service is about: the open one, or without a handle all that are enabled. Empty for a
+// bad handle.
+std::vector<InstalledDriver> DriversBehind(HACMDRIVER open);
+
 HACMDRIVER OpenDriver(InstalledDriver driver);
 bool CloseDriver(HACMDRIVER handle);
 DWORD CountOpenDrivers();

@@ -203,8 +203,9 @@ typedef struct tWAVEFILTER WAVEFILTER, *LPWAVEFILTER;
 #define ACM_STREAMCONVERTF_START 0x00000010L
 #define ACM_STREAMCONVERTF_END 0x00000020L
 
-MMRESULT WINAPI acmStreamOpen(LPHACMSTREAM stream, HACMDRIVER open, LPWAVEFORMATEX source, LPWAVEFORMATEX target,
-                              LPWAVEFILTER filter, DWORD_PTR callback, DWORD_PTR instance, DWORD flags);
+MMRESULT WINAPI acmStreamOpen(LPHACMSTREAM stream, HACMDRIVER open, LPWAVEFORMATEX source,
+                              LPWAVEFORMATEX target, LPWAVEFILTER filter, DWORD_PTR callback,
+                              DWORD_PTR instance, DWORD flags);
 MMRESULT WINAPI acmStreamClose(HACMSTREAM stream, DWORD flags);
 MMRESULT WINAPI acmStreamSize(HACMSTREAM stream, DWORD input, LPDWORD output, DWORD flags);
 MMRESULT WINAPI acmStreamReset(HACMSTREAM stream, DWORD flags);
