@@ -1,5 +1,6 @@
 // MPEG Layer-3 at the nine sample rates of MPEG-1, MPEG-2 and MPEG-2.5.
 #include "platform/codecs/driver.h"
+#include "platform/codecs/mpeg_streams.h"
 
 #include <algorithm>
 #include <iterator>
@@ -11,10 +12,6 @@ constexpr FormatTag kTags[] = {{WAVE_FORMAT_PCM, "PCM", kWaveRecordSize},
                                {WAVE_FORMAT_MPEGLAYER3, "MPEG Layer-3", sizeof(MPEGLAYER3WAVEFORMAT)}};
 constexpr DWORD kRates[] = {8'000, 11'025, 12'000, 16'000, 22'050, 24'000, 32'000, 44'100, 48'000};
 constexpr WORD kDelay = 1105;  // samples that encoder and decoder put before the sound
-
-constexpr bool IsFullRate(DWORD rate) {
-    return rate >= 32'000;
-}
 
 bool IsLayer3(const FormatView& format) {
     const auto* layer3 = format.As<MPEGLAYER3WAVEFORMAT>();
@@ -29,14 +26,19 @@ bool Handles(const FormatView& format) {
 // 64 kbit/s a channel, half of it below the full rates: what both halves of the standard allow at every rate.
 void Describe(WORD tag, WORD channels, DWORD rate, FormatRecord& record) {
     auto& layer3 = record.Start<MPEGLAYER3WAVEFORMAT>(tag, channels, rate);
-    layer3.wfx.nAvgBytesPerSec = (IsFullRate(rate) ? 8'000u : 4'000u) * channels;
+    const DWORD samples = MpegFrameSamples(rate);
+    layer3.wfx.nAvgBytesPerSec = (samples == 1'152 ? 8'000u : 4'000u) * channels;
     layer3.wfx.nBlockAlign = 1;
     layer3.wID = MPEGLAYER3_ID_MPEG;
     layer3.fdwFlags = MPEGLAYER3_FLAG_PADDING_ISO;
-    layer3.nBlockSize =
-        static_cast<WORD>((IsFullRate(rate) ? 1152u : 576u) * layer3.wfx.nAvgBytesPerSec / rate);
+    layer3.nBlockSize = static_cast<WORD>(samples * layer3.wfx.nAvgBytesPerSec / rate);
     layer3.nFramesPerBlock = 1;
     layer3.nCodecDelay = kDelay;
+}
+
+std::unique_ptr<Stream> Open(const Driver&, const FormatView& source, const FormatView& target) {
+    if (!IsCodecPair(source, target)) return nullptr;
+    return source.IsPcm() ? OpenMpegEncoder(source, target) : OpenMpegDecoder(target);
 }
 
 }  // namespace
@@ -47,6 +49,7 @@ const Driver kMpegLayer3{"Tolvane MP3",
                          kTags,
                          Handles,
                          SuggestForCodec,
-                         Describe};
+                         Describe,
+                         Open};
 
 }  // namespace tolvane::platform

@@ -1,6 +1,7 @@
 // The PCM converter: 8 and 16 bits, 1 and 2 channels, any rate into any other.
 #include "platform/codecs/block_stream.h"
 #include "platform/codecs/driver.h"
+#include "platform/codecs/rate_stream.h"
 
 namespace tolvane::platform {
 namespace {
@@ -32,7 +33,7 @@ class FrameStream final : public BlockStream {
 };
 
 std::unique_ptr<Stream> Open(const Driver&, const FormatView& source, const FormatView& target) {
-    if (source.head.nSamplesPerSec != target.head.nSamplesPerSec) return nullptr;
+    if (source.head.nSamplesPerSec != target.head.nSamplesPerSec) return OpenRateStream(source, target);
     return std::make_unique<FrameStream>(FrameLayout::Of(source), FrameLayout::Of(target));
 }
 
