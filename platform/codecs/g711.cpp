@@ -1,5 +1,7 @@
 // CCITT G.711: A-law and mu-law, one byte a sample.
+#include "platform/codecs/block_stream.h"
 #include "platform/codecs/driver.h"
+#include "platform/codecs/g711_laws.h"
 
 namespace tolvane::platform {
 namespace {
@@ -24,6 +26,37 @@ void Describe(WORD tag, WORD channels, DWORD rate, FormatRecord& record) {
     format.nAvgBytesPerSec = rate * channels;
 }
 
+// A block is a frame here.
+struct Encoder final : BlockEncoder {
+    Encoder(decltype(EncodeMuLaw)* law, size_t of) : encode(law), channels(of) {}
+    void Encode(const int16_t* pcm, uint8_t* blocks, size_t count) override {
+        encode(pcm, count * channels, blocks);
+    }
+    decltype(EncodeMuLaw)* encode;
+    size_t channels;
+};
+
+struct Decoder final : BlockDecoder {
+    Decoder(decltype(DecodeMuLaw)* law, size_t of) : decode(law), channels(of) {}
+    void Decode(const uint8_t* blocks, int16_t* pcm, size_t count) override {
+        decode(blocks, count * channels, pcm);
+    }
+    size_t FramesIn(size_t) const override { return 0; }
+    decltype(DecodeMuLaw)* decode;
+    size_t channels;
+};
+
+std::unique_ptr<Stream> Open(const Driver&, const FormatView& source, const FormatView& target) {
+    if (!IsCodecPair(source, target)) return nullptr;
+    const WAVEFORMATEX& packed = source.IsPcm() ? target.head : source.head;
+    const bool mu = packed.wFormatTag == WAVE_FORMAT_MULAW;
+    const size_t channels = packed.nChannels;
+    const BlockShape shape{channels, 1};
+    if (source.IsPcm())
+        return OpenEncoder(source, shape, std::make_unique<Encoder>(mu ? EncodeMuLaw : EncodeALaw, channels));
+    return OpenDecoder(shape, target, std::make_unique<Decoder>(mu ? DecodeMuLaw : DecodeALaw, channels));
+}
+
 }  // namespace
 
 const Driver kG711{"Tolvane G.711",
@@ -32,6 +65,7 @@ const Driver kG711{"Tolvane G.711",
                    kTags,
                    Handles,
                    SuggestForCodec,
-                   Describe};
+                   Describe,
+                   Open};
 
 }  // namespace tolvane::platform

@@ -1,26 +1,21 @@
 // MS ADPCM: 4 bits a sample, blocks that begin with two whole samples a channel, predictors named in the
 // format.
+#include "platform/codecs/block_stream.h"
 #include "platform/codecs/driver.h"
-
-#include <iterator>
+#include "platform/codecs/ms_blocks.h"
 
 namespace tolvane::platform {
 namespace {
 
-constexpr ADPCMCOEFSET kPredictors[] = {{256, 0}, {512, -256}, {0, 0},     {192, 64},
-                                        {240, 0}, {460, -208}, {392, -232}};
+constexpr ADPCMCOEFSET kPredictors[kMsPredictors] = {{256, 0}, {512, -256}, {0, 0},     {192, 64},
+                                                     {240, 0}, {460, -208}, {392, -232}};
 constexpr size_t kFixedPart = sizeof(ADPCMWAVEFORMAT) - sizeof(ADPCMCOEFSET);
 constexpr size_t kRecordSize = kFixedPart + sizeof kPredictors;
 constexpr FormatTag kTags[] = {{WAVE_FORMAT_PCM, "PCM", kWaveRecordSize},
                                {WAVE_FORMAT_ADPCM, "MS ADPCM", kRecordSize}};
-constexpr int kHeaderPerChannel = 7;
-
-constexpr int SamplesPerBlock(int block, int channels) {
-    return (block - kHeaderPerChannel * channels) * 2 / channels + 2;
-}
 
 bool HasPredictors(const FormatView& format, const ADPCMWAVEFORMAT& adpcm) {
-    return adpcm.wNumCoef >= std::size(kPredictors) &&
+    return adpcm.wNumCoef >= kMsPredictors &&
            kWaveRecordSize + format.extra.size() >= kFixedPart + adpcm.wNumCoef * sizeof(ADPCMCOEFSET);
 }
 
@@ -28,9 +23,8 @@ bool IsMsAdpcm(const FormatView& format) {
     const auto* adpcm = format.As<ADPCMWAVEFORMAT>();
     const WAVEFORMATEX& head = format.head;
     return adpcm && head.wFormatTag == WAVE_FORMAT_ADPCM && HasPlainRate(head) && head.wBitsPerSample == 4 &&
-           HasPredictors(format, *adpcm) && head.nBlockAlign > kHeaderPerChannel * head.nChannels &&
-           adpcm->wSamplesPerBlock >= 2 &&
-           adpcm->wSamplesPerBlock <= SamplesPerBlock(head.nBlockAlign, head.nChannels);
+           HasPredictors(format, *adpcm) && adpcm->wSamplesPerBlock >= kMsFirstFrames &&
+           adpcm->wSamplesPerBlock <= MsFramesIn(head.nBlockAlign, head.nChannels);
 }
 
 bool Handles(const FormatView& format) {
@@ -41,10 +35,45 @@ void Describe(WORD tag, WORD channels, DWORD rate, FormatRecord& record) {
     auto& adpcm = record.Start<ADPCMWAVEFORMAT>(tag, channels, rate, kRecordSize);
     adpcm.wfx.nBlockAlign = static_cast<WORD>(AdpcmBlockSize(rate) * channels);
     adpcm.wfx.wBitsPerSample = 4;
-    adpcm.wSamplesPerBlock = static_cast<WORD>(SamplesPerBlock(adpcm.wfx.nBlockAlign, channels));
+    adpcm.wSamplesPerBlock = static_cast<WORD>(MsFramesIn(adpcm.wfx.nBlockAlign, channels));
     adpcm.wfx.nAvgBytesPerSec = BytesPerSecond(rate, adpcm.wfx.nBlockAlign, adpcm.wSamplesPerBlock);
-    adpcm.wNumCoef = std::size(kPredictors);
+    adpcm.wNumCoef = kMsPredictors;
     std::memcpy(record.bytes + kFixedPart, kPredictors, sizeof kPredictors);
+}
+
+MsLayout LayoutOf(const FormatView& format) {
+    const auto& adpcm = *format.As<ADPCMWAVEFORMAT>();
+    const size_t count = std::min<size_t>(adpcm.wNumCoef, kMsMostPredictors);
+    MsLayout layout{format.head.nChannels, format.head.nBlockAlign, adpcm.wSamplesPerBlock, {}, count};
+    static_assert(sizeof(MsPredictor) == sizeof(ADPCMCOEFSET));
+    std::memcpy(layout.predictors.data(), reinterpret_cast<const uint8_t*>(&adpcm) + kFixedPart,
+                count * sizeof(MsPredictor));
+    return layout;
+}
+
+struct Encoder final : BlockEncoder {
+    explicit Encoder(const MsLayout& of) : layout(of) {}
+    void Encode(const int16_t* pcm, uint8_t* blocks, size_t count) override {
+        EncodeMsBlocks(pcm, count, layout, blocks);
+    }
+    MsLayout layout;
+};
+
+struct Decoder final : BlockDecoder {
+    explicit Decoder(const MsLayout& of) : layout(of) {}
+    void Decode(const uint8_t* blocks, int16_t* pcm, size_t count) override {
+        DecodeMsBlocks(blocks, count, layout, pcm);
+    }
+    size_t FramesIn(size_t bytes) const override { return MsFramesIn(bytes, layout.channels); }
+    MsLayout layout;
+};
+
+std::unique_ptr<Stream> Open(const Driver&, const FormatView& source, const FormatView& target) {
+    if (!IsCodecPair(source, target)) return nullptr;
+    const MsLayout layout = LayoutOf(source.IsPcm() ? target : source);
+    const BlockShape shape{layout.block_size, layout.frames};
+    if (source.IsPcm()) return OpenEncoder(source, shape, std::make_unique<Encoder>(layout));
+    return OpenDecoder(shape, target, std::make_unique<Decoder>(layout));
 }
 
 }  // namespace
@@ -55,6 +84,7 @@ const Driver kMsAdpcm{"Tolvane MS ADPCM",
                       kTags,
                       Handles,
                       SuggestForCodec,
-                      Describe};
+                      Describe,
+                      Open};
 
 }  // namespace tolvane::platform

@@ -28,6 +28,12 @@ std::vector<Case> Cases() {
     return {
         {"gsm", WAVE_FORMAT_GSM610, 1, 8'000, 16, 15},
         {"gsm of 8 bits", WAVE_FORMAT_GSM610, 1, 11'025, 8, 15},
+        {"ima", WAVE_FORMAT_IMA_ADPCM, 2, 44'100, 16, 35},
+        {"ima of 8 bits", WAVE_FORMAT_IMA_ADPCM, 1, 11'025, 8, 25},
+        {"ms adpcm", WAVE_FORMAT_ADPCM, 2, 44'100, 16, 35},
+        {"ms adpcm of 8 bits", WAVE_FORMAT_ADPCM, 1, 11'025, 8, 25},
+        {"mu-law", WAVE_FORMAT_MULAW, 2, 44'100, 16, 35},
+        {"a-law of 8 bits", WAVE_FORMAT_ALAW, 1, 11'025, 8, 35},
         {"mp3 at a full rate", WAVE_FORMAT_MPEGLAYER3, 2, 44'100, 16, 24},
         {"mp3 at half a rate, of 8 bits", WAVE_FORMAT_MPEGLAYER3, 1, 16'000, 8, 23},
         {"48 to 44.1 kHz", WAVE_FORMAT_PCM, 2, 48'000, 16, 65, Pcm(2, 44'100, 16)},
