@@ -42,6 +42,8 @@ struct Driver {
     void (*describe)(WORD tag, WORD channels, DWORD rate, FormatRecord& record);
     // Null: it converts nothing.
     StreamOpener* open = nullptr;
+    // Appends what there is to choose from in place of the usual format. Null: only that one.
+    void (*vary)(const FormatRecord& usual, std::vector<FormatRecord>& formats) = nullptr;
 };
 
 // For a family that turns PCM into its own tags and back, at the same rate and with the same channels.

@@ -23,17 +23,35 @@ bool Handles(const FormatView& format) {
            std::find(std::begin(kRates), std::end(kRates), format.head.nSamplesPerSec) != std::end(kRates);
 }
 
+constexpr bool IsFullRate(DWORD rate) {
+    return rate >= 32'000;
+}
+
+void SetBitRate(DWORD kilobits, MPEGLAYER3WAVEFORMAT& layer3) {
+    const DWORD rate = layer3.wfx.nSamplesPerSec;
+    layer3.wfx.nAvgBytesPerSec = kilobits * 125;
+    layer3.nBlockSize = static_cast<WORD>(MpegFrameSamples(rate) * layer3.wfx.nAvgBytesPerSec / rate);
+}
+
 // 64 kbit/s a channel, half of it below the full rates: what both halves of the standard allow at every rate.
 void Describe(WORD tag, WORD channels, DWORD rate, FormatRecord& record) {
     auto& layer3 = record.Start<MPEGLAYER3WAVEFORMAT>(tag, channels, rate);
-    const DWORD samples = MpegFrameSamples(rate);
-    layer3.wfx.nAvgBytesPerSec = (samples == 1'152 ? 8'000u : 4'000u) * channels;
     layer3.wfx.nBlockAlign = 1;
     layer3.wID = MPEGLAYER3_ID_MPEG;
     layer3.fdwFlags = MPEGLAYER3_FLAG_PADDING_ISO;
-    layer3.nBlockSize = static_cast<WORD>(samples * layer3.wfx.nAvgBytesPerSec / rate);
+    SetBitRate((IsFullRate(rate) ? 64u : 32u) * channels, layer3);
     layer3.nFramesPerBlock = 1;
     layer3.nCodecDelay = kDelay;
+}
+
+void Vary(const FormatRecord& usual, std::vector<FormatRecord>& formats) {
+    constexpr DWORD kFull[] = {64, 96, 128, 160, 192, 256, 320}, kHalf[] = {16, 32, 64, 96, 128, 160};
+    const std::span<const DWORD> choice =
+        IsFullRate(usual.head().nSamplesPerSec) ? std::span<const DWORD>(kFull) : kHalf;
+    for (const DWORD kilobits : choice) {
+        formats.push_back(usual);
+        SetBitRate(kilobits, reinterpret_cast<MPEGLAYER3WAVEFORMAT&>(formats.back().bytes));
+    }
 }
 
 std::unique_ptr<Stream> Open(const Driver&, const FormatView& source, const FormatView& target) {
@@ -50,6 +68,7 @@ const Driver kMpegLayer3{"Tolvane MP3",
                          Handles,
                          SuggestForCodec,
                          Describe,
-                         Open};
+                         Open,
+                         Vary};
 
 }  // namespace tolvane::platform

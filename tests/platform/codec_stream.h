@@ -40,8 +40,8 @@ inline AnyFormat Compressed(WORD tag, AnyFormat pcm) {
 
 class AcmStream {
   public:
-    AcmStream(AnyFormat source, AnyFormat target) {
-        result = acmStreamOpen(&handle, nullptr, source.get(), target.get(), nullptr, 0, 0,
+    AcmStream(AnyFormat source, AnyFormat target, HACMDRIVER driver = nullptr) {
+        result = acmStreamOpen(&handle, driver, source.get(), target.get(), nullptr, 0, 0,
                                ACM_STREAMOPENF_NONREALTIME);
     }
     ~AcmStream() {

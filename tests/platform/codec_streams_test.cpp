@@ -1,9 +1,14 @@
 // Conversion streams: what every codec's stream keeps to, how well it keeps the sound, and the refusals.
 #include "platform/codec_stream.h"
+#include "platform/testing/faults.h"
 
 #include <platform_codecs.h>
 
+#include <functional>
+#include <thread>
 #include <tuple>
+
+#include "convert/registered_codec.h"
 
 namespace {
 
@@ -178,6 +183,229 @@ TEST(CodecStreams, SixtyFourKibibytesAlwaysBecomeSound) {
         EXPECT_EQ(produced / 4,
                   static_cast<uint64_t>(std::llround(static_cast<double>(used / 4) * to / from)));
     }
+}
+
+TEST(CodecStreams, EndsAsOftenAsAskedAndForgetsAtAStart) {
+    for (const Case& c : Cases()) {
+        SCOPED_TRACE(c.name);
+        AcmStream stream(c.Source(), c.Target());
+        const Bytes sound = Sound(c.channels, c.rate, c.bits, 9'000), whole = ConvertAll(stream, sound);
+        AcmHeader header(stream.handle, sound.size(), whole.size() + 60'000);
+        const auto size = static_cast<DWORD>(sound.size()), room = static_cast<DWORD>(header.target.size());
+        for (const bool reset : {true, false}) {
+            header.source.assign(sound.size(), 0x55);
+            ASSERT_EQ(header.Convert(size, room, ACM_STREAMCONVERTF_BLOCKALIGN), 0u);
+            EXPECT_EQ(reset ? acmStreamReset(stream.handle, 0) : MMSYSERR_NOERROR, 0u);
+            std::copy(sound.begin(), sound.end(), header.source.begin());
+            ASSERT_EQ(
+                header.Convert(size, room, ACM_STREAMCONVERTF_END | (reset ? 0 : ACM_STREAMCONVERTF_START)),
+                0u);
+            EXPECT_EQ(header.header.cbSrcLengthUsed, size);
+            EXPECT_TRUE(Bytes(header.target.begin(), header.target.begin() + header.header.cbDstLengthUsed) ==
+                        whole);
+            for (int again = 0; again < 2; ++again) {
+                ASSERT_EQ(header.Convert(0, room, ACM_STREAMCONVERTF_END), 0u);
+                EXPECT_EQ(header.header.cbSrcLengthUsed | header.header.cbDstLengthUsed, 0u);
+            }
+        }
+    }
+}
+
+TEST(CodecStreams, ThreadsConvertSideBySide) {
+    std::vector<std::thread> threads;
+    for (const Case& c : Cases())
+        threads.emplace_back([c] {
+            AcmStream stream(c.Source(), c.Target());
+            const Bytes sound = Sound(c.channels, c.rate, c.bits, 9'000), whole = ConvertAll(stream, sound);
+            for (unsigned seed = 1; seed < 4; ++seed)
+                EXPECT_TRUE(ConvertAll(stream, sound, 900, 3'000, seed) == whole) << c.name;
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(PlatformOpenStreams(), 0u);
+}
+
+AnyFormat Spoilt(AnyFormat format, void (*spoil)(WAVEFORMATEX&)) {
+    spoil(*format.get());
+    return format;
+}
+
+TEST(CodecStreams, OpenRefusesWhatCannotBe) {
+    const AnyFormat pcm = Pcm(1, 8'000, 16), gsm = Compressed(WAVE_FORMAT_GSM610, pcm),
+                    mpeg = Compressed(WAVE_FORMAT_MPEGLAYER3, pcm);
+    const std::pair<AnyFormat, AnyFormat> pairs[] = {
+        {gsm, mpeg},
+        {gsm, gsm},
+        {gsm, Pcm(1, 11'025, 16)},
+        {gsm, Pcm(2, 8'000, 16)},
+        {gsm, Pcm(1, 8'000, 24)},
+        {pcm, Pcm(65'535, 8'000, 16)},
+        {pcm, Pcm(1, 0, 16)},
+        {pcm, Pcm(1, 0xFFFFFFFF, 16)},
+        {Pcm(1, 192'000, 16), Pcm(1, 1'500, 16)},
+        {Spoilt(pcm, [](WAVEFORMATEX& f) { f.nBlockAlign = 0; }), gsm},
+        {Spoilt(gsm, [](WAVEFORMATEX& f) { f.nBlockAlign = 0; }), pcm},
+        {Spoilt(gsm, [](WAVEFORMATEX& f) { f.cbSize = 0; }), pcm},
+        {Spoilt(gsm, [](WAVEFORMATEX& f) { f.nChannels = 65'535; }), pcm},
+        {Spoilt(mpeg, [](WAVEFORMATEX& f) { f.cbSize = 11; }), pcm},
+        {pcm, Spoilt(mpeg, [](WAVEFORMATEX& f) { f.nAvgBytesPerSec = 0; })},
+        {pcm, Spoilt(mpeg, [](WAVEFORMATEX& f) { f.nAvgBytesPerSec = 0xFFFFFFFF; })},
+        {pcm, Spoilt(pcm, [](WAVEFORMATEX& f) { f.wFormatTag = 0x7777; })},
+    };
+    for (const auto& [source, target] : pairs)
+        EXPECT_EQ(AcmStream(source, target).result, UINT{ACMERR_NOTPOSSIBLE}) << &source - &pairs[0].first;
+    AnyFormat from = pcm, to = gsm;
+    HACMSTREAM stream = nullptr;
+    int filter = 0;
+    const auto open = [&](HACMDRIVER driver, DWORD flags, void* with = nullptr) {
+        return acmStreamOpen(&stream, driver, from.get(), to.get(), static_cast<LPWAVEFILTER>(with), 0, 0,
+                             flags);
+    };
+    EXPECT_EQ(open(nullptr, 0, &filter), UINT{ACMERR_NOTPOSSIBLE});
+    EXPECT_EQ(open(nullptr, ACM_STREAMOPENF_ASYNC), UINT{ACMERR_NOTPOSSIBLE});
+    EXPECT_EQ(open(nullptr, CALLBACK_THREAD), UINT{MMSYSERR_NOTSUPPORTED});
+    EXPECT_EQ(open(nullptr, 8), UINT{MMSYSERR_INVALFLAG});
+    EXPECT_EQ(open(reinterpret_cast<HACMDRIVER>(uintptr_t{2'000'002}), 0), UINT{MMSYSERR_INVALHANDLE});
+    EXPECT_EQ(acmStreamOpen(nullptr, nullptr, from.get(), to.get(), nullptr, 0, 0, 0),
+              UINT{MMSYSERR_INVALPARAM});
+    EXPECT_EQ(acmStreamOpen(&stream, nullptr, nullptr, to.get(), nullptr, 0, 0, 0),
+              UINT{MMSYSERR_INVALPARAM});
+    EXPECT_EQ(open(nullptr, ACM_STREAMOPENF_QUERY), 0u);
+    EXPECT_EQ(acmStreamOpen(nullptr, nullptr, from.get(), to.get(), nullptr, 0, 0, ACM_STREAMOPENF_QUERY),
+              0u);
+    EXPECT_EQ(stream, nullptr);
+    EXPECT_EQ(PlatformOpenStreams(), 0u);
+}
+
+TEST(CodecStreams, ServicesRefuseWhatIsNotReady) {
+    const AnyFormat pcm = Pcm(1, 8'000, 16), gsm = Compressed(WAVE_FORMAT_GSM610, pcm);
+    AcmStream stream(pcm, gsm), other(pcm, gsm);
+    DWORD size = 0;
+    EXPECT_EQ(acmStreamSize(stream.handle, 0, &size, 0), UINT{MMSYSERR_INVALPARAM});
+    EXPECT_EQ(acmStreamSize(stream.handle, 1, nullptr, 0), UINT{MMSYSERR_INVALPARAM});
+    EXPECT_EQ(acmStreamSize(stream.handle, 1, &size, 2), UINT{MMSYSERR_INVALFLAG});
+    EXPECT_EQ(acmStreamSize(stream.handle, 64, &size, ACM_STREAMSIZEF_DESTINATION), UINT{ACMERR_NOTPOSSIBLE});
+    EXPECT_EQ(acmStreamReset(stream.handle, 1), UINT{MMSYSERR_INVALFLAG});
+    EXPECT_EQ(acmStreamClose(stream.handle, 1), UINT{MMSYSERR_INVALFLAG});
+    uint8_t bytes[700];
+    ACMSTREAMHEADER header{};
+    const auto prepare = [&] { return acmStreamPrepareHeader(stream.handle, &header, 0); };
+    const auto convert = [&](DWORD flags = 0) { return acmStreamConvert(stream.handle, &header, flags); };
+    const auto unprepare = [&] { return acmStreamUnprepareHeader(stream.handle, &header, 0); };
+    EXPECT_EQ(prepare(), UINT{MMSYSERR_INVALPARAM}) << "no size";
+    header.cbStruct = sizeof header;
+    EXPECT_EQ(prepare(), UINT{MMSYSERR_INVALPARAM}) << "no buffers";
+    header.pbSrc = header.pbDst = bytes;
+    header.cbSrcLength = header.cbDstLength = 640;
+    EXPECT_EQ(convert(), UINT{ACMERR_UNPREPARED});
+    EXPECT_EQ(unprepare(), UINT{ACMERR_UNPREPARED});
+    EXPECT_EQ(acmStreamPrepareHeader(stream.handle, &header, 1), UINT{MMSYSERR_INVALFLAG});
+    EXPECT_EQ(prepare(), 0u);
+    EXPECT_EQ(header.fdwStatus, DWORD{ACMSTREAMHEADER_STATUSF_PREPARED});
+    EXPECT_EQ(acmStreamConvert(other.handle, &header, 0), UINT{ACMERR_UNPREPARED});
+    EXPECT_EQ(convert(1), UINT{MMSYSERR_INVALFLAG});
+    header.cbSrcLength = 641;
+    EXPECT_EQ(convert(), UINT{MMSYSERR_INVALPARAM}) << "more than was prepared";
+    EXPECT_EQ(unprepare(), UINT{MMSYSERR_INVALPARAM}) << "other lengths than were prepared";
+    header.cbSrcLength = 640;
+    EXPECT_EQ(unprepare(), 0u);
+    EXPECT_EQ(header.fdwStatus & ACMSTREAMHEADER_STATUSF_PREPARED, 0u);
+    for (HACMSTREAM none : {HACMSTREAM{}, reinterpret_cast<HACMSTREAM>(uintptr_t{3'000'003})}) {
+        EXPECT_EQ(acmStreamClose(none, 0), UINT{MMSYSERR_INVALHANDLE});
+        EXPECT_EQ(acmStreamConvert(none, &header, 0), UINT{MMSYSERR_INVALHANDLE});
+        EXPECT_EQ(acmStreamSize(none, 1, &size, 0), UINT{MMSYSERR_INVALHANDLE});
+        EXPECT_EQ(acmStreamPrepareHeader(none, &header, 0), UINT{MMSYSERR_INVALHANDLE});
+    }
+}
+
+TEST(CodecStreams, ServicesFailOnRequest) {
+    AcmStream stream(Pcm(1, 8'000, 16), Pcm(2, 8'000, 8));
+    AnyFormat format = Pcm(1, 8'000, 16);
+    AcmHeader header(stream.handle, 8, 8);
+    HACMSTREAM opened = nullptr;
+    DWORD size = 0;
+    const std::pair<const char*, std::function<MMRESULT()>> services[] = {
+        {"acmStreamOpen",
+         [&] { return acmStreamOpen(&opened, nullptr, format.get(), format.get(), nullptr, 0, 0, 0); }},
+        {"acmStreamSize", [&] { return acmStreamSize(stream.handle, 8, &size, 0); }},
+        {"acmStreamReset", [&] { return acmStreamReset(stream.handle, 0); }},
+        {"acmStreamPrepareHeader", [&] { return acmStreamPrepareHeader(stream.handle, &header.header, 0); }},
+        {"acmStreamConvert", [&] { return header.Convert(8, 8, 0); }},
+        {"acmStreamUnprepareHeader",
+         [&] { return acmStreamUnprepareHeader(stream.handle, &header.header, 0); }},
+        {"acmStreamClose", [&] { return acmStreamClose(stream.handle, 0); }},
+    };
+    for (const auto& [name, call] : services) {
+        PlatformFailCall(name, 1, 0, 0);
+        EXPECT_NE(call(), 0u) << name;
+        PlatformFailCall(name, 1, 77, 0);
+        EXPECT_EQ(call(), 77u) << name;
+    }
+    PlatformFailNone();
+    EXPECT_EQ(opened, nullptr);
+}
+
+// ---- A driver of a host's own, which turns every byte into two ----
+
+struct Doubler {
+    int streams = 0;
+    bool fails = false;
+    uint32_t flags = 0;
+};
+
+const PlatformCodecStream kDoubling = {[](void* context, const void*, const void*) {
+                                           ++static_cast<Doubler*>(context)->streams;
+                                           return context;
+                                       },
+                                       [](void*, uint32_t source) { return source * 2; },
+                                       [](void* stream, const void* source, uint32_t size, uint32_t* used,
+                                          void* target, uint32_t room, uint32_t* produced, uint32_t flags) {
+                                           auto& doubler = *static_cast<Doubler*>(stream);
+                                           doubler.flags = flags;
+                                           if (doubler.fails) return uint32_t{MMSYSERR_ERROR};
+                                           *used = std::min(size, room / 2);
+                                           *produced = *used * 2;
+                                           for (uint32_t i = 0; i < *produced; ++i)
+                                               static_cast<uint8_t*>(target)[i] =
+                                                   static_cast<const uint8_t*>(source)[i / 2];
+                                           return uint32_t{MMSYSERR_NOERROR};
+                                       },
+                                       [](void* stream) { --static_cast<Doubler*>(stream)->streams; }};
+
+TEST(CodecStreams, AHostsDriverConvertsWhateverBecomesOfIt) {
+    Doubler doubler;
+    const std::vector<PlatformCodecTag> tags{{0x1234, "Twelve"}};
+    PlatformCodec codec = CodecNamed("Doubler", ACMDRIVERDETAILS_SUPPORTF_CODEC, tags);
+    codec.context = &doubler;
+    codec.stream = &kDoubling;
+    AnyFormat pcm = Pcm(1, 8'000, 16), twelve = pcm;
+    twelve->wFormatTag = 0x1234;
+    {
+        HACMDRIVER driver = nullptr;
+        auto registered = std::make_unique<RegisteredCodec>(codec);
+        ASSERT_EQ(acmDriverOpen(&driver, reinterpret_cast<HACMDRIVERID>(uintptr_t{registered->Id()}), 0), 0u);
+        AcmStream stream(pcm, twelve, driver);
+        ASSERT_EQ(stream.result, 0u);
+        EXPECT_EQ(acmDriverClose(driver, 0), 0u);
+        registered.reset();
+        EXPECT_EQ(stream.Size(100), 200u);
+        EXPECT_EQ(stream.Size(101, ACM_STREAMSIZEF_DESTINATION), 50u);
+        EXPECT_EQ(ConvertAll(stream, {1, 2, 3}, 2, 3), (Bytes{1, 1, 2, 2, 3, 3}));
+        AcmHeader header(stream.handle, 4, 4);
+        EXPECT_EQ(acmStreamReset(stream.handle, 0), 0u);
+        EXPECT_EQ(header.Convert(4, 4, ACM_STREAMCONVERTF_END), 0u);
+        EXPECT_EQ(doubler.flags, DWORD{ACM_STREAMCONVERTF_START | ACM_STREAMCONVERTF_END});
+        doubler.fails = true;
+        EXPECT_EQ(header.Convert(4, 4, 0), UINT{MMSYSERR_ERROR});
+        EXPECT_EQ(header.header.cbSrcLengthUsed | header.header.cbDstLengthUsed, 0u);
+        EXPECT_EQ(doubler.streams, 1);
+        EXPECT_EQ(PlatformOpenStreams(), 1u);
+    }
+    EXPECT_EQ(doubler.streams, 0);
+    EXPECT_EQ(AcmStream(pcm, twelve).result, UINT{ACMERR_NOTPOSSIBLE}) << "it is removed";
+    codec.stream = nullptr;
+    const RegisteredCodec idle(codec);
+    EXPECT_EQ(AcmStream(pcm, twelve).result, UINT{ACMERR_NOTPOSSIBLE}) << "it converts nothing";
 }
 
 }  // namespace
