@@ -104,7 +104,7 @@ typedef enum TolvaneResult {
     TOLVANE_INPUT_EMPTY = 356,         /* The file to convert holds no sound. */
     TOLVANE_NO_CHANGE_MEMORY = 357,    /* There is not enough memory for the conversion. */
     TOLVANE_OUTPUT_NOT_WRITTEN = 358,  /* The new file cannot be created or written: is the disk full? */
-    TOLVANE_CHANGE_NOT_POSSIBLE = 359, /* Rates change by whole numbers, to 1 or 2 channels of 8 or 16 bits. */
+    TOLVANE_CHANGE_NOT_POSSIBLE = 359, /* Only whole ratios of rates, 1 or 2 channels, 8 or 16 bits. */
     TOLVANE_SAME_FORMAT = 360,         /* The file has this format already. */
     TOLVANE_NO_INPUT_PATH = 361,       /* No file to convert was named. */
     TOLVANE_NO_OUTPUT_PATH = 362,      /* No file to create was named. */
@@ -338,6 +338,46 @@ TOLVANE_API uint16_t TOLVANE_CALL GetCodecDescription(CodecDescription* out, uin
  * describes format tag 0; where there is nothing to describe, `out` is cleared. Always TOLVANE_OK. */
 TOLVANE_API uint16_t TOLVANE_CALL GetCodecFormatTagDescription(FormatTagDescription* out, uint16_t codecIndex,
                                                                uint16_t formatTagIndex);
+
+/* ======== Edit jobs ======== */
+
+/* An operation that was started with `wait` 0 runs in a thread of its own, which keeps the library loaded, and hands
+ * out a job. The host asks it whether it is over, may cancel it, and closes it. Of a null handle these functions say
+ * that it is over, with progress 0 and reason 0. */
+typedef struct EditJob EditJob;
+
+/* Asks the job to stop; it does so at its next block, with TOLVANE_CANCELLED as the reason. Always TOLVANE_OK. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioEditCancelPressed(EditJob* job);
+
+/* 0 while the operation runs, then 1. No result code. */
+TOLVANE_API uint32_t TOLVANE_CALL AudioEditProcessIsOver(EditJob* job);
+
+/* How far the operation is, in percent. No result code. */
+TOLVANE_API uint32_t TOLVANE_CALL AudioEditGetProcessProgress(EditJob* job);
+
+/* What the operation would have returned with `wait` not 0. It counts once the job is over; before, it is 0. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioEditGetReasonForProcessExit(EditJob* job);
+
+/* Frees the job and makes the handle null; a null handle stays so. A job that still runs is cancelled and freed when
+ * it has stopped. Always TOLVANE_OK. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioEditCloseHandle(EditJob** job);
+
+/* ======== Change of format ======== */
+
+/* Writes a copy of a PCM wave file with another sample rate, sample size or channel count, or several of them, into
+ * `target`, which is created or replaced. An empty `fileName` means the file last loaded or played. Rates change by
+ * whole numbers, and frames are repeated or dropped, without a filter; 8 and 16 bits, 1 and 2 channels (averaged) are
+ * possible. Up to three steps follow one another, rate, channels, size, and share the progress in equal parts of
+ * 100, 50 or 33 percent. When it fails or is cancelled, the target keeps what the last step left in it.
+ * With `wait` not 0 it returns when done, and `job` is not used; with `wait` 0 it runs as a job (see above).
+ * Results: TOLVANE_OK, also when a job was started. At once: TOLVANE_FILE_IS_PLAYING; TOLVANE_NO_PATH;
+ * TOLVANE_CANNOT_OPEN; TOLVANE_EDIT_NOT_PCM; TOLVANE_NO_CHANGE_MEMORY, also when no job can be started, and the
+ * handle is null then. With `wait` not 0, or as the job's reason: TOLVANE_INPUT_NOT_OPENED to
+ * TOLVANE_OUTPUT_NOT_WRITTEN, the last also for a target that is the file itself and for a file that ends before its
+ * sound does; TOLVANE_CHANGE_NOT_POSSIBLE; TOLVANE_SAME_FORMAT; TOLVANE_CANCELLED. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioChangeFormat(const char* fileName, const char* target,
+                                                    uint32_t sampleRate, uint16_t bitsPerSample,
+                                                    uint16_t channels, EditJob** job, uint32_t wait);
 
 #ifdef __cplusplus
 }

@@ -1,5 +1,6 @@
 // Copying a whole file: by the kernel where it can (it may share the blocks), otherwise in pieces. A copy
-// that fails leaves no half of itself behind.
+// that fails leaves no half of itself behind. What stood in the destination is written over and then cut: its
+// pages in memory serve again.
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
@@ -58,9 +59,17 @@ DWORD CopyProperties(int to, const struct stat& source) {
     return ERROR_SUCCESS;
 }
 
+DWORD CutBehind(int to) {
+    const off_t end = lseek(to, 0, SEEK_CUR);
+    struct stat status;
+    if (end < 0 || fstat(to, &status) != 0) return ErrorOfErrno(errno);
+    return status.st_size > end && ftruncate(to, end) != 0 ? ErrorOfErrno(errno) : ERROR_SUCCESS;
+}
+
 DWORD CopyContents(int from, UniqueFd& to, const struct stat& source) {
     CopyInKernel(from, to.get());
     DWORD error = CopyInPieces(from, to.get());
+    if (error == ERROR_SUCCESS) error = CutBehind(to.get());
     if (error == ERROR_SUCCESS) error = CopyProperties(to.get(), source);
     return !to.Reset() && error == ERROR_SUCCESS ? ErrorOfErrno(errno) : error;
 }
@@ -76,7 +85,7 @@ DWORD CopyWholeFile(const char* from, const char* to, bool fail_if_exists) {
     if (!S_ISREG(status.st_mode)) return ERROR_ACCESS_DENIED;
     if (!fail_if_exists)
         if (const DWORD refused = CheckDestination(status, to)) return refused;
-    OpenResult copy = OpenFile(to, {true, true, fail_if_exists ? CREATE_NEW : CREATE_ALWAYS});
+    OpenResult copy = OpenFile(to, {true, true, fail_if_exists ? CREATE_NEW : OPEN_ALWAYS});
     if (!copy.fd) return copy.error;
     const DWORD error = CopyContents(source.fd.get(), copy.fd, status);
     if (error != ERROR_SUCCESS) unlink(to);

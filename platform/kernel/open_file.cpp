@@ -60,8 +60,9 @@ DWORD Settle(const Opened& opened, const OpenMode& mode) {
     if (!opened.existed) return ERROR_SUCCESS;
     if (const DWORD refused = CheckKind(opened.fd, mode)) return refused;
     struct stat status;
+    // What is empty is left alone: some file systems send a file to the disk, and wait, when it is closed after that.
     if (Empties(mode.disposition) && fstat(opened.fd, &status) == 0 && S_ISREG(status.st_mode) &&
-        ftruncate(opened.fd, 0) != 0)
+        status.st_size != 0 && ftruncate(opened.fd, 0) != 0)
         return ErrorOfErrno(errno);
     return ERROR_SUCCESS;
 }

@@ -46,7 +46,7 @@ void MmioFile::DropBuffer() {
 bool MmioFile::Fill() {
     if (!Empty()) return false;
     start_ = position_;
-    const ssize_t got = ReadAt(fd_.get(), buffer_, static_cast<size_t>(capacity_), start_);
+    const ssize_t got = ReadAt(fd_.get(), buffer_, static_cast<size_t>(RoomFrom(start_)), start_);
     filled_ = static_cast<LONG>(std::max<ssize_t>(got, 0));
     return got >= 0;
 }
@@ -90,14 +90,14 @@ LONG MmioFile::WriteDirectly(const char* bytes, LONG size) {
 // anew.
 LONG MmioFile::WriteSome(const char* bytes, LONG size) {
     const int64_t from = position_ - start_;
-    const bool joins = filled_ > 0 && from >= 0 && from <= filled_ && from < capacity_;
+    const bool joins = filled_ > 0 && from >= 0 && from <= filled_ && from < RoomFrom(start_);
     if (!joins) {
         if (size >= capacity_) return WriteDirectly(bytes, size);
         if (!Empty()) return 0;
         start_ = position_;
     }
     const auto at = static_cast<LONG>(position_ - start_);
-    const LONG count = std::min(size, capacity_ - at);
+    const LONG count = std::min(size, RoomFrom(start_) - at);
     std::memcpy(buffer_ + at, bytes, static_cast<size_t>(count));
     filled_ = std::max(filled_, at + count);
     dirty_ = true;
@@ -173,7 +173,7 @@ void MmioFile::Describe(MMIOINFO& info) const {
     if (buffer_) {
         info.pchNext = buffer_ + std::clamp<int64_t>(position_ - start_, 0, filled_);
         info.pchEndRead = buffer_ + filled_;
-        info.pchEndWrite = buffer_ + capacity_;
+        info.pchEndWrite = buffer_ + RoomFrom(start_);
     }
     info.lBufOffset = static_cast<LONG>(start_);
     info.lDiskOffset = static_cast<LONG>(position_);

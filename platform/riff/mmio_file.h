@@ -39,6 +39,9 @@ class MmioFile final : public Object {
   private:
     bool reads() const { return (flags_ & MMIO_RWMODE) != MMIO_WRITE; }
     bool writes() const { return (flags_ & MMIO_RWMODE) != MMIO_READ; }
+    // Room in a buffer that begins there: it ends on a multiple of its size, because that is where files are read
+    // and written fastest.
+    LONG RoomFrom(int64_t offset) const { return capacity_ - static_cast<LONG>(offset % capacity_); }
     bool Holds(int64_t offset) const { return offset >= start_ && offset < start_ + filled_; }
     LONG ReadSome(char* bytes, LONG size);
     LONG ReadDirectly(char* bytes, LONG size);

@@ -1,0 +1,149 @@
+#include "convert/change_format.h"
+
+#include <algorithm>
+
+#include "edit/front_checks.h"
+#include "files/replacement.h"
+#include "frame/scratch_files.h"
+
+namespace tolvane {
+
+namespace {
+
+// The parameters of a job.
+struct ChangeParameters {
+    uint32_t size;
+    char file[kPathSize];
+    char target[kPathSize];
+    uint32_t rate;
+    uint16_t bits;
+    uint16_t channels;
+};
+static_assert(sizeof(ChangeParameters) == 532);
+
+// A file that a pass writes before it takes the place of what it read; it goes afterwards.
+class ScratchWave {
+  public:
+    bool Make() {
+        char folder[kPathSize];
+        CopyTempFolder(folder);
+        if (!*folder || !GetTempFileNameA(folder, "VMX", 0, path_)) *path_ = 0;
+        return *path_ != 0;
+    }
+    const char* Path() const { return path_; }
+
+    ScratchWave() = default;
+    ScratchWave(const ScratchWave&) = delete;
+    ScratchWave& operator=(const ScratchWave&) = delete;
+    ~ScratchWave() {
+        if (*path_) DeleteFileA(path_);
+    }
+
+  private:
+    char path_[kPathSize] = "";
+};
+
+struct Changes {
+    bool rate, channels, size;
+    uint32_t Count() const { return uint32_t{rate} + uint32_t{channels} + uint32_t{size}; }
+};
+
+Changes Compare(const WAVEFORMATEX& from, const PcmShape& wanted) {
+    return {from.nSamplesPerSec != wanted.rate, from.nChannels != wanted.channels,
+            from.wBitsPerSample != wanted.bits};
+}
+
+bool IsHandled(const PcmShape& shape) {
+    return (shape.channels == 1 || shape.channels == 2) && (shape.bits == 8 || shape.bits == 16) &&
+           shape.rate != 0 && uint64_t{shape.rate} * shape.channels * shape.bits / 8 <= UINT32_MAX;
+}
+
+bool IsHandled(const WAVEFORMATEX& from) {
+    const PcmShape shape = {from.nSamplesPerSec, from.wBitsPerSample, from.nChannels};
+    return IsHandled(shape) && from.nBlockAlign == shape.channels * shape.bits / 8;
+}
+
+bool IsWholeRatio(uint32_t rate, uint32_t other) {
+    return std::max(rate, other) % std::min(rate, other) == 0;
+}
+
+uint16_t CheckChange(const WAVEFORMATEX& from, const PcmShape& wanted) {
+    if (!IsHandled(wanted) || !IsHandled(from)) return TOLVANE_CHANGE_NOT_POSSIBLE;
+    if (Compare(from, wanted).Count() == 0) return TOLVANE_SAME_FORMAT;
+    return IsWholeRatio(from.nSamplesPerSec, wanted.rate) ? TOLVANE_OK : TOLVANE_CHANGE_NOT_POSSIBLE;
+}
+
+uint16_t CopyOver(const char* from, const char* to) {
+    return CopyFileA(from, to, FALSE) ? TOLVANE_OK : TOLVANE_OUTPUT_NOT_WRITTEN;
+}
+
+// A copy of a file that may not be written may not be written either, but the next step wants to.
+uint16_t CopySource(const char* file, const char* target) {
+    const uint16_t result = CopyOver(file, target);
+    if (result == TOLVANE_OK) SetFileAttributesA(target, FILE_ATTRIBUTE_NORMAL);
+    return result;
+}
+
+using Pass = uint16_t (*)(const char* input, const char* output, const PcmShape& wanted, const PassProgress&);
+
+// Changes the target through a scratch file.
+uint16_t ChangeTarget(const char* target, Pass pass, const PcmShape& wanted, PassProgress* progress) {
+    ScratchWave scratch;
+    if (!scratch.Make()) return TOLVANE_OUTPUT_NOT_WRITTEN;
+    const uint16_t result = pass(target, scratch.Path(), wanted, *progress);
+    progress->base += progress->share;
+    return result == TOLVANE_OK ? CopyOver(scratch.Path(), target) : result;
+}
+
+uint16_t ChangeFormat(const char* file, const char* target, const PcmShape& wanted, const JobControl& job) {
+    WAVEFORMATEX from;
+    uint16_t result = ReadPcmFormat(file, &from);
+    if (result == TOLVANE_OK) result = CheckChange(from, wanted);
+    if (result != TOLVANE_OK) return result;
+    if (!IsUsablePath(target) || IsSameFile(file, target)) return TOLVANE_OUTPUT_NOT_WRITTEN;
+    const Changes changes = Compare(from, wanted);
+    PassProgress progress = {job, 100 / changes.Count(), 0};
+    if (changes.rate) {
+        result = ChangeSampleRate(file, target, wanted, progress);
+        progress.base += progress.share;
+    } else {
+        result = CopySource(file, target);
+    }
+    if (result == TOLVANE_OK && changes.channels)
+        result = ChangeTarget(target, ChangeChannels, wanted, &progress);
+    if (result == TOLVANE_OK && changes.size)
+        result = ChangeTarget(target, ChangeSampleSize, wanted, &progress);
+    return result;
+}
+
+unsigned __stdcall ChangeInBackground(void* argument) {
+    auto* job = static_cast<EditJob*>(argument);
+    const auto* change = static_cast<const ChangeParameters*>(job->parameters);
+    const PcmShape wanted = {change->rate, change->bits, change->channels};
+    FinishEditJob(job, ChangeFormat(change->file, change->target, wanted, ControlOf(*job)));
+    EndWorker();
+}
+
+}  // namespace
+
+uint16_t ChangeFormatNow(const char* name, const char* target, const PcmShape& wanted) {
+    char file[kPathSize];
+    const uint16_t refused = SettleEditedFile(name, file);
+    return refused ? refused : ChangeFormat(file, target, wanted, JobControl());
+}
+
+uint16_t StartChangeFormat(const char* name, const char* target, const PcmShape& wanted, EditJob** handle) {
+    char file[kPathSize];
+    if (const uint16_t refused = SettleEditedFile(name, file)) return refused;
+    if (!handle) return TOLVANE_NO_CHANGE_MEMORY;  // nobody could ever free the job
+    *handle = nullptr;
+    EditJobOwner job = NewEditJob(sizeof(ChangeParameters));
+    if (!job) return TOLVANE_NO_CHANGE_MEMORY;
+    auto* change = static_cast<ChangeParameters*>(job->parameters);
+    *change = {sizeof *change, "", "", wanted.rate, wanted.bits, wanted.channels};
+    CopyText(change->file, kPathSize, file);
+    CopyText(change->target, kPathSize, IsUsablePath(target) ? target : "");
+    return StartEditJob(std::move(job), ChangeInBackground, handle) ? TOLVANE_OK : TOLVANE_NO_CHANGE_MEMORY;
+}
+
+}  // namespace tolvane

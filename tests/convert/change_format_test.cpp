@@ -1,0 +1,396 @@
+// The change of format against a model of a few lines: what is written to the byte, with and without a job; its
+// codes; what it leaves when it fails or is cancelled.
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+
+#include <gmock/gmock.h>
+
+#include "support/edit_jobs.h"
+#include "support/faults.h"
+#include "support/virtual_card.h"
+#include "support/watchdog.h"
+#include "support/wave_files.h"
+#include "tolvane.h"
+
+namespace tolvane::test {
+namespace {
+
+using ::testing::AnyOf;
+
+Bytes ReadFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(file), {});
+}
+
+int SampleAt(const Bytes& data, size_t i, uint16_t bits) {
+    if (bits == 8) return data[i] - 128;
+    return static_cast<int16_t>(data[2 * i] | data[2 * i + 1] << 8);
+}
+
+void Append(Bytes* data, int sample, uint16_t bits) {
+    if (bits == 8) sample += 128;
+    data->push_back(static_cast<uint8_t>(sample));
+    if (bits == 16) data->push_back(static_cast<uint8_t>(sample >> 8));
+}
+
+// Three passes, each over the whole sound. Frames are dropped by their number within a block of 8,192 bytes.
+Bytes RateModel(const Bytes& data, const Format& from, uint32_t rate) {
+    Bytes out;
+    const size_t frame = from.Block();
+    for (size_t i = 0; (i + 1) * frame <= data.size(); ++i) {
+        const bool kept = rate > from.rate || i % (8192 / frame) % (from.rate / rate) == 0;
+        const uint32_t times = rate > from.rate ? rate / from.rate : kept;
+        for (uint32_t j = 0; j < times; ++j)
+            out.insert(out.end(), &data[i * frame], &data[i * frame] + frame);
+    }
+    return out;
+}
+
+Bytes ChannelModel(const Bytes& data, const Format& from) {
+    Bytes out;
+    for (size_t i = 0; (i + 1) * from.Block() <= data.size(); ++i)
+        if (from.channels == 1) {
+            Append(&out, SampleAt(data, i, from.bits), from.bits);
+            Append(&out, SampleAt(data, i, from.bits), from.bits);
+        } else {
+            Append(&out, (SampleAt(data, 2 * i, from.bits) + SampleAt(data, 2 * i + 1, from.bits)) / 2,
+                   from.bits);
+        }
+    return out;
+}
+
+Bytes SizeModel(const Bytes& data, const Format& from) {
+    Bytes out;
+    const size_t sample = from.bits / 8;
+    for (size_t i = 0; (i + 1) * sample <= data.size(); ++i)
+        from.bits == 8 ? Append(&out, SampleAt(data, i, 8) * 256, 16)
+                       : Append(&out, SampleAt(data, i, 16) / 256, 8);
+    return out;
+}
+
+Bytes Model(Bytes data, Format from, const Format& to) {
+    if (to.rate != from.rate) data = RateModel(data, from, to.rate);
+    from.rate = to.rate;
+    if (to.channels != from.channels) data = ChannelModel(data, from);
+    from.channels = to.channels;
+    return to.bits != from.bits ? SizeModel(data, from) : data;
+}
+
+// As every writer of PCM lays it out.
+Bytes WrittenWave(const Format& format, const Bytes& data) {
+    return Riff(Chunk("fmt ", FormatRecord(format) + Little(0, 2)) + Chunk("data", data));
+}
+
+uint16_t Change(const std::string& file, const std::string& target, const Format& to, bool as_job = false) {
+    EditJob* job = nullptr;
+    const uint16_t result =
+        AudioChangeFormat(file.c_str(), target.c_str(), to.rate, to.bits, to.channels, &job, !as_job);
+    EXPECT_EQ(job != nullptr, as_job && result == TOLVANE_OK);
+    return job ? FinishJob(job) : result;
+}
+
+// With a temp folder of its own, in which nothing but the library's own scratch files may stay.
+class ChangeOfFormat : public ::testing::Test {
+  protected:
+    ChangeOfFormat() {
+        EXPECT_EQ(SetTempPath(temp_.Path().c_str()), 0u);
+        scratch_ = temp_.Names();
+    }
+    ~ChangeOfFormat() override {
+        EXPECT_EQ(temp_.Names(), scratch_);
+        SetTempPath(std::filesystem::temp_directory_path().string().c_str());
+    }
+
+    Bytes Changed(const Format& from, const Bytes& data, const Format& to) {
+        EXPECT_EQ(Change(folder_.Write("in.wav", WaveFile(from, data)), target_, to), TOLVANE_OK);
+        return ReadFile(target_);
+    }
+
+    TempFolder folder_, temp_;
+    std::string target_ = folder_.Path("out.wav");
+    std::vector<std::string> scratch_;
+    Watchdog watchdog_;
+};
+
+constexpr Format kCd{}, kHalf{22050};
+
+TEST_F(ChangeOfFormat, FollowsItsRules) {
+    const Bytes frames = {1, 0, 2, 0, 3, 0, 4, 0, 5, 0, 6, 0};
+    struct {
+        const char* what;
+        Format from;
+        Bytes data;
+        Format to;
+        Bytes expected;
+    } cases[] = {
+        {"every second frame", kCd, frames, kHalf, {1, 0, 2, 0, 5, 0, 6, 0}},
+        {"every frame twice", kHalf, {1, 2, 3, 4}, kCd, {1, 2, 3, 4, 1, 2, 3, 4}},
+        {"1000 and -1001", kCd, {0xE8, 0x03, 0x17, 0xFC}, {44100, 1}, {0, 0}},
+        {"silence and 129 of 8 bits", {8000, 2, 8}, {128, 129}, {8000, 1, 8}, {128}},
+        {"mono 8 bits to stereo", {8000, 1, 8}, {7, 9}, {8000, 2, 8}, {7, 7, 9, 9}},
+        {"the lowest of 8 bits", {8000, 1, 8}, {0, 255}, {8000, 1, 16}, {0x00, 0x80, 0x00, 0x7F}},
+        {"-1 of 16 bits", {8000, 1, 16}, {0xFF, 0xFF, 0x00, 0xFF}, {8000, 1, 8}, {128, 127}},
+        {"an odd end in no frame", kCd, {1, 0, 2, 0, 9}, kHalf, {1, 0, 2, 0}},
+        {"all three", kCd, frames, {22050, 1, 8}, {128, 128}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(Changed(c.from, c.data, c.to), WrittenWave(c.to, c.expected)) << c.what;
+}
+
+TEST_F(ChangeOfFormat, CountsDroppedFramesFromEachBlock) {
+    const Bytes written = Changed({48000}, Pattern(2 * 8192), {16000});
+    EXPECT_EQ(written.size(), 46u + 2 * 2732);
+}
+
+TEST_F(ChangeOfFormat, EqualsItsModel) {
+    std::mt19937 random(7);
+    const auto pick = [&](uint32_t most) { return static_cast<uint32_t>(random() % most); };
+    for (int i = 0; i < 300; ++i) {
+        const uint32_t base = 1 + pick(48000), factor = 1 + pick(pick(8) ? 6 : 200);
+        const bool up = pick(2);
+        const auto channels = [&] { return static_cast<uint16_t>(1 + pick(2)); };
+        const auto bits = [&] { return static_cast<uint16_t>(8 + 8 * pick(2)); };
+        const Format from{up ? base : base * factor, channels(), bits()};
+        const Format to{up ? base * factor : base, channels(), bits()};
+        const Bytes data = Pattern(1 + pick(40000) / (up ? factor : 1), pick(1000));
+        const Bytes list = pick(2) ? Chunk("LIST", Pattern(pick(99))) : Bytes();
+        const Bytes record = FormatRecord(from) + Bytes(pick(2) ? 2 : 0);
+        const std::string in =
+            folder_.Write("in.wav", Riff(list + Chunk("fmt ", record) + list + Chunk("data", data) + list));
+        SCOPED_TRACE(::testing::Message() << "case " << i << ": " << from.rate << "/" << from.channels << "/"
+                                          << from.bits << " to " << to.rate << "/" << to.channels << "/"
+                                          << to.bits << ", " << data.size() << " bytes");
+        const Bytes source = ReadFile(in), expected = Model(data, from, to);
+        const uint16_t result = Change(in, target_, to, pick(2));
+        ASSERT_EQ(ReadFile(in), source);
+        if (from.rate == to.rate && from.channels == to.channels && from.bits == to.bits) {
+            ASSERT_EQ(result, TOLVANE_SAME_FORMAT);
+        } else if (expected.empty()) {
+            ASSERT_THAT(result, AnyOf(TOLVANE_OK, TOLVANE_INPUT_EMPTY)) << "not one whole frame";
+        } else {
+            ASSERT_EQ(result, TOLVANE_OK);
+            ASSERT_EQ(ReadFile(target_), WrittenWave(to, expected));
+        }
+    }
+}
+
+TEST_F(ChangeOfFormat, RefusesWithACodeAndWritesNothing) {
+    AudioPlayWave(folder_.Path("none.wav").c_str(), 0, 0, 0, 1, 0);  // forgets the current file
+    const auto wave = [&](const char* name, const Bytes& chunks) {
+        return folder_.Write(name, Riff(chunks));
+    };
+    const Bytes fmt = Chunk("fmt ", FormatRecord(kCd)), data = Chunk("data", Pattern(64));
+    const std::string good = wave("good.wav", fmt + data), far(300, 'x');
+    const std::string three = folder_.Write("3.wav", WaveFile({44100, 3, 16}, Pattern(60)));
+    const std::string deep = folder_.Write("24.wav", WaveFile({44100, 2, 24}, Pattern(60)));
+    const std::string fast = folder_.Write("fast.wav", WaveFile({3'000'000'000, 1, 8}, Pattern(60)));
+    const std::string slow = folder_.Write("slow.wav", WaveFile({1, 1, 8}, Pattern(60'000)));
+    const struct {
+        const char* what;
+        std::string file, target;
+        Format to;
+        uint16_t code;
+    } cases[] = {
+        {"no file named, none current", "", target_, kHalf, TOLVANE_NO_PATH},
+        {"missing", folder_.Path("none"), target_, kHalf, TOLVANE_CANNOT_OPEN},
+        {"overlong", far, target_, kHalf, TOLVANE_CANNOT_OPEN},
+        {"a folder", folder_.Path(), target_, kHalf, TOLVANE_CANNOT_OPEN},
+        {"empty", folder_.Write("0", {}), target_, kHalf, TOLVANE_CANNOT_OPEN},
+        {"compressed", folder_.Write("c", WaveFile({8000, 1, 8, 7}, Pattern(9))), target_, kHalf,
+         TOLVANE_EDIT_NOT_PCM},
+        {"no wave file", folder_.Write("text", Pattern(99)), target_, kHalf, TOLVANE_EDIT_NOT_PCM},
+        {"no data chunk", wave("nodata", fmt), target_, kHalf, TOLVANE_INPUT_NO_DATA},
+        {"no sound", wave("silent", fmt + Chunk("data", {})), target_, kHalf, TOLVANE_INPUT_EMPTY},
+        {"48,000 from 44,100", good, target_, {48000}, TOLVANE_CHANGE_NOT_POSSIBLE},
+        {"48,000 and mono", good, target_, {48000, 1}, TOLVANE_CHANGE_NOT_POSSIBLE},
+        {"no rate", good, target_, {0}, TOLVANE_CHANGE_NOT_POSSIBLE},
+        {"no channel", good, target_, {22050, 0}, TOLVANE_CHANGE_NOT_POSSIBLE},
+        {"3 channels", good, target_, {22050, 3}, TOLVANE_CHANGE_NOT_POSSIBLE},
+        {"24 bits", good, target_, {22050, 2, 24}, TOLVANE_CHANGE_NOT_POSSIBLE},
+        {"20 bits", good, target_, {44100, 2, 20}, TOLVANE_CHANGE_NOT_POSSIBLE},
+        {"from 3 channels", three, target_, kHalf, TOLVANE_CHANGE_NOT_POSSIBLE},
+        {"from 24 bits", deep, target_, kHalf, TOLVANE_CHANGE_NOT_POSSIBLE},
+        {"bytes a second beyond 32 bits", fast, target_, {3'000'000'000, 2, 8}, TOLVANE_CHANGE_NOT_POSSIBLE},
+        {"a result beyond 2 GiB", slow, target_, {192'000, 1, 8}, TOLVANE_OUTPUT_NOT_WRITTEN},
+        {"its own format", good, target_, kCd, TOLVANE_SAME_FORMAT},
+        {"onto itself", good, good, kHalf, TOLVANE_OUTPUT_NOT_WRITTEN},
+        {"onto itself by another name",
+         good,
+         folder_.Path("./good.wav"),
+         {44100, 1},
+         TOLVANE_OUTPUT_NOT_WRITTEN},
+        {"no target", good, "", kHalf, TOLVANE_OUTPUT_NOT_WRITTEN},
+        {"overlong target", good, far, kHalf, TOLVANE_OUTPUT_NOT_WRITTEN},
+        {"a target in no folder", good, folder_.Path("none/out.wav"), kHalf, TOLVANE_OUTPUT_NOT_WRITTEN},
+        {"a folder as target", good, temp_.Path(), {44100, 1}, TOLVANE_OUTPUT_NOT_WRITTEN},
+    };
+    const Bytes source = ReadFile(good);
+    for (const auto& c : cases) {
+        for (bool as_job : {false, true})
+            EXPECT_EQ(Change(c.file, c.target, c.to, as_job), c.code) << c.what << (as_job ? ", job" : "");
+        EXPECT_EQ(ReadFile(good), source) << c.what;
+        EXPECT_FALSE(std::filesystem::exists(target_)) << c.what;
+    }
+    EXPECT_EQ(AudioChangeFormat(nullptr, nullptr, 22050, 16, 2, nullptr, 1), TOLVANE_NO_PATH);
+    EXPECT_EQ(AudioChangeFormat(good.c_str(), nullptr, 22050, 16, 2, nullptr, 1), TOLVANE_OUTPUT_NOT_WRITTEN);
+    EXPECT_EQ(AudioChangeFormat(good.c_str(), target_.c_str(), 22050, 16, 2, nullptr, 0),
+              TOLVANE_NO_CHANGE_MEMORY)
+        << "nowhere to put the job";
+}
+
+TEST_F(ChangeOfFormat, SparesItsSourceBehindLinks) {
+    const std::string in = folder_.Write("in.wav", WaveFile(kCd, Pattern(400)));
+    const Bytes source = ReadFile(in);
+    std::error_code refused;
+    std::filesystem::create_hard_link(in, folder_.Path("hard.wav"), refused);
+    if (!refused) {
+        EXPECT_EQ(Change(in, folder_.Path("hard.wav"), kHalf), TOLVANE_OUTPUT_NOT_WRITTEN);
+    }
+    std::filesystem::create_symlink(in, folder_.Path("soft.wav"), refused);
+    if (!refused) {
+        EXPECT_EQ(Change(in, folder_.Path("soft.wav"), {44100, 1}), TOLVANE_OUTPUT_NOT_WRITTEN);
+    }
+    EXPECT_EQ(ReadFile(in), source);
+}
+
+TEST_F(ChangeOfFormat, ReplacesWhatStoodThereAndReadsWhatMayOnlyBeRead) {
+    const Format to{44100, 1, 8};
+    const Bytes data = Pattern(30'000);
+    const std::string in = folder_.Write("in.wav", WaveFile(kCd, data));
+    folder_.Write("out.wav", Pattern(500'000));
+    using std::filesystem::perms;
+    constexpr auto kWrite = perms::owner_write | perms::group_write | perms::others_write;
+    std::filesystem::permissions(in, kWrite, std::filesystem::perm_options::remove);
+    EXPECT_EQ(Change(in, target_, to), TOLVANE_OK);
+    EXPECT_EQ(ReadFile(target_), WrittenWave(to, Model(data, kCd, to)));
+    EXPECT_NE(std::filesystem::status(target_).permissions() & kWrite, perms::none);
+    std::filesystem::permissions(in, perms::owner_write, std::filesystem::perm_options::add);
+}
+
+TEST_F(ChangeOfFormat, TakesTheCurrentFileWhereNoneIsNamed) {
+    const Bytes data = Pattern(4000);
+    const std::string in = folder_.Write("in.wav", WaveFile(kCd, data));
+    AudioLoadFile(in.c_str());
+    EXPECT_EQ(Change("", target_, kHalf), TOLVANE_OK);
+    EXPECT_EQ(ReadFile(target_), WrittenWave(kHalf, RateModel(data, kCd, 22050)));
+    AudioPlayWave(folder_.Path("none.wav").c_str(), 0, 0, 0, 1, 0);
+}
+
+TEST_F(ChangeOfFormat, EndsWhereTheSoundBreaksOff) {
+    const Bytes data = Pattern(20'000);
+    const Bytes whole = Riff(Chunk("fmt ", FormatRecord(kCd)) + Chunk("data", data, 4'000'000'000u));
+    const std::string in = folder_.Write("in.wav", whole);
+    for (bool as_job : {false, true}) {
+        EXPECT_EQ(Change(in, target_, kHalf, as_job), TOLVANE_OUTPUT_NOT_WRITTEN);
+        EXPECT_EQ(ReadFile(target_), WrittenWave(kHalf, RateModel(data, kCd, 22050))) << "what there was";
+    }
+    EXPECT_EQ(
+        Change(folder_.Write("in.wav", Riff(Chunk("fmt ", FormatRecord(kCd)) + Chunk("data", data, 30'000))),
+               target_, {44100, 2, 8}),
+        TOLVANE_OUTPUT_NOT_WRITTEN);
+    EXPECT_EQ(ReadFile(target_), ReadFile(in)) << "a copy of the file";
+}
+
+TEST_F(ChangeOfFormat, ShowsItsProgressInEqualParts) {
+    const std::string in = folder_.Write("in.wav", WaveFile(kCd, Pattern(100'000)));
+    const struct {
+        Format to;
+        uint32_t end;
+    } cases[] = {{kHalf, 100}, {{22050, 1}, 100}, {{22050, 1, 8}, 99}};
+    for (const auto& c : cases) {
+        EditJob* job = nullptr;
+        ASSERT_EQ(
+            AudioChangeFormat(in.c_str(), target_.c_str(), c.to.rate, c.to.bits, c.to.channels, &job, 0), 0);
+        while (!AudioEditProcessIsOver(job))
+            std::this_thread::yield();
+        EXPECT_EQ(AudioEditGetProcessProgress(job), c.end);
+        EXPECT_EQ(FinishJob(job), TOLVANE_OK);
+    }
+}
+
+// Wherever the cancel comes: the target is a wave file whose sound is the beginning of the whole one.
+TEST_F(ChangeOfFormat, LeavesAWaveFileWhenCancelled) {
+    const Bytes data = Pattern(2'000'000);
+    const std::string in = folder_.Write("in.wav", WaveFile(kCd, data));
+    const Bytes whole = RateModel(data, kCd, 22050);
+    std::mt19937 random(3);
+    int cancelled = 0;
+    for (int i = 0; i < 60; ++i) {
+        EditJob* job = nullptr;
+        ASSERT_EQ(AudioChangeFormat(in.c_str(), target_.c_str(), 22050, 16, 2, &job, 0), TOLVANE_OK);
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 2000));
+        AudioEditCancelPressed(job);
+        const uint16_t reason = FinishJob(job);
+        ASSERT_THAT(reason, AnyOf(TOLVANE_OK, TOLVANE_CANCELLED));
+        cancelled += reason == TOLVANE_CANCELLED;
+        const Bytes left = ReadFile(target_);
+        ASSERT_GE(left.size(), 46u);
+        ASSERT_EQ(left, WrittenWave(kHalf, Part(whole, 0, left.size() - 46)));
+        ASSERT_TRUE(reason == TOLVANE_CANCELLED || left.size() == whole.size() + 46);
+    }
+    EXPECT_GT(cancelled, 0);
+}
+
+class ChangeWhilePlaying : public Playing {};
+
+TEST_F(ChangeWhilePlaying, RefusesThePlayedFileByItsName) {
+    Make(kCd, 44100);
+    ASSERT_EQ(Play(), TOLVANE_OK);
+    const std::string target = folder_.Path("out.wav"),
+                      other = folder_.Write("y.wav", WaveFile(kCd, Pattern(8)));
+    for (bool as_job : {false, true})
+        EXPECT_EQ(Change(path_, target, kHalf, as_job), TOLVANE_FILE_IS_PLAYING);
+    EXPECT_EQ(Change(other, target, kHalf), TOLVANE_OK);
+    AudioStop();
+    EXPECT_EQ(Change(path_, target, kHalf), TOLVANE_OK);
+}
+
+// Each service call of all three passes fails in turn. A scratch file can only stay where its deletion failed, and
+// that is no failure of the change.
+TEST_F(ChangeOfFormat, SurvivesEachFailingCall) {
+    if (!FaultsAvailable()) GTEST_SKIP() << "the system's own services cannot be made to fail";
+    const Format to{22050, 1, 8};
+    const Bytes data = Pattern(9'000), expected = WrittenWave(to, Model(data, kCd, to));
+    const std::string in = folder_.Write("in.wav", WaveFile(kCd, data));
+    const Bytes source = ReadFile(in);
+    for (bool as_job : {false, true}) {
+        uint16_t result = 0;
+        const auto check = [&] {
+            EXPECT_THAT(result, AnyOf(0, 102, 318, 350, 351, 352, 353, 355, 357, 358));
+            EXPECT_EQ(ReadFile(in), source);
+            EXPECT_TRUE(result != TOLVANE_OK || ReadFile(target_) == expected);
+            for (const std::string& name : temp_.Names())
+                if (std::find(scratch_.begin(), scratch_.end(), name) == scratch_.end()) {
+                    EXPECT_EQ(result, TOLVANE_OK) << name;
+                    std::filesystem::remove(temp_.Path(name));
+                }
+        };
+        const auto sweep = [&] {
+            return FailEachCall([&] { result = Change(in, target_, to, as_job); }, check);
+        };
+        sweep();
+        const Resources before = Resources::Now();
+        EXPECT_GT(sweep(), 100u);
+        // Blocks that could not be given back stay: each of the six once.
+        EXPECT_TRUE(NothingLeftSince(before, 64 * 1024)) << before << " -> " << Resources::Now();
+    }
+}
+
+TEST_F(ChangeOfFormat, TellsMissingMemoryAndThreads) {
+    if (!FaultsAvailable()) GTEST_SKIP() << "the system's own services cannot be made to fail";
+    const std::string in = folder_.Write("in.wav", WaveFile(kCd, Pattern(9'000)));
+    const struct {
+        const char* service;
+        uint32_t nth;
+        bool as_job;
+    } cases[] = {{"_beginthreadex", 1, true}, {"GlobalAlloc", 2, false}, {"GlobalLock", 3, false}};
+    for (const auto& c : cases) {
+        FaultScope fault(c.service, c.nth);
+        EXPECT_EQ(Change(in, target_, kHalf, c.as_job), TOLVANE_NO_CHANGE_MEMORY) << c.service;
+    }
+}
+
+}  // namespace
+}  // namespace tolvane::test
