@@ -24,16 +24,34 @@ struct Predictor {
         return static_cast<int16_t>(value);
     }
 
-    int Encode(int sample) {
-        int distance = std::abs(sample - value), step = kImaSteps[static_cast<size_t>(index)];
-        int code = sample < value ? 8 : 0;
-        for (int bit = 4; bit; bit >>= 1, step >>= 1) {
-            if (distance < step) continue;
-            code |= bit;
-            distance -= step;
+    // The code that comes nearest to the sample, or the one that comes second.
+    int CodeFor(int sample, bool second) const {
+        const int step = kImaSteps[static_cast<size_t>(index)];
+        int distance = std::abs(sample - value), size = 0;
+        for (int shift = 0; shift < 3; ++shift) {
+            if (distance < step >> shift) continue;
+            distance -= step >> shift;
+            size |= 4 >> shift;
         }
-        Decode(code);
-        return code;
+        const int sign = sample < value ? 8 : 0;
+        if (!second) return size | sign;
+        size += distance >= step >> 3 ? 1 : -1;
+        return size < 0 ? sign ^ 8 : size > 7 ? 6 | sign : size | sign;
+    }
+};
+
+// A group as one of the ways makes it: each takes the second best code at another place, the first nowhere.
+struct Attempt {
+    Predictor predictor;
+    uint8_t bytes[kImaHeader] = {};
+    int error = 0;
+
+    Attempt(const Predictor& start, size_t way, const int16_t* in, size_t channels) : predictor(start) {
+        for (size_t i = 0; i < kImaGroup; ++i, in += channels) {
+            const int code = predictor.CodeFor(*in, way == i + 1);
+            error = std::min(error + std::abs(*in - predictor.Decode(code)), 0xFFFF);
+            bytes[i / 2] = static_cast<uint8_t>(bytes[i / 2] | code << (i % 2 * 4));
+        }
     }
 };
 
@@ -55,13 +73,15 @@ void EncodeChannel(const int16_t* in, const ImaLayout& layout, uint8_t* out) {
     out[1] = static_cast<uint8_t>(*in >> 8);
     out[2] = static_cast<uint8_t>(predictor.index);
     out[3] = 0;
-    for (size_t frame = 1; frame < layout.frames; frame += kImaGroup) {
-        out += kImaHeader * channels;
-        for (size_t i = 0; i < kImaGroup; i += 2) {
-            const int low = predictor.Encode(*(in += channels));
-            const int high = predictor.Encode(*(in += channels));
-            out[i / 2] = static_cast<uint8_t>(low | high << 4);
+    in += channels;
+    for (size_t frame = 1; frame < layout.frames; frame += kImaGroup, in += kImaGroup * channels) {
+        Attempt best(predictor, 0, in, channels);
+        for (size_t way = 1; way < kImaWays; ++way) {
+            const Attempt other(predictor, way, in, channels);
+            if (other.error < best.error) best = other;
         }
+        predictor = best.predictor;
+        std::copy_n(best.bytes, kImaHeader, out += kImaHeader * channels);
     }
 }
 

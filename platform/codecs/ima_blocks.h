@@ -13,6 +13,7 @@ namespace tolvane::platform {
 
 constexpr size_t kImaHeader = 4;  // bytes a channel
 constexpr size_t kImaGroup = 8;   // samples a channel that four bytes hold
+constexpr size_t kImaWays = 4;
 constexpr int kImaLastIndex = 88;
 
 struct ImaLayout {
@@ -34,6 +35,7 @@ constexpr size_t ImaBytesOf(const ImaLayout& layout) {
 
 // For any bytes: an index beyond the table counts as its last.
 void DecodeImaBlocks(const uint8_t* in, size_t blocks, const ImaLayout& layout, int16_t* frames);
+// Each group is encoded in several ways, of which the one with the smallest error stays.
 void EncodeImaBlocks(const int16_t* frames, size_t blocks, const ImaLayout& layout, uint8_t* out);
 
 // The index with which a channel's samples of a block are best begun.

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace tolvane::platform::avx2 {
 namespace {
@@ -92,9 +93,25 @@ TOLVANE_AVX2_INLINE Vector DecodeWords(Vector& value, Vector step, Vector codes)
     return value = Moved(value, large, small, HasBit(codes, 8));
 }
 
+TOLVANE_AVX2_INLINE Vector Distance(Vector a, Vector b) {
+    return _mm256_sub_epi16(_mm256_max_epi16(a, b), _mm256_min_epi16(a, b));
+}
+
+// The neighbour of each code on the side where the sample is; `left` is what the code leaves of the distance.
+TOLVANE_AVX2_INLINE Vector SecondBest(Vector codes, Vector left, Vector step) {
+    const Vector above = AtLeast(left, _mm256_srli_epi16(step, 3));
+    const Vector change = _mm256_sub_epi16(_mm256_set1_epi16(-1), _mm256_add_epi16(above, above));
+    const Vector size = _mm256_add_epi16(_mm256_and_si256(codes, _mm256_set1_epi16(7)), change);
+    const Vector crossed = _mm256_srai_epi16(size, 15), over = _mm256_cmpgt_epi16(size, _mm256_set1_epi16(7));
+    const Vector within = _mm256_add_epi16(_mm256_andnot_si256(crossed, size), _mm256_add_epi16(over, over));
+    const Vector sign = _mm256_and_si256(_mm256_xor_si256(codes, crossed), _mm256_set1_epi16(8));
+    return _mm256_or_si256(within, sign);
+}
+
+template <bool kSecondBest>
 TOLVANE_AVX2_INLINE Vector EncodeWords(Vector& value, Vector step, Vector samples) {
     const Vector negative = _mm256_cmpgt_epi16(value, samples);
-    Vector distance = _mm256_sub_epi16(_mm256_max_epi16(value, samples), _mm256_min_epi16(value, samples));
+    Vector distance = Distance(value, samples);
     const Vector has4 = AtLeast(distance, step), large = _mm256_and_si256(has4, step);
     distance = _mm256_sub_epi16(distance, large);
     const Vector step2 = _mm256_srli_epi16(step, 1);
@@ -102,10 +119,16 @@ TOLVANE_AVX2_INLINE Vector EncodeWords(Vector& value, Vector step, Vector sample
     distance = _mm256_sub_epi16(distance, half);
     const Vector step1 = _mm256_srli_epi16(step, 2);
     const Vector has1 = AtLeast(distance, step1), quarter = _mm256_and_si256(has1, step1);
+    const Vector codes = _mm256_or_si256(_mm256_or_si256(Bit(negative, 8), Bit(has4, 4)),
+                                         _mm256_or_si256(Bit(has2, 2), Bit(has1, 1)));
+    if constexpr (kSecondBest) {
+        const Vector others = SecondBest(codes, _mm256_sub_epi16(distance, quarter), step);
+        DecodeWords(value, step, others);
+        return others;
+    }
     const Vector small = _mm256_add_epi16(_mm256_add_epi16(half, quarter), _mm256_srli_epi16(step, 3));
     value = Moved(value, large, small, negative);
-    return _mm256_or_si256(_mm256_or_si256(Bit(negative, 8), Bit(has4, 4)),
-                           _mm256_or_si256(Bit(has2, 2), Bit(has1, 1)));
+    return codes;
 }
 
 struct Predictors {
@@ -126,10 +149,11 @@ struct Predictors {
                 DecodeWords(values.b, steps.b, _mm256_unpackhi_epi8(codes, zero))};
     }
 
-    TOLVANE_AVX2_INLINE Vector Encode(const Words& samples) {
+    template <bool kSecondBestA, bool kSecondBestB>
+    TOLVANE_AVX2_INLINE Vector Encode(Vector samples) {
         const Words steps = StepsAt(indexes);
-        const Vector codes = _mm256_packus_epi16(EncodeWords(values.a, steps.a, samples.a),
-                                                 EncodeWords(values.b, steps.b, samples.b));
+        const Vector codes = _mm256_packus_epi16(EncodeWords<kSecondBestA>(values.a, steps.a, samples),
+                                                 EncodeWords<kSecondBestB>(values.b, steps.b, samples));
         Adapt(codes);
         return codes;
     }
@@ -153,16 +177,12 @@ TOLVANE_AVX2_INLINE void Transpose(Vector (&rows)[8]) {
     }
 }
 
-// Four codes pairs, a byte of each chain in a vector, become four bytes a chain, and back.
-TOLVANE_AVX2_INLINE void StoreGroup(const Vector (&bytes)[4], uint32_t (&groups)[kChains]) {
-    const Vector low01 = _mm256_unpacklo_epi8(bytes[0], bytes[1]),
-                 low23 = _mm256_unpacklo_epi8(bytes[2], bytes[3]);
-    const Vector high01 = _mm256_unpackhi_epi8(bytes[0], bytes[1]),
-                 high23 = _mm256_unpackhi_epi8(bytes[2], bytes[3]);
-    Split(_mm256_unpacklo_epi16(low01, low23), &groups[0], &groups[kPairs]);
-    Split(_mm256_unpackhi_epi16(low01, low23), &groups[4], &groups[kPairs + 4]);
-    Split(_mm256_unpacklo_epi16(high01, high23), &groups[8], &groups[kPairs + 8]);
-    Split(_mm256_unpackhi_epi16(high01, high23), &groups[12], &groups[kPairs + 12]);
+// The bytes of a group, one of each chain in a vector, become four bytes a chain, and back.
+TOLVANE_AVX2_INLINE void StoreGroup(const Vector (&bytes)[4], uint32_t (&groups)[kPairs]) {
+    const Vector first = _mm256_unpacklo_epi8(bytes[0], bytes[1]),
+                 second = _mm256_unpacklo_epi8(bytes[2], bytes[3]);
+    Split(_mm256_unpacklo_epi16(first, second), &groups[0], &groups[8]);
+    Split(_mm256_unpackhi_epi16(first, second), &groups[4], &groups[12]);
 }
 
 TOLVANE_AVX2_INLINE void LoadGroup(const uint32_t (&groups)[kChains], Vector (&bytes)[4]) {
@@ -199,39 +219,36 @@ TOLVANE_AVX2_INLINE void StorePair(Vector samples, int16_t* first, int16_t* seco
     _mm256_storeu_si256(reinterpret_cast<Vector*>(first), _mm256_shuffle_epi8(frames, Repeated(kTogether)));
 }
 
-// The headers of all chains, and where their next samples and bytes are: firsts, then seconds.
-template <class Sample, class Byte>
+// Where the samples and bytes of so many pairs of chains are, and their headers: firsts, then seconds.
+template <size_t kCount, class Sample, class Byte>
 struct Chains {
-    Sample* samples[kChains];
-    Byte* bytes[kChains];
-    alignas(32) int16_t values[kChains];
-    alignas(32) uint8_t indexes[kChains];
+    Sample* samples[2 * kCount];
+    Byte* bytes[2 * kCount];
+    int16_t values[2 * kCount];
+    uint8_t indexes[2 * kCount];
 
     // Where there are fewer blocks than places, the last block is worked on more than once.
     Chains(Sample* frames, Byte* blocks, size_t count, const ImaLayout& layout) {
-        for (size_t i = 0; i < kChains; ++i) {
-            const size_t channel = layout.channels == 1 ? 0 : i / kPairs;
-            const size_t block = std::min(layout.channels == 1 ? i : i % kPairs, count - 1);
+        for (size_t i = 0; i < 2 * kCount; ++i) {
+            const size_t channel = layout.channels == 1 ? 0 : i / kCount;
+            const size_t block = std::min(layout.channels == 1 ? i : i % kCount, count - 1);
             samples[i] = frames + block * layout.frames * layout.channels + channel;
             bytes[i] = blocks + block * layout.block_size + channel * kImaHeader;
         }
-    }
-
-    TOLVANE_AVX2_INLINE Predictors Start() const {
-        return {{Joined(&values[0], &values[kPairs]), Joined(&values[8], &values[kPairs + 8])},
-                _mm256_load_si256(reinterpret_cast<const Vector*>(indexes))};
     }
 };
 
 template <size_t kChannels>
 TOLVANE_AVX2 void DecodeRun(const uint8_t* in, size_t count, const ImaLayout& layout, int16_t* frames) {
-    Chains<int16_t, const uint8_t> chains(frames, in, count, layout);
+    Chains<kPairs, int16_t, const uint8_t> chains(frames, in, count, layout);
     for (size_t i = 0; i < kChains; ++i) {
         std::memcpy(&chains.values[i], chains.bytes[i], sizeof chains.values[i]);
         chains.indexes[i] = std::min(chains.bytes[i][2], uint8_t{kImaLastIndex});
         *chains.samples[i] = chains.values[i];
     }
-    Predictors predictors = chains.Start();
+    Predictors predictors{{Joined(&chains.values[0], &chains.values[kPairs]),
+                           Joined(&chains.values[8], &chains.values[kPairs + 8])},
+                          Joined(&chains.indexes[0], &chains.indexes[kPairs])};
     const Vector nibble = _mm256_set1_epi8(15);
     for (size_t frame = 1, byte = kImaHeader * kChannels; frame < layout.frames;
          frame += kImaGroup, byte += kImaHeader * kChannels) {
@@ -256,40 +273,103 @@ TOLVANE_AVX2 void DecodeRun(const uint8_t* in, size_t count, const ImaLayout& la
     }
 }
 
+// Eight pairs of chains encode a group in four ways: two tries of two ways each, one in each half of the words.
+struct Try {
+    Predictors predictors;
+    Words errors;
+    Vector codes[kImaGroup];
+};
+
+template <size_t kWay, size_t kPlace>
+TOLVANE_AVX2_INLINE void EncodePlace(Try& at, Vector samples) {
+    Predictors& predictors = at.predictors;
+    at.codes[kPlace] = predictors.Encode<kWay == kPlace + 1, kWay == kPlace>(samples);
+    at.errors.a = _mm256_adds_epu16(at.errors.a, Distance(predictors.values.a, samples));
+    at.errors.b = _mm256_adds_epu16(at.errors.b, Distance(predictors.values.b, samples));
+}
+
+template <size_t... kPlaces>
+TOLVANE_AVX2_INLINE void EncodePlaces(Try (&tries)[2], const Vector (&samples)[kImaGroup],
+                                      std::index_sequence<kPlaces...>) {
+    ((EncodePlace<0, kPlaces>(tries[0], samples[kPlaces]),
+      EncodePlace<2, kPlaces>(tries[1], samples[kPlaces])),
+     ...);
+}
+
+// A selection of words for both the words themselves and, packed, for bytes.
+struct Selection {
+    Vector words, bytes;
+
+    TOLVANE_AVX2_INLINE static Selection Smaller(Vector other, Vector present) {
+        const Vector stays = _mm256_cmpeq_epi16(_mm256_min_epu16(present, other), present);
+        return {stays, _mm256_packs_epi16(stays, stays)};
+    }
+    TOLVANE_AVX2_INLINE Vector Words(Vector present, Vector other) const {
+        return _mm256_blendv_epi8(other, present, words);
+    }
+    TOLVANE_AVX2_INLINE Vector Bytes(Vector present, Vector other) const {
+        return _mm256_blendv_epi8(other, present, bytes);
+    }
+};
+
+// The better way of a try, in both halves.
+TOLVANE_AVX2_INLINE void Settle(Try& at, Vector (&bytes)[4]) {
+    const Selection best = Selection::Smaller(at.errors.b, at.errors.a);
+    at.errors.a = _mm256_min_epu16(at.errors.a, at.errors.b);
+    at.predictors.values.a = best.Words(at.predictors.values.a, at.predictors.values.b);
+    const auto halves = [&best](Vector both) __attribute__((target("avx2"))) {
+        return best.Bytes(_mm256_unpacklo_epi64(both, both), _mm256_unpackhi_epi64(both, both));
+    };
+    at.predictors.indexes = halves(at.predictors.indexes);
+    for (size_t i = 0; i < 4; ++i)
+        bytes[i] = halves(_mm256_or_si256(at.codes[2 * i], _mm256_slli_epi16(at.codes[2 * i + 1], 4)));
+}
+
+TOLVANE_AVX2_INLINE void EncodeGroup(Predictors& start, const Vector (&samples)[kImaGroup],
+                                     Vector (&bytes)[4]) {
+    const Vector zero = _mm256_setzero_si256();
+    Try tries[2] = {{start, {zero, zero}, {}}, {start, {zero, zero}, {}}};
+    EncodePlaces(tries, samples, std::make_index_sequence<kImaGroup>());
+    Vector others[4];
+    Settle(tries[0], bytes);
+    Settle(tries[1], others);
+    const Selection best = Selection::Smaller(tries[1].errors.a, tries[0].errors.a);
+    const Vector value = best.Words(tries[0].predictors.values.a, tries[1].predictors.values.a);
+    start = {{value, value}, best.Bytes(tries[0].predictors.indexes, tries[1].predictors.indexes)};
+    for (size_t i = 0; i < 4; ++i)
+        bytes[i] = best.Bytes(bytes[i], others[i]);
+}
+
 template <size_t kChannels>
 TOLVANE_AVX2 void EncodeRun(const int16_t* frames, size_t count, const ImaLayout& layout, uint8_t* out) {
-    Chains<const int16_t, uint8_t> chains(frames, out, count, layout);
-    for (size_t i = 0; i < kChains; ++i) {
+    constexpr size_t kRunPairs = kPairs / 2, kRunChains = 2 * kRunPairs;
+    Chains<kRunPairs, const int16_t, uint8_t> chains(frames, out, count, layout);
+    for (size_t i = 0; i < kRunChains; ++i) {
         chains.values[i] = *chains.samples[i];
         chains.indexes[i] = static_cast<uint8_t>(ImaStartIndex(chains.samples[i], layout));
         std::memcpy(chains.bytes[i], &chains.values[i], sizeof chains.values[i]);
         chains.bytes[i][2] = chains.indexes[i];
         chains.bytes[i][3] = 0;
     }
-    Predictors predictors = chains.Start();
+    const Vector values = Joined(&chains.values[0], &chains.values[kRunPairs]);
+    const Vector indexes = _mm256_permute4x64_epi64(Repeated(chains.indexes), 0b01'01'00'00);
+    Predictors predictors{{values, values}, indexes};
     for (size_t frame = 1, byte = kImaHeader * kChannels; frame < layout.frames;
          frame += kImaGroup, byte += kImaHeader * kChannels) {
-        Vector a[8], b[8], bytes[4];
+        Vector samples[kImaGroup], bytes[4];
         const size_t at = frame * kChannels;
-        for (size_t i = 0; i < 8; ++i) {
-            a[i] = LoadPair<kChannels>(chains.samples[i] + at, chains.samples[kPairs + i] + at);
-            b[i] = LoadPair<kChannels>(chains.samples[i + 8] + at, chains.samples[kPairs + i + 8] + at);
-        }
-        Transpose(a);
-        Transpose(b);
-        for (size_t i = 0; i < kImaGroup; i += 2) {
-            const Vector low = predictors.Encode({a[i], b[i]}),
-                         high = predictors.Encode({a[i + 1], b[i + 1]});
-            bytes[i / 2] = _mm256_or_si256(low, _mm256_slli_epi16(high, 4));
-        }
-        uint32_t groups[kChains];
+        for (size_t i = 0; i < kRunPairs; ++i)
+            samples[i] = LoadPair<kChannels>(chains.samples[i] + at, chains.samples[kRunPairs + i] + at);
+        Transpose(samples);
+        EncodeGroup(predictors, samples, bytes);
+        uint32_t groups[kRunChains];
         StoreGroup(bytes, groups);
-        for (size_t i = 0; i < kChains; ++i)
+        for (size_t i = 0; i < kRunChains; ++i)
             std::memcpy(chains.bytes[i] + byte, &groups[i], sizeof groups[i]);
     }
 }
 
-// Few blocks go the plain way: a run costs the same however full it is.
+// Few blocks are decoded the plain way: a run costs the same however full it is.
 constexpr size_t kFewestChains = 4;
 
 }  // namespace
@@ -307,8 +387,8 @@ void DecodeImaBlocks(const uint8_t* in, size_t blocks, const ImaLayout& layout, 
 }
 
 void EncodeImaBlocks(const int16_t* frames, size_t blocks, const ImaLayout& layout, uint8_t* out) {
-    const size_t most = kChains / layout.channels, used = ImaBytesOf(layout);
-    while (blocks * layout.channels >= kFewestChains) {
+    const size_t most = kPairs / layout.channels, used = ImaBytesOf(layout);
+    while (blocks > 0) {
         const size_t count = std::min(blocks, most);
         (layout.channels == 1 ? EncodeRun<1> : EncodeRun<2>)(frames, count, layout, out);
         for (size_t i = 0; i < count; ++i)
@@ -317,7 +397,6 @@ void EncodeImaBlocks(const int16_t* frames, size_t blocks, const ImaLayout& layo
         frames += count * layout.frames * layout.channels;
         out += count * layout.block_size;
     }
-    plain::EncodeImaBlocks(frames, blocks, layout, out);
 }
 
 }  // namespace tolvane::platform::avx2
