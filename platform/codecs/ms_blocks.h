@@ -6,6 +6,7 @@
 #define TOLVANE_PLATFORM_CODECS_MS_BLOCKS_H
 
 #include <array>
+#include <climits>
 #include <cstddef>
 #include <cstdint>
 
@@ -20,6 +21,7 @@ struct MsPredictor {
 };
 constexpr size_t kMsPredictors = 7;  // that every format has
 constexpr size_t kMsMostPredictors = 256;
+constexpr int kMsSmallestStep = 16, kMsLargestStep = INT_MAX / 768;
 
 struct MsLayout {
     size_t channels;  // 1 or 2
@@ -38,6 +40,37 @@ constexpr size_t MsFramesIn(size_t bytes, size_t channels) {
 // For any bytes: a predictor that does not exist counts as the first, and steps are bounded.
 void DecodeMsBlocks(const uint8_t* in, size_t blocks, const MsLayout& layout, int16_t* frames);
 void EncodeMsBlocks(const int16_t* frames, size_t blocks, const MsLayout& layout, uint8_t* out);
+
+// What both sides of the codec know of a channel.
+struct MsChannel {
+    MsPredictor predictor{};
+    int step = kMsSmallestStep;
+    int last = 0, before = 0;
+};
+
+// A segment of at most eight samples is encoded in eight ways, each of which takes the second best code at another
+// place, the first nowhere; the way with the smallest error stays. A few channels are worked on side by side.
+constexpr size_t kMsWays = 8, kMsSegment = 8, kMsSideBySide = 4;
+
+struct MsSegments {
+    MsChannel channels[kMsSideBySide];
+    const int16_t* samples[kMsSideBySide];
+    uint32_t codes[kMsSideBySide];  // the first in the highest of `count` half bytes
+    size_t used;                    // so many of them are wanted
+};
+
+// The two ways to the same bytes; the second wants a processor with AVX2. Samples lie `stride` apart.
+namespace plain {
+void EncodeMsSegments(MsSegments& segments, size_t stride, size_t count);
+void EncodeMsBlocks(const int16_t* frames, size_t blocks, const MsLayout& layout, uint8_t* out);
+}  // namespace plain
+namespace avx2 {
+void EncodeMsSegments(MsSegments& segments, size_t stride, size_t count);
+void EncodeMsBlocks(const int16_t* frames, size_t blocks, const MsLayout& layout, uint8_t* out);
+}  // namespace avx2
+
+// How the step follows codes of 0 and 1, 2, 3 ... 8, up or down, in 256ths.
+constexpr std::array<int, 8> kMsAdaptation{230, 230, 230, 307, 409, 512, 614, 768};
 
 }  // namespace tolvane::platform
 #endif
