@@ -146,7 +146,7 @@ MMRESULT WINAPI acmDriverOpen(LPHACMDRIVER open, HACMDRIVERID driver, DWORD flag
 }
 
 MMRESULT WINAPI acmDriverClose(HACMDRIVER open, DWORD flags) {
-    return Serve("acmDriverClose", MMSYSERR_INVALHANDLE, [=]() -> MMRESULT {
+    return ServeAnyway("acmDriverClose", MMSYSERR_INVALHANDLE, [=]() -> MMRESULT {
         if (flags) return MMSYSERR_INVALFLAG;
         return CloseDriver(open) ? MMSYSERR_NOERROR : MMSYSERR_INVALHANDLE;
     });

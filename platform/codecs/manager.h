@@ -65,5 +65,16 @@ MMRESULT Serve(const char* service, MMRESULT usual, Work&& work) noexcept {
     }
 }
 
+// For what gives something back: it does so even when a fault makes it answer that it could not, because nobody
+// could ever give it back then.
+template <class Work>
+MMRESULT ServeAnyway(const char* service, MMRESULT usual, Work&& work) noexcept {
+    uint32_t fault = 0;
+    const bool strikes = PlatformFaultStrikes(service, &fault);
+    const MMRESULT done = work();
+    if (strikes) return fault ? fault : usual;
+    return done;
+}
+
 }  // namespace tolvane::platform
 #endif

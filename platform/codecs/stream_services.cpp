@@ -218,10 +218,9 @@ MMRESULT WINAPI acmStreamOpen(LPHACMSTREAM stream, HACMDRIVER open, LPWAVEFORMAT
 }
 
 MMRESULT WINAPI acmStreamClose(HACMSTREAM stream, DWORD flags) {
-    return ServePlain("acmStreamClose", MMSYSERR_INVALHANDLE, stream, flags, [=](OpenStream&) {
-        ForgetStream(stream);
-        return MMSYSERR_NOERROR;
-    });
+    const auto forget = [=](OpenStream&) { return ForgetStream(stream), MMSYSERR_NOERROR; };
+    return ServeAnyway("acmStreamClose", MMSYSERR_INVALHANDLE,
+                       [&]() -> MMRESULT { return flags ? MMSYSERR_INVALFLAG : WithStream(stream, forget); });
 }
 
 MMRESULT WINAPI acmStreamSize(HACMSTREAM stream, DWORD input, LPDWORD output, DWORD flags) {
