@@ -68,12 +68,12 @@ uint16_t ReadSource(bool may_be_empty, WaveSource* source) {
 
 }  // namespace
 
-MmioFile OpenForReading(const char* path) {
+MmioFile OpenForReading(const char* path, DWORD share) {
     if (!IsUsablePath(path)) return MmioFile();
     // Named so, a '+' in the path does not make the system look for an I/O procedure.
     MMIOINFO info = {};
     info.fccIOProc = FOURCC_DOS;
-    return MmioFile(mmioOpenA(const_cast<char*>(path), &info, MMIO_READ | MMIO_ALLOCBUF | MMIO_DENYNONE));
+    return MmioFile(mmioOpenA(const_cast<char*>(path), &info, MMIO_READ | MMIO_ALLOCBUF | share));
 }
 
 bool FindWave(const MmioFile& file, Chunk* riff) {
@@ -99,18 +99,20 @@ bool ReadExactly(const MmioFile& file, void* to, DWORD size) {
     return count >= 0 && mmioRead(file.Get(), static_cast<HPSTR>(to), count) == count;
 }
 
-bool ReadFormatRecord(const MmioFile& file, const Chunk& riff, GlobalBlock* record) {
+FormatRead ReadFormatRecord(const MmioFile& file, const Chunk& riff, GlobalBlock* record) {
     Chunk chunk;
-    if (!FindSubchunk(file, riff, kFormatChunk, &chunk)) return false;
+    if (!FindSubchunk(file, riff, kFormatChunk, &chunk)) return FormatRead::kNoChunk;
     DWORD size = AvailableBytes(file, chunk);
-    if (size < kShortestFormat || size > kLongestFormat) return false;
+    if (size < kShortestFormat || size < chunk.cksize || size > kLongestFormat)
+        return FormatRead::kUnreadable;
     DWORD room = std::max<DWORD>(size, sizeof(WAVEFORMATEX));
-    if (record->Allocate(room, GMEM_MOVEABLE | GMEM_ZEROINIT) != GlobalBlock::Outcome::kDone) return false;
-    if (!ReadExactly(file, record->Data(), size)) return false;
+    if (record->Allocate(room, GMEM_MOVEABLE | GMEM_ZEROINIT) != GlobalBlock::Outcome::kDone)
+        return FormatRead::kNoMemory;
+    if (!ReadExactly(file, record->Data(), size)) return FormatRead::kUnreadable;
     WAVEFORMATEX* format = static_cast<WAVEFORMATEX*>(record->Data());
     WORD most = static_cast<WORD>(room - sizeof(WAVEFORMATEX));
     format->cbSize = format->wFormatTag == WAVE_FORMAT_PCM ? WORD{0} : std::min(format->cbSize, most);
-    return true;
+    return FormatRead::kDone;
 }
 
 uint16_t OpenWaveSource(const char* path, bool may_be_empty, WaveSource* source) {

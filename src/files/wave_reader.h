@@ -13,8 +13,9 @@ namespace tolvane {
 // A subchunk of a wave file as found; the file is then positioned at its content.
 using Chunk = MMCKINFO;
 
-// Opens a file for reading, buffered by the system; none where the path is unusable.
-MmioFile OpenForReading(const char* path);
+// Opens a file for reading, buffered by the system; none where the path is unusable. `share` says what others
+// may do with it meanwhile (MMIO_DENY...).
+MmioFile OpenForReading(const char* path, DWORD share = MMIO_DENYNONE);
 
 // Finds the RIFF chunk of form "WAVE", from the start of the file.
 bool FindWave(const MmioFile& file, Chunk* riff);
@@ -34,7 +35,8 @@ bool ReadExactly(const MmioFile& file, void* to, DWORD size);
 
 // The whole format record, codec bytes included, at least the 18 bytes of a WAVEFORMATEX; its extra size
 // never exceeds what was read.
-bool ReadFormatRecord(const MmioFile& file, const Chunk& riff, GlobalBlock* record);
+enum class FormatRead { kDone, kNoChunk, kNoMemory, kUnreadable };
+FormatRead ReadFormatRecord(const MmioFile& file, const Chunk& riff, GlobalBlock* record);
 
 inline constexpr FOURCC kWaveForm = mmioFOURCC('W', 'A', 'V', 'E');
 inline constexpr FOURCC kFormatChunk = mmioFOURCC('f', 'm', 't', ' ');

@@ -16,9 +16,14 @@ inline bool IsEmpty(const char* text) {
     return !text || !*text;
 }
 
+// Whether a path fits a path buffer.
+inline bool IsBounded(const char* path) {
+    return memchr(path, 0, kPathSize) != nullptr;
+}
+
 // A path that fits a path buffer, and names something.
 inline bool IsUsablePath(const char* path) {
-    return !IsEmpty(path) && memchr(path, 0, kPathSize) != nullptr;
+    return !IsEmpty(path) && IsBounded(path);
 }
 
 // Copies a text into a buffer of `size` bytes, cut where it does not fit.

@@ -1,7 +1,5 @@
 #include "frame/worker.h"
 
-#include "frame/handles.h"
-
 namespace tolvane {
 
 namespace {
@@ -16,14 +14,14 @@ HMODULE OwnModule(bool hold) {
 
 }  // namespace
 
-bool StartWorker(WorkerMain main, void* job, uint32_t* thread_id) {
+KernelHandle StartWorker(WorkerMain main, void* job, uint32_t* thread_id) {
     Module held(OwnModule(true));
     unsigned id = 0;
-    const KernelHandle thread(reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, main, job, 0, &id)));
-    if (!thread) return false;
+    KernelHandle thread(reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, main, job, 0, &id)));
+    if (!thread) return thread;
     held.Release();
     *thread_id = id;
-    return true;
+    return thread;
 }
 
 void EndWorker() {

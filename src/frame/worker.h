@@ -8,6 +8,8 @@
 #include <atomic>
 #include <cstdint>
 
+#include "frame/handles.h"
+
 namespace tolvane {
 
 // The host's view of a running operation; in the caller's thread nobody looks, and nothing is cancelled.
@@ -23,9 +25,10 @@ struct JobControl {
     }
 };
 
-// Starts `main(job)` on a thread of its own, which keeps the library loaded until it has called EndWorker.
+// Starts `main(job)` on a thread of its own, which keeps the library loaded until it has called EndWorker. No
+// handle when it cannot be started.
 using WorkerMain = unsigned(__stdcall*)(void* job);
-bool StartWorker(WorkerMain main, void* job, uint32_t* thread_id);
+KernelHandle StartWorker(WorkerMain main, void* job, uint32_t* thread_id);
 
 // The last act of a worker: it leaves the library, which may go with it.
 [[noreturn]] void EndWorker();

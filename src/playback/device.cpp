@@ -17,7 +17,7 @@ constexpr DWORD kPatienceAtUnload = 3;  // polls
 
 // The format record of the main file as the device is to be given it.
 bool ReadDeviceFormat(const Playback& playback, uint32_t sample_rate, GlobalBlock* record) {
-    if (!ReadFormatRecord(playback.main.file, playback.main.riff, record)) return false;
+    if (ReadFormatRecord(playback.main.file, playback.main.riff, record) != FormatRead::kDone) return false;
     if (sample_rate) static_cast<WAVEFORMATEX*>(record->Data())->nSamplesPerSec = sample_rate;
     return true;
 }
