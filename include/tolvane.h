@@ -148,6 +148,9 @@ typedef enum TolvaneResult {
     TOLVANE_PCM_SOURCE_NO_DATA = 467   /* The file to convert has no data chunk. */
 } TolvaneResult;
 
+/* Beside 0 (running), what GetACMStatus answers. */
+enum { TOLVANE_CONVERSION_DONE = 1000, TOLVANE_CONVERSION_FAILED = 1001 };
+
 #pragma pack(push, 1)
 
 /* The format of a wave file: the first 16 bytes of its "fmt " chunk. */
@@ -252,11 +255,13 @@ TOLVANE_API uint16_t TOLVANE_CALL AudioGetLevelInBuffer(const InputFileInfo* for
  * sound), at `sampleRate` Hz (0 = the file's own). It returns as soon as the playback runs; the end is told to the
  * callback window. A start at or behind the end of the sound plays from the beginning; an end behind it plays to the
  * end; an end at or before the start ends the playback at once.
- * A compressed file with `convert` 0 goes to the device as it is, and `start` and `sampleRate` are ignored; with
- * `convert` not 0 it is TOLVANE_CANNOT_OPEN in this version. A file that AudioLoadFile opened is closed, also when the
- * start fails.
+ * A compressed file with `convert` 0 goes to the device as it is, and `start` and `sampleRate` are ignored. With
+ * `convert` not 0 it is first converted into a PCM copy, which takes its time; the copy is played again without
+ * converting as long as the same, unchanged file is played and SetTempPath is not called. A file that AudioLoadFile
+ * opened is closed, also when the start fails.
  * Results: TOLVANE_OK; TOLVANE_NO_PATH; TOLVANE_ALREADY_PLAYING; TOLVANE_CANNOT_OPEN; TOLVANE_NO_BUFFERS;
- * TOLVANE_FORMAT_NOT_PLAYABLE; TOLVANE_DEVICE_NOT_OPENED; TOLVANE_BUFFER_NOT_PREPARED; TOLVANE_CANNOT_SEEK. */
+ * TOLVANE_FORMAT_NOT_PLAYABLE; TOLVANE_DEVICE_NOT_OPENED; TOLVANE_BUFFER_NOT_PREPARED; TOLVANE_CANNOT_SEEK; where a copy
+ * cannot be made, TOLVANE_CANNOT_OPEN (no codec for it) or a result of AudioConvert. */
 TOLVANE_API uint16_t TOLVANE_CALL AudioPlayWave(const char* path, uint32_t start, uint16_t unit,
                                                 uint32_t sampleRate, uint32_t convert, uint32_t end);
 
@@ -378,6 +383,72 @@ TOLVANE_API uint16_t TOLVANE_CALL AudioEditCloseHandle(EditJob** job);
 TOLVANE_API uint16_t TOLVANE_CALL AudioChangeFormat(const char* fileName, const char* target,
                                                     uint32_t sampleRate, uint16_t bitsPerSample,
                                                     uint16_t channels, EditJob** job, uint32_t wait);
+
+/* ======== Conversion ======== */
+
+/* Conversions run in the caller's thread, or as a job of their own thread, which the host polls. A job keeps the
+ * library loaded until it has ended, also when the host unloads it meanwhile. The new file appears, or replaces the
+ * one of its name, only when it is whole (it lies beside it until then); a replaced file's rights are kept.
+ * `struct tWAVEFORMATEX` is the system's WAVEFORMATEX, 18 bytes, of <mmreg.h>. */
+struct tWAVEFORMATEX;
+typedef struct ConvertJob ConvertJob;
+typedef struct PcmConversion PcmConversion;
+
+/* Converts the wave file `source` with a codec of the catalogue into the wave file `target`.
+ * `formatTagIndex` names a format tag of the codec. Where it is called "PCM", channels, rate and bits of `pcmFormat`
+ * (null = all 0) are the target format; of any other tag the user chooses the format in the system's dialog (on Linux
+ * the codec's format nearest to 11,025 Hz, mono, 8 bits). 0xFFFFFFFF, like any index the codec does not have, takes
+ * the format that the codec itself suggests. With `allowFallback` not 0 another codec may take over, and where PCM
+ * was asked for, into another PCM format: at last 22,050 Hz, stereo, 16 bits.
+ * `wait` not 0: returns when the conversion is done; `job` is not used. `wait` 0: starts a job and stores its handle in
+ * *job, to be closed with AudioConvertCloseHandle; null when memory or a thread was lacking.
+ * The file gets the largest format record of the codec (PCM: 18 bytes), a fact chunk with the bytes of sound in
+ * `source`, and the sound. After a failure or a cancel there is no new file, and an old one is as it was.
+ * Results, also the reason of a job: TOLVANE_OK; TOLVANE_NO_CODEC (400) to TOLVANE_SOURCE_BAD_FORMAT (430);
+ * TOLVANE_SOURCE_NOT_OPENED and TOLVANE_TARGET_NOT_CREATED at once where a path is missing or too long. A `target`
+ * that is the `source`, or is being written by others, is TOLVANE_TARGET_NOT_CREATED. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioConvert(uint16_t codecIndex, uint32_t formatTagIndex,
+                                               const char* source, const char* target,
+                                               const struct tWAVEFORMATEX* pcmFormat, uint32_t allowFallback,
+                                               ConvertJob** job, uint32_t wait);
+
+/* Asks a job to end; it then ends with the reason TOLVANE_OK and leaves no file. Always TOLVANE_OK. A null handle is
+ * ignored here, and is a job that has ended well in the functions below. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioConvertCancelPressed(ConvertJob* job);
+
+/* 1 when the job has ended, otherwise 0. */
+TOLVANE_API uint32_t TOLVANE_CALL AudioConvertProcessIsOver(ConvertJob* job);
+
+/* How much is done, in percent (0 to 100). */
+TOLVANE_API uint32_t TOLVANE_CALL AudioConvertGetProcessProgress(ConvertJob* job);
+
+/* The result of a job that has ended (see AudioConvert). */
+TOLVANE_API uint16_t TOLVANE_CALL AudioConvertGetReasonForProcessExit(ConvertJob* job);
+
+/* Frees a job that has ended and sets *job to null. Always TOLVANE_OK. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioConvertCloseHandle(ConvertJob** job);
+
+/* Converts the wave file `source` into `target` in a PCM format, by whatever codec can: a compressed file first into
+ * the PCM format that its codec suggests, then into `format` (null = 18 zero bytes). A file that has the format
+ * already is copied. If the second of two steps fails, `target` holds what was converted until then. Results: TOLVANE_OK;
+ * TOLVANE_INPUT_NOT_OPENED (350) to TOLVANE_OUTPUT_NOT_PREPARED (369); TOLVANE_NO_PCM_SUGGESTION;
+ * TOLVANE_NO_STREAM; TOLVANE_SOURCE_CUT_SHORT (423) to TOLVANE_TARGET_FORM_OPEN (427);
+ * TOLVANE_PCM_SOURCE_NOT_WAVE; TOLVANE_PCM_SOURCE_NO_DATA. */
+TOLVANE_API uint32_t TOLVANE_CALL ACMAudioConvertFormatPCM(const char* source, const char* target,
+                                                           const struct tWAVEFORMATEX* format);
+
+/* The same in a thread of its own. Returns a handle, to be given to AbortACMConversion in the end; null when a path is
+ * null or too long, or memory or a thread is lacking. */
+TOLVANE_API PcmConversion* TOLVANE_CALL ACMBeginConvertPCMEx(const char* source, const char* target,
+                                                             const struct tWAVEFORMATEX* format);
+
+/* 0 while the conversion runs, TOLVANE_CONVERSION_DONE or TOLVANE_CONVERSION_FAILED when it has ended (also for a
+ * null handle). *progress receives the percentage of the first step (0 to 100). */
+TOLVANE_API uint32_t TOLVANE_CALL GetACMStatus(PcmConversion* conversion, uint32_t* progress);
+
+/* Releases the handle. A conversion that still runs is asked to end, and waited for 100 milliseconds; what it has
+ * converted until then becomes the target, which may take a moment longer. Always 0. */
+TOLVANE_API uint32_t TOLVANE_CALL AbortACMConversion(PcmConversion* conversion);
 
 #ifdef __cplusplus
 }

@@ -10,8 +10,6 @@ namespace tolvane {
 
 namespace {
 
-constexpr DWORD kPriorityOfNoUse = 0x80000000;  // the top bit: the driver is not to be opened
-
 static_assert(sizeof(ACMFORMATTAGDETAILSA) == 72);
 
 bool HasOnePurpose(DWORD support) {
@@ -23,13 +21,6 @@ bool HasOnePurpose(DWORD support) {
 template <size_t size>
 void CopyName(char (&to)[size], const CHAR (&from)[size]) {
     memcpy(to, from, strnlen(from, size - 1));
-}
-
-DWORD PriorityOf(HACMDRIVERID driver) {
-    DWORD priority = 0;
-    const MMRESULT result =
-        acmMetrics(reinterpret_cast<HACMOBJ>(driver), ACM_METRIC_DRIVER_PRIORITY, &priority);
-    return result == MMSYSERR_NOERROR ? priority : kPriorityOfNoUse;
 }
 
 BOOL CALLBACK ListFormatTag(HACMDRIVERID, ACMFORMATTAGDETAILSA* details, DWORD_PTR instance, DWORD) {
@@ -44,7 +35,8 @@ BOOL CALLBACK ListFormatTag(HACMDRIVERID, ACMFORMATTAGDETAILSA* details, DWORD_P
 }
 
 void ListFormatTags(CodecEntry& codec) {
-    if (PriorityOf(codec.driver_id) & kPriorityOfNoUse) return;
+    DWORD priority = 0;
+    if (!ReadDriverPriority(codec.driver_id, &priority) || (priority & kPriorityOfNoUse)) return;
     const AcmDriver driver = OpenAcmDriver(codec.driver_id);
     if (!driver) return;
     ACMFORMATTAGDETAILSA details{};
@@ -78,6 +70,10 @@ uint16_t Rebuild() {
     catalogue.codecs.Swap(fresh.codecs);
     catalogue.count = count;
     return count;
+}
+
+bool IsNamedPcm(const char* name) {
+    return (name[0] | 0x20) == 'p' && (name[1] | 0x20) == 'c' && (name[2] | 0x20) == 'm' && name[3] == 0;
 }
 
 bool ListsFormatTag(const CodecEntry& codec, uint16_t format_tag) {
@@ -145,6 +141,27 @@ int32_t FindCodecForFormatTag(uint16_t format_tag) {
     while (codec && !ListsFormatTag(*codec, format_tag))
         codec = codec->next;
     return codec ? static_cast<int32_t>(codec->codec_index) : -1;
+}
+
+bool ChooseCodec(uint16_t codec_index, int32_t format_tag_index, CodecChoice* choice) {
+    Catalogue& catalogue = TheCatalogue();
+    const LockGuard guard(catalogue.lock);
+    const CodecEntry* codec = catalogue.codecs.At(codec_index);
+    if (!codec) return false;
+    choice->driver_id = codec->driver_id;
+    const auto index = static_cast<uint32_t>(format_tag_index);
+    if (format_tag_index < 0 || index >= codec->reported_format_tag_count) return true;
+    const FormatTagEntry* entry = codec->format_tags.At(index);
+    if (!entry) return false;
+    choice->names_tag = true;
+    choice->to_pcm = IsNamedPcm(entry->name);
+    choice->format_tag = static_cast<uint16_t>(entry->format_tag);
+    return true;
+}
+
+bool ReadDriverPriority(HACMDRIVERID driver, DWORD* priority) {
+    return acmMetrics(reinterpret_cast<HACMOBJ>(driver), ACM_METRIC_DRIVER_PRIORITY, priority) ==
+           MMSYSERR_NOERROR;
 }
 
 void FreeCatalogue() {

@@ -48,6 +48,23 @@ TolvaneResult GetCodecDescription(CodecDescription* out, uint16_t codec_index);
 TolvaneResult GetCodecFormatTagDescription(FormatTagDescription* out, uint16_t codec_index,
                                            uint16_t format_tag_index);
 
+// What a conversion needs to know of a codec and one of its format tags; a copy, so that the catalogue may be
+// made anew meanwhile.
+struct CodecChoice {
+    HACMDRIVERID driver_id = nullptr;
+    bool names_tag = false;  // otherwise the driver suggests a format of its own
+    bool to_pcm = false;     // the tag's name is "PCM"
+    uint16_t format_tag = 0;
+};
+
+// A negative `format_tag_index`, or one not below what the driver reports, names no tag. False when there is no
+// such codec, or its list ends before the index.
+bool ChooseCodec(uint16_t codec_index, int32_t format_tag_index, CodecChoice* choice);
+
+// Whether the driver answers; the top bit of the priority says that it is not to be opened.
+inline constexpr DWORD kPriorityOfNoUse = 0x80000000;
+bool ReadDriverPriority(HACMDRIVERID driver, DWORD* priority);
+
 // Makes the catalogue anew and returns the index of the first codec that lists the tag; -1 when none does.
 int32_t FindCodecForFormatTag(uint16_t format_tag);
 

@@ -2,6 +2,7 @@
 
 #include "frame/callback_thread.h"
 #include "frame/scratch_files.h"
+#include "playback/choice.h"
 #include "tolvane.h"
 
 void TOLVANE_CALL SetCallbackWindow(void* window) {
@@ -9,5 +10,7 @@ void TOLVANE_CALL SetCallbackWindow(void* window) {
 }
 
 uint32_t TOLVANE_CALL SetTempPath(const char* folder) {
-    return tolvane::SetTempPath(folder);
+    const uint32_t result = tolvane::SetTempPath(folder);
+    if (result == TOLVANE_OK) tolvane::ForgetPlaybackCopy();
+    return result;
 }

@@ -18,4 +18,8 @@ void CopyCurrentFile(char (&path)[kPathSize]);
 // Whether a file of exactly this name is being played.
 bool IsPlayingFile(const char* path);
 
+// Whether the playback copy file holds a PCM copy of the current file, and when it does so no more.
+bool IsCopyValid();
+void ForgetPlaybackCopy();
+
 }  // namespace tolvane

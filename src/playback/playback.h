@@ -74,12 +74,14 @@ struct StartOptions {
     uint16_t unit = 0;
     uint32_t sample_rate = 0;  // 0 = the file's own
     bool direct = false;       // a compressed file may go to the device as it is
+    bool from_copy = false;    // the playback copy holds what is to be played
     bool repeat = false;
     bool start_paused = true;  // so that the first buffers start together
 };
 
-// Start operations; result codes.
-uint16_t StartWavePlayback(const char* path, const char* mix_path, StartOptions options);
+// Start operations; result codes. *made_copy becomes true when a compressed file was converted into the playback
+// copy.
+uint16_t StartWavePlayback(const char* path, const char* mix_path, StartOptions options, bool* made_copy);
 uint16_t LoadPlaybackFile(const char* path);
 uint16_t StartLoadedFile(uint32_t start, uint16_t unit);
 

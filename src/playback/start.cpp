@@ -3,10 +3,14 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cstring>
 
+#include "convert/catalogue.h"
+#include "convert/convert_file.h"
 #include "files/positions.h"
 #include "frame/callback_thread.h"
 #include "frame/immortal.h"
+#include "frame/scratch_files.h"
 #include "playback/device.h"
 #include "playback/playback.h"
 #include "playback/ring.h"
@@ -115,25 +119,64 @@ uint16_t StartAndWatch(Playback& playback, const StartOptions& options, Claim& c
     return result;
 }
 
+uint16_t OpenCopy(Playback& playback, const char* mix_path) {
+    char copy[kPathSize];
+    CopyScratchName(ScratchFile::kPlaybackCopy, copy);
+    const uint16_t result = OpenWaveForPlay(copy, mix_path, &playback.main, &playback.mix);
+    return result == TOLVANE_OK ? result : uint16_t{TOLVANE_CANNOT_OPEN};
+}
+
+// The temp folder may have been changed while the copy was made: then it belongs to nobody.
+bool IsPlaybackCopy(const char* copy) {
+    char now[kPathSize];
+    CopyScratchName(ScratchFile::kPlaybackCopy, now);
+    return strcmp(copy, now) == 0;
+}
+
+// Makes the playback copy of a compressed file and opens it. Nothing else can start meanwhile: the claim is held.
+uint16_t OpenConverted(Playback& playback, const char* path, const char* mix_path, bool* made_copy) {
+    const int32_t codec = FindCodecForFormatTag(playback.main.format.wFormatTag);
+    ClosePlaybackFiles(playback);
+    if (codec < 0) return TOLVANE_CANNOT_OPEN;
+    char copy[kPathSize];
+    CopyScratchName(ScratchFile::kPlaybackCopy, copy);
+    ConvertRequest request;
+    request.codec_index = static_cast<uint16_t>(codec);
+    request.source = path;
+    request.target = copy;
+    request.allow_fallback = true;
+    if (const TolvaneResult result = ConvertFile(request, nullptr); result != TOLVANE_OK)
+        return static_cast<uint16_t>(result);
+    *made_copy = true;
+    if (IsPlaybackCopy(copy)) return OpenCopy(playback, mix_path);
+    DeleteFileA(copy);
+    return TOLVANE_CANNOT_OPEN;
+}
+
 }  // namespace
 
 Playback& ThePlayback() {
     return Immortal<Playback>();
 }
 
-uint16_t StartWavePlayback(const char* path, const char* mix_path, StartOptions options) {
+uint16_t StartWavePlayback(const char* path, const char* mix_path, StartOptions options, bool* made_copy) {
     Playback& playback = ThePlayback();
     Claim claim(playback);
     if (!claim) return TOLVANE_ALREADY_PLAYING;
-    uint16_t result = OpenWaveForPlay(path, mix_path, &playback.main, &playback.mix);
-    bool compressed = result == TOLVANE_NOT_PCM && !playback.mix.file;
+    uint16_t result = options.from_copy ? OpenCopy(playback, mix_path)
+                                        : OpenWaveForPlay(path, mix_path, &playback.main, &playback.mix);
+    const bool compressed = result == TOLVANE_NOT_PCM && !playback.mix.file;
     options.direct = options.direct && compressed;
     if (options.direct) {
         options.sample_rate = 0;
         options.start = 0;
         result = TOLVANE_OK;
+    } else if (compressed) {
+        result = OpenConverted(playback, path, mix_path, made_copy);
+    } else if (result != TOLVANE_OK) {
+        result = TOLVANE_CANNOT_OPEN;
     }
-    result = result == TOLVANE_OK ? StartAndWatch(playback, options, claim) : uint16_t{TOLVANE_CANNOT_OPEN};
+    if (result == TOLVANE_OK) result = StartAndWatch(playback, options, claim);
     if (result != TOLVANE_OK) ClosePlaybackFiles(playback);
     return result;
 }

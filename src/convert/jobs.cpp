@@ -1,0 +1,125 @@
+#include "convert/jobs.h"
+
+#include <new>
+
+#include "convert/convert_to_pcm.h"
+#include "frame/text.h"
+#include "frame/worker.h"
+
+struct PcmConversion {
+    std::atomic<uint32_t> progress;  // percent
+    std::atomic<uint32_t> abort;
+    tolvane::KernelHandle thread;
+    char source[tolvane::kPathSize];
+    char target[tolvane::kPathSize];
+    WAVEFORMATEX format;
+    std::atomic<uint32_t> failed;
+    std::atomic<uint32_t> done;
+    std::atomic<uint32_t> owners;  // the host and the worker: whoever leaves last frees the record
+};
+
+namespace tolvane {
+
+namespace {
+
+constexpr DWORD kTimeToAbort = 100;  // milliseconds
+
+unsigned __stdcall RunConvertJob(void* record) {
+    auto& job = *static_cast<ConvertJob*>(record);
+    ConvertRequest request;
+    request.codec_index = job.codec_index;
+    request.format_tag_index = job.format_tag_index;
+    request.source = job.source;
+    request.target = job.target;
+    request.pcm_format = job.pcm_format;
+    request.allow_fallback = job.allow_fallback != 0;
+    job.reason = static_cast<uint16_t>(ConvertFile(request, &job));
+    job.finished = 1;
+    EndWorker();
+}
+
+// Null without memory.
+ConvertJob* MakeJob(const ConvertRequest& request) {
+    auto* job = new (std::nothrow) ConvertJob{};
+    if (!job) return nullptr;
+    job->tag = ConvertJob::kTag;
+    job->codec_index = request.codec_index;
+    job->format_tag_index = request.format_tag_index;
+    job->allow_fallback = request.allow_fallback;
+    CopyText(job->source, kPathSize, request.source);
+    CopyText(job->target, kPathSize, request.target);
+    job->pcm_format = request.pcm_format;
+    return job;
+}
+
+void Leave(PcmConversion* conversion) {
+    if (--conversion->owners == 0) delete conversion;
+}
+
+unsigned __stdcall RunPcmConversion(void* record) {
+    auto* conversion = static_cast<PcmConversion*>(record);
+    const JobControl control{&conversion->progress, &conversion->abort};
+    const TolvaneResult result =
+        ConvertToPcmFile(conversion->source, conversion->target, conversion->format, &control);
+    (result == TOLVANE_OK ? conversion->done : conversion->failed) = 1;
+    OutputDebugStringA("ACM Thread Ended");
+    Leave(conversion);
+    EndWorker();
+}
+
+}  // namespace
+
+TolvaneResult StartConversion(const ConvertRequest& request, ConvertJob** job, bool wait) {
+    if (!IsUsablePath(request.source)) return TOLVANE_SOURCE_NOT_OPENED;
+    if (!IsUsablePath(request.target)) return TOLVANE_TARGET_NOT_CREATED;
+    if (wait) return ConvertFile(request, nullptr);
+    ConvertJob* started = MakeJob(request);
+    if (job) *job = started;
+    if (!started) return TOLVANE_OK;
+    if (StartWorker(RunConvertJob, started, &started->thread_id)) return TOLVANE_OK;
+    if (job) *job = nullptr;
+    delete started;
+    return TOLVANE_OK;
+}
+
+ConvertJob* ValidJob(ConvertJob* handle) {
+    return handle && handle->tag == ConvertJob::kTag ? handle : nullptr;
+}
+
+void CloseConversion(ConvertJob** job) {
+    if (!job) return;
+    delete *job;
+    *job = nullptr;
+}
+
+PcmConversion* BeginPcmConversion(const char* source, const char* target, const WAVEFORMATEX* format) {
+    if (!source || !target || !IsBounded(source) || !IsBounded(target)) return nullptr;
+    auto* conversion = new (std::nothrow) PcmConversion{};
+    if (!conversion) return nullptr;
+    CopyText(conversion->source, kPathSize, source);
+    CopyText(conversion->target, kPathSize, target);
+    if (format) conversion->format = *format;
+    conversion->owners = 2;
+    uint32_t thread_id = 0;
+    conversion->thread = StartWorker(RunPcmConversion, conversion, &thread_id);
+    if (conversion->thread) return conversion;
+    delete conversion;
+    return nullptr;
+}
+
+uint32_t GetPcmStatus(const PcmConversion* conversion, uint32_t* progress) {
+    if (progress) *progress = conversion ? conversion->progress.load() : 0;
+    if (!conversion || conversion->failed) return TOLVANE_CONVERSION_FAILED;
+    return conversion->done ? uint32_t{TOLVANE_CONVERSION_DONE} : 0;
+}
+
+// The worker may go on with a second pass, which it does not leave; the record stays with it until then.
+void AbortPcmConversion(PcmConversion* conversion) {
+    if (!conversion) return;
+    conversion->abort = 1;
+    WaitForSingleObject(conversion->thread.Get(), kTimeToAbort);
+    conversion->thread.Reset();
+    Leave(conversion);
+}
+
+}  // namespace tolvane
