@@ -425,7 +425,8 @@ TOLVANE_API uint32_t TOLVANE_CALL AudioConvertGetProcessProgress(ConvertJob* job
 /* The result of a job that has ended (see AudioConvert). */
 TOLVANE_API uint16_t TOLVANE_CALL AudioConvertGetReasonForProcessExit(ConvertJob* job);
 
-/* Frees a job that has ended and sets *job to null. Always TOLVANE_OK. */
+/* Frees the job and makes the handle null; a null handle stays so. A job that still runs is cancelled and freed when
+ * it has stopped. Always TOLVANE_OK. */
 TOLVANE_API uint16_t TOLVANE_CALL AudioConvertCloseHandle(ConvertJob** job);
 
 /* Converts the wave file `source` into `target` in a PCM format, by whatever codec can: a compressed file first into

@@ -15,6 +15,10 @@
 struct ConvertJob {
     static constexpr uint32_t kTag = 588;
 
+    // States of `finished`. Host and worker each exchange it once; the later one of them frees the record.
+    static constexpr uint32_t kOver = 1;
+    static constexpr uint32_t kClosed = 2;
+
     uint32_t tag;
     uint16_t codec_index;
     int32_t format_tag_index;

@@ -1,5 +1,6 @@
 #include "convert/jobs.h"
 
+#include <memory>
 #include <new>
 
 #include "convert/convert_to_pcm.h"
@@ -34,13 +35,13 @@ unsigned __stdcall RunConvertJob(void* record) {
     request.pcm_format = job.pcm_format;
     request.allow_fallback = job.allow_fallback != 0;
     job.reason = static_cast<uint16_t>(ConvertFile(request, &job));
-    job.finished = 1;
+    if (job.finished.exchange(ConvertJob::kOver) == ConvertJob::kClosed) delete &job;
     EndWorker();
 }
 
 // Null without memory.
-ConvertJob* MakeJob(const ConvertRequest& request) {
-    auto* job = new (std::nothrow) ConvertJob{};
+std::unique_ptr<ConvertJob> MakeJob(const ConvertRequest& request) {
+    std::unique_ptr<ConvertJob> job(new (std::nothrow) ConvertJob{});
     if (!job) return nullptr;
     job->tag = ConvertJob::kTag;
     job->codec_index = request.codec_index;
@@ -69,16 +70,15 @@ unsigned __stdcall RunPcmConversion(void* record) {
 
 }  // namespace
 
-TolvaneResult StartConversion(const ConvertRequest& request, ConvertJob** job, bool wait) {
+TolvaneResult StartConversion(const ConvertRequest& request, ConvertJob** handle, bool wait) {
     if (!IsUsablePath(request.source)) return TOLVANE_SOURCE_NOT_OPENED;
     if (!IsUsablePath(request.target)) return TOLVANE_TARGET_NOT_CREATED;
     if (wait) return ConvertFile(request, nullptr);
-    ConvertJob* started = MakeJob(request);
-    if (job) *job = started;
-    if (!started) return TOLVANE_OK;
-    if (StartWorker(RunConvertJob, started, &started->thread_id)) return TOLVANE_OK;
-    if (job) *job = nullptr;
-    delete started;
+    std::unique_ptr<ConvertJob> job = MakeJob(request);
+    if (handle) *handle = job.get();
+    if (job && !handle) job->finished = ConvertJob::kClosed;  // nobody will close it
+    if (job && StartWorker(RunConvertJob, job.get(), &job->thread_id)) return job.release(), TOLVANE_OK;
+    if (handle) *handle = nullptr;
     return TOLVANE_OK;
 }
 
@@ -86,25 +86,25 @@ ConvertJob* ValidJob(ConvertJob* handle) {
     return handle && handle->tag == ConvertJob::kTag ? handle : nullptr;
 }
 
-void CloseConversion(ConvertJob** job) {
-    if (!job) return;
-    delete *job;
-    *job = nullptr;
+void CloseConversion(ConvertJob** handle) {
+    if (!handle || !*handle) return;
+    ConvertJob* job = *handle;
+    *handle = nullptr;
+    job->cancel = 1;
+    if (job->finished.exchange(ConvertJob::kClosed) == ConvertJob::kOver) delete job;
 }
 
 PcmConversion* BeginPcmConversion(const char* source, const char* target, const WAVEFORMATEX* format) {
     if (!source || !target || !IsBounded(source) || !IsBounded(target)) return nullptr;
-    auto* conversion = new (std::nothrow) PcmConversion{};
+    std::unique_ptr<PcmConversion> conversion(new (std::nothrow) PcmConversion{});
     if (!conversion) return nullptr;
     CopyText(conversion->source, kPathSize, source);
     CopyText(conversion->target, kPathSize, target);
     if (format) conversion->format = *format;
     conversion->owners = 2;
     uint32_t thread_id = 0;
-    conversion->thread = StartWorker(RunPcmConversion, conversion, &thread_id);
-    if (conversion->thread) return conversion;
-    delete conversion;
-    return nullptr;
+    conversion->thread = StartWorker(RunPcmConversion, conversion.get(), &thread_id);
+    return conversion->thread ? conversion.release() : nullptr;
 }
 
 uint32_t GetPcmStatus(const PcmConversion* conversion, uint32_t* progress) {

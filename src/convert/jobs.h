@@ -6,13 +6,15 @@
 
 namespace tolvane {
 
-// With `wait` the conversion runs here; otherwise *job receives the record of the running one, null without
-// memory or thread.
-TolvaneResult StartConversion(const ConvertRequest& request, ConvertJob** job, bool wait);
+// With `wait` the conversion runs here; otherwise *handle receives the record of the running one, null without
+// memory or thread. Without a place for the handle it runs all the same, and frees its record itself.
+TolvaneResult StartConversion(const ConvertRequest& request, ConvertJob** handle, bool wait);
 
 // Null where the handle is none of a job's.
 ConvertJob* ValidJob(ConvertJob* handle);
-void CloseConversion(ConvertJob** job);
+
+// Frees the record, that of a running job when the worker, told to stop, is done with it.
+void CloseConversion(ConvertJob** handle);
 
 // The conversion to PCM: null when it cannot be started.
 PcmConversion* BeginPcmConversion(const char* source, const char* target, const WAVEFORMATEX* format);

@@ -24,7 +24,7 @@ uint16_t TOLVANE_CALL AudioConvertCancelPressed(ConvertJob* job) {
 
 uint32_t TOLVANE_CALL AudioConvertProcessIsOver(ConvertJob* job) {
     const ConvertJob* valid = tolvane::ValidJob(job);
-    return valid ? valid->finished.load() : 1;
+    return valid ? valid->finished.load() : ConvertJob::kOver;
 }
 
 uint32_t TOLVANE_CALL AudioConvertGetProcessProgress(ConvertJob* job) {

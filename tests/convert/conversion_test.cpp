@@ -1,0 +1,211 @@
+// Converting files as a host does, with a codec of the test's own: layout of the result, every code, the ways a codec
+// can misbehave, and what is left behind when a service fails.
+#include <iostream>
+
+#include "convert/converting.h"
+#include "support/faults.h"
+#include "support/resources.h"
+
+namespace tolvane::test {
+namespace {
+
+TEST_F(Converting, LaysTheFileOut) {
+    const std::string source = Source(sound_);
+    for (const uint32_t tag : {kNoTag, 2u, 77u, 0x80000000u}) {  // all of them leave the format to the driver
+        ASSERT_EQ(Convert(source, tag), TOLVANE_OK) << tag;
+        EXPECT_EQ(ReadAll(target_), Expected(kFlipFormat, 40, 200001, Flipped(sound_))) << tag;
+    }
+    const std::string flipped = folder_.Write("flip.wav", ReadAll(target_));
+    ASSERT_EQ(Convert(flipped, 0), TOLVANE_OK);
+    EXPECT_EQ(ReadAll(target_), Expected(kFlipPcm, 18, 200001, sound_));
+    EXPECT_THAT(folder_.Names(), testing::ElementsAre("flip.wav", "in.wav", "out.wav"));
+}
+
+TEST_F(Converting, CopesWithWhateverACodecTakesAndGives) {
+    for (const uint32_t block : {1u, 7u, 505u, 65536u}) {
+        for (const bool hoards : {false, true}) {
+            for (const size_t size : {0, 1, 6, 65535, 65536, 65537, 131072}) {
+                codec_.block = block;
+                codec_.hoards = hoards && size <= 65536;  // what comes at the end has to fit one block
+                const Bytes sound = Pattern(size);
+                ASSERT_EQ(Convert(Source(sound)), TOLVANE_OK) << block << " " << hoards << " " << size;
+                EXPECT_EQ(ReadAll(target_),
+                          Expected(kFlipFormat, 40, static_cast<uint32_t>(size), Flipped(sound)))
+                    << block << " " << hoards << " " << size;
+            }
+        }
+    }
+}
+
+TEST_F(Converting, TakesAnotherCodecWhereItMay) {
+    FlipCodec other;
+    Format stereo = kFlipPcm;
+    stereo.channels = 2;
+    const std::string source = Source(sound_, stereo);
+    const Bytes whole = ReadAll(source);
+    EXPECT_EQ(Convert(source, 0), TOLVANE_NO_STREAM);
+    EXPECT_EQ(Convert(source, 0, true), TOLVANE_OK) << "the suggestion for the source can be converted into";
+    EXPECT_EQ(ReadFormat(ReadAll(target_).data() + 20).tag, kFlipTag);
+    codec_.suggests = false;
+    EXPECT_EQ(Convert(source, 0, true), TOLVANE_NO_STREAM) << "at last: 22,050 Hz, which it cannot";
+    PlatformShowBuiltInCodecs(1);
+    ASSERT_GT(GetNumberOfCodec(), 1);
+    const Format last{22050, 2, 16, kFlipTag};
+    const uint16_t flip = static_cast<uint16_t>(GetNumberOfCodec() - 1);
+    EXPECT_EQ(Convert(Source(Flipped(sound_), last), 0, true, flip), TOLVANE_OK);
+    EXPECT_EQ(ReadFormat(ReadAll(target_).data() + 20).rate, 22050u);
+    PlatformShowBuiltInCodecs(0);
+}
+
+TEST_F(Converting, EveryCodeOfTheSourceAndTheTarget) {
+    const auto wave = [this](const Bytes& bytes) { return folder_.Write("in.wav", bytes); };
+    const Bytes format = Chunk("fmt ", FormatRecord(kFlipPcm)), data = Chunk("data", sound_);
+    struct Case {
+        const char* name;
+        Bytes file;
+        uint16_t convert;
+        uint32_t to_pcm;
+    };
+    const Case cases[] = {
+        {"no RIFF", Pattern(500), TOLVANE_SOURCE_NOT_WAVE, TOLVANE_PCM_SOURCE_NOT_WAVE},
+        {"other form", Riff(format + data, "AVI "), TOLVANE_SOURCE_NOT_WAVE, TOLVANE_PCM_SOURCE_NOT_WAVE},
+        {"no format", Riff(data), TOLVANE_SOURCE_NO_FORMAT, TOLVANE_INPUT_BAD_FORMAT},
+        {"short format", Riff(Chunk("fmt ", Bytes(9)) + data), TOLVANE_SOURCE_BAD_FORMAT,
+         TOLVANE_INPUT_BAD_FORMAT},
+        {"cut format", Riff(Chunk("fmt ", FormatRecord(kFlipPcm), 500)), TOLVANE_SOURCE_BAD_FORMAT,
+         TOLVANE_INPUT_BAD_FORMAT},
+        {"no data", Riff(format), TOLVANE_SOURCE_NO_DATA, TOLVANE_PCM_SOURCE_NO_DATA},
+        {"cut data", Riff(format + Chunk("data", sound_, 300000)), TOLVANE_SOURCE_CUT_SHORT,
+         TOLVANE_SOURCE_CUT_SHORT},
+        {"alien format", WaveFile({8000, 1, 8, 0x99}, sound_), TOLVANE_NO_STREAM, TOLVANE_NO_STREAM}};
+    const WAVEFORMATEX flip{kFlipTag, 1, 8000, 8000,
+                            1,        8, 0};  // no PCM; what the routine allows, codecs decide
+    for (const Case& one : cases) {
+        const std::string source = wave(one.file);
+        EXPECT_EQ(Convert(source), one.convert) << one.name;
+        EXPECT_EQ(ToPcm(source, flip), one.to_pcm) << one.name;
+        ExpectNothingLeft();
+    }
+    EXPECT_EQ(Convert(folder_.Path("none.wav")), TOLVANE_SOURCE_NOT_OPENED);
+    EXPECT_EQ(ToPcm(folder_.Path("none.wav")), TOLVANE_INPUT_NOT_OPENED);
+    const std::string source = Source(sound_);
+    const std::string too_long(300, 'x');
+    for (const char* path : {static_cast<const char*>(nullptr), "", too_long.c_str()}) {
+        EXPECT_EQ(AudioConvert(0, kNoTag, path, target_.c_str(), nullptr, 0, nullptr, 1),
+                  TOLVANE_SOURCE_NOT_OPENED);
+        EXPECT_EQ(AudioConvert(0, kNoTag, source.c_str(), path, nullptr, 0, nullptr, 1),
+                  TOLVANE_TARGET_NOT_CREATED);
+    }
+    EXPECT_EQ(ACMAudioConvertFormatPCM(nullptr, "x", &kPcmTarget), uint32_t{TOLVANE_NO_INPUT_PATH});
+    EXPECT_EQ(ACMAudioConvertFormatPCM(source.c_str(), nullptr, &kPcmTarget),
+              uint32_t{TOLVANE_NO_OUTPUT_PATH});
+    const std::string nowhere = folder_.Path("no/folder.wav"), folder = folder_.MakeFolder("folder");
+    for (const std::string& bad : {nowhere, folder, source}) {
+        EXPECT_EQ(AudioConvert(0, kNoTag, source.c_str(), bad.c_str(), nullptr, 0, nullptr, 1),
+                  TOLVANE_TARGET_NOT_CREATED);
+        if (bad == source) continue;
+        EXPECT_EQ(ACMAudioConvertFormatPCM(source.c_str(), bad.c_str(), &kPcmTarget),
+                  TOLVANE_OUTPUT_NOT_WRITTEN);
+    }
+    EXPECT_EQ(ReadAll(source), WaveFile(kFlipPcm, sound_));
+}
+
+TEST_F(Converting, EveryCodeOfTheCodec) {
+    const std::string source = Source(sound_);
+    const auto code_of = [&](const std::function<void(PlatformCodec&)>& change, uint32_t tag = kNoTag) {
+        Install(change);
+        const uint16_t code = Convert(source, tag);
+        ExpectNothingLeft();
+        Install();
+        return code;
+    };
+    EXPECT_EQ(Convert(source, kNoTag, false, 1), TOLVANE_NO_CODEC);
+    EXPECT_EQ(code_of([](auto& driver) { driver.reported_tags = 3; }, 2), TOLVANE_NO_CODEC)
+        << "the list ends";
+    EXPECT_EQ(code_of([](auto& driver) { driver.metrics_result = 1; }), TOLVANE_NO_PRIORITY);
+    EXPECT_EQ(code_of([](auto& driver) { driver.open_result = 1; }), TOLVANE_CODEC_NOT_OPENED);
+    EXPECT_EQ(code_of([](auto& driver) { driver.priority = 0x80000001; }), TOLVANE_CODEC_NOT_OPENED);
+    EXPECT_EQ(code_of([](auto& driver) { driver.suggest = nullptr; }), TOLVANE_NO_PCM_SUGGESTION);
+    EXPECT_EQ(code_of([](auto& driver) { driver.stream = nullptr; }), TOLVANE_NO_STREAM);
+    codec_.sizeless = true;
+    EXPECT_EQ(Convert(source), TOLVANE_TARGET_NOT_SIZED);
+    codec_.sizeless = false;
+    codec_.stuck = true;
+    EXPECT_EQ(Convert(source), TOLVANE_NOT_CONVERTED);
+    codec_.stuck = false;
+    codec_.fails_at = codec_.calls + 2;
+    EXPECT_EQ(Convert(source), TOLVANE_NOT_CONVERTED);
+    ExpectNothingLeft();
+    driver_.reset();
+    GetNumberOfCodec();
+    EXPECT_EQ(Convert(source), TOLVANE_NO_CODEC) << "an empty catalogue";
+}
+
+TEST_F(Converting, IntoPcmInOneStepTwoOrNone) {
+    const Bytes same = WaveFile(kFlipPcm, sound_) + Pattern(50);  // also what stands behind the form
+    ASSERT_EQ(ToPcm(folder_.Write("in.wav", same)), TOLVANE_OK);
+    EXPECT_EQ(ReadAll(target_), same);
+    EXPECT_EQ(ACMAudioConvertFormatPCM(target_.c_str(), target_.c_str(), &kPcmTarget), uint32_t{TOLVANE_OK});
+    EXPECT_EQ(ReadAll(target_), same);
+
+    const std::string flipped = folder_.Write("in.wav", WaveFile(kFlipFormat, Flipped(sound_)));
+    Bytes record = FormatRecord(kFlipPcm) + Little(0, 2);
+    ASSERT_EQ(ToPcm(flipped), TOLVANE_OK);
+    EXPECT_EQ(ReadAll(target_), Riff(Chunk("fmt ", record) + Chunk("data", sound_)));
+
+    PlatformShowBuiltInCodecs(1);  // of which one changes sizes: a second step
+    const WAVEFORMATEX wide{1, 1, 8000, 16000, 2, 16, 0};
+    ASSERT_EQ(ToPcm(flipped, wide), TOLVANE_OK);
+    const Bytes file = ReadAll(target_);
+    ASSERT_EQ(file.size(), 46 + 2 * sound_.size());
+    for (size_t i = 0; i < sound_.size(); i += 997)
+        ASSERT_EQ(file[46 + 2 * i + 1], static_cast<uint8_t>(sound_[i] - 128)) << i;
+    PlatformShowBuiltInCodecs(0);
+    codec_.suggests = false;
+    EXPECT_EQ(ToPcm(flipped, wide), TOLVANE_NO_PCM_SUGGESTION);
+    EXPECT_EQ(ReadAll(target_), file) << "what was there before";
+}
+
+// Whatever service fails, at whatever call: the code says so or the file is whole; the file that was there before is
+// there, or the new one; nothing else is.
+class ConversionFaults : public Converting {
+  protected:
+    void Sweep(const char* name, const Bytes& source, const std::function<uint32_t()>& convert) {
+        const std::string path = folder_.Write("in.wav", source);
+        const std::vector<std::string> scratch = NamesIn(testing::TempDir());
+        uint32_t result = 0;
+        ASSERT_EQ(convert(), 0u);
+        const Bytes old = Pattern(100), fresh = ReadAll(target_);
+        const auto sweep = [&] {
+            return FailEachCall([&] { result = convert(); },
+                                [&] {
+                                    const Bytes now = ReadAll(target_);
+                                    EXPECT_TRUE(now == old || now == fresh) << result;
+                                    EXPECT_TRUE(result != 0 || now == fresh);
+                                    EXPECT_EQ(ReadAll(path), source);
+                                    EXPECT_LE(folder_.Names().size(), 2u)
+                                        << testing::PrintToString(folder_.Names());
+                                    EXPECT_EQ(PlatformOpenStreams(), 0u);
+                                    EXPECT_EQ(PlatformOpenCodecs(), 0u);
+                                },
+                                [&] { WriteFile(target_, old); });
+        };
+        sweep();
+        const Resources before = Resources::Now();
+        const uint32_t points = sweep();
+        EXPECT_PRED2([](auto& a, auto& b) { return NothingLeaked(a, b, 16384); }, before, Resources::Now());
+        EXPECT_GT(points, 20u);
+        std::cout << name << ": " << points << " service calls failed in turn\n";
+    }
+};
+
+TEST_F(ConversionFaults, WithACodec) {
+    Sweep("convert", WaveFile(kFlipPcm, sound_), [&] { return Convert(folder_.Path("in.wav")); });
+}
+
+TEST_F(ConversionFaults, IntoPcm) {
+    Sweep("to PCM", WaveFile(kFlipFormat, Flipped(sound_)), [&] { return ToPcm(folder_.Path("in.wav")); });
+}
+
+}  // namespace
+}  // namespace tolvane::test
