@@ -1,10 +1,13 @@
 // Conversion streams: what every codec's stream keeps to, how well it keeps the sound, and the refusals.
 #include "platform/codec_stream.h"
 #include "platform/testing/faults.h"
+#include "platform/workspace.h"
 
 #include <platform_codecs.h>
 
+#include <cstdlib>
 #include <functional>
+#include <string>
 #include <thread>
 #include <tuple>
 
@@ -39,6 +42,10 @@ std::vector<Case> Cases() {
         {"ms adpcm of 8 bits", WAVE_FORMAT_ADPCM, 1, 11'025, 8, 25},
         {"mu-law", WAVE_FORMAT_MULAW, 2, 44'100, 16, 35},
         {"a-law of 8 bits", WAVE_FORMAT_ALAW, 1, 11'025, 8, 35},
+        {"ima", WAVE_FORMAT_IMA_ADPCM, 2, 22'050, 16, 30},
+        {"ms of 8 bits", WAVE_FORMAT_ADPCM, 1, 11'025, 8, 30},
+        {"a-law", WAVE_FORMAT_ALAW, 2, 8'000, 16, 37},
+        {"mu-law of 8 bits", WAVE_FORMAT_MULAW, 1, 8'000, 8, 36},
         {"mp3 at a full rate", WAVE_FORMAT_MPEGLAYER3, 2, 44'100, 16, 24},
         {"mp3 at half a rate, of 8 bits", WAVE_FORMAT_MPEGLAYER3, 1, 16'000, 8, 23},
         {"48 to 44.1 kHz", WAVE_FORMAT_PCM, 2, 48'000, 16, 65, Pcm(2, 44'100, 16)},
@@ -343,6 +350,47 @@ TEST(CodecStreams, ServicesFailOnRequest) {
     }
     PlatformFailNone();
     EXPECT_EQ(opened, nullptr);
+}
+
+// ---- Files that other programs made ----
+
+void Execute(const std::string& command) {
+    ASSERT_EQ(std::system(command.c_str()), 0) << command;
+}
+
+Bytes File(const std::string& name) {
+    const std::string bytes = tolvane::testing::Contents(name);
+    return {bytes.begin(), bytes.end()};
+}
+
+TEST(CodecStreams, GsmOfAnotherProgramDecodesAsThere) {
+    const tolvane::testing::Workspace folder;
+    const std::string wave = folder.Name("gsm.wav"), raw = folder.Name("raw");
+    Execute("sox -n -r 8000 -c 1 -e gsm-full-rate " + wave + " synth 3 pluck 200 vol 0.8");
+    Execute("sox " + wave + " -t raw -e signed -b 16 " + raw);
+    Bytes file = File(wave);
+    constexpr char kData[] = {'d', 'a', 't', 'a'};
+    const auto data = std::search(file.begin(), file.end(), kData, kData + 4);
+    ASSERT_LT(data, file.end());
+    file.erase(file.begin(), data + 8);
+    AcmStream stream(Compressed(WAVE_FORMAT_GSM610, Pcm(1, 8'000, 16)), Pcm(1, 8'000, 16));
+    const Bytes wanted = File(raw), heard = ConvertAll(stream, file);
+    ASSERT_GE(heard.size(), wanted.size());
+    EXPECT_TRUE(std::equal(wanted.begin(), wanted.end(), heard.begin()));
+}
+
+TEST(CodecStreams, MpegOfAnotherProgramComesWithoutItsDelay) {
+    const tolvane::testing::Workspace folder;
+    const std::string raw = folder.Name("raw"), mpeg = folder.Name("mp3"), decoded = folder.Name("decoded");
+    const Bytes sound = Sound(2, 44'100, 16, 70'001);
+    tolvane::testing::Put(raw, {sound.begin(), sound.end()});
+    Execute("lame --quiet -r -s 44.1 -b 192 " + raw + " " + mpeg);
+    Execute("lame --quiet --decode -t " + mpeg + " " + decoded);
+    AcmStream stream(Compressed(WAVE_FORMAT_MPEGLAYER3, Pcm(2, 44'100, 16)), Pcm(2, 44'100, 16));
+    const Bytes heard = ConvertAll(stream, File(mpeg), 5'000, 50'000);
+    EXPECT_EQ(heard.size(), sound.size());
+    EXPECT_GE(SignalToNoise(Samples(sound, 16), Samples(heard, 16)), 30);
+    EXPECT_GE(SignalToNoise(Samples(File(decoded), 16), Samples(heard, 16)), 80);
 }
 
 // ---- A driver of a host's own, which turns every byte into two ----
