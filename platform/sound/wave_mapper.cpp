@@ -1,4 +1,4 @@
-// The wave mapper: a device that takes a PCM format to the preferred device.
+// The wave mapper: a device that takes a format to the preferred device, one that is not PCM through a codec.
 #include "platform/sound/wave_mapper.h"
 
 #include <mmddk.h>
@@ -12,13 +12,15 @@ std::optional<uint32_t> MapDevice(Card& card, Direction direction, UINT device) 
     return 0;
 }
 
-// Devices play PCM. The mapper would play any other format through a codec: here is where one is looked for.
-MMRESULT FindOutput(Card* card, UINT device, const WAVEFORMATEX& record, OutputTarget& target) {
+MMRESULT FindOutput(Card* card, UINT device, const WAVEFORMATEX& record, DWORD flags, OutputTarget& target) {
     const auto index = card ? MapDevice(*card, Direction::kOutput, device) : std::nullopt;
     if (!index) return MMSYSERR_BADDEVICEID;
-    const auto format = PcmFormat::From(record);
+    const bool mapped = device == WAVE_MAPPER && !(flags & WAVE_FORMAT_DIRECT);
+    if (mapped && record.wFormatTag != WAVE_FORMAT_PCM) target.decoder = PcmDecoder::Open(record);
+    const auto format = PcmFormat::From(target.decoder ? target.decoder->Target() : record);
     if (!format) return *index < card->Count(Direction::kOutput) ? WAVERR_BADFORMAT : MMSYSERR_BADDEVICEID;
-    target = {*index, *format};
+    target.index = *index;
+    target.format = *format;
     return card->Accepts(*index, *format);
 }
 

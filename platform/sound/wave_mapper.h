@@ -2,6 +2,7 @@
 #ifndef TOLVANE_PLATFORM_SOUND_WAVE_MAPPER_H
 #define TOLVANE_PLATFORM_SOUND_WAVE_MAPPER_H
 
+#include "platform/codecs/pcm_decoder.h"
 #include "platform/sound/card.h"
 
 namespace tolvane::platform {
@@ -9,10 +10,12 @@ namespace tolvane::platform {
 struct OutputTarget {
     uint32_t index;
     PcmFormat format;
+    std::unique_ptr<PcmDecoder> decoder;  // null where the host's format is the device's
 };
 
-// `device` is an index or WAVE_MAPPER.
-MMRESULT FindOutput(Card* card, UINT device, const WAVEFORMATEX& record, OutputTarget& target);
+// `device` is an index or WAVE_MAPPER, which also takes what a codec decodes unless WAVE_FORMAT_DIRECT is among
+// the flags of the opening.
+MMRESULT FindOutput(Card* card, UINT device, const WAVEFORMATEX& record, DWORD flags, OutputTarget& target);
 
 // waveOutMessage and waveInMessage: what may be asked of the mapper.
 MMRESULT MapperMessage(Direction direction, uintptr_t handle, UINT message, DWORD_PTR first,

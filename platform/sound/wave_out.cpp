@@ -67,11 +67,10 @@ MMRESULT ReadTarget(DWORD_PTR callback, DWORD flags, WaveEvents& events) {
     }
 }
 
-MMRESULT Open(const CardLease& lease, UINT id, const OutputTarget& target, WaveEvents events,
-              HWAVEOUT& opened) {
+MMRESULT Open(const CardLease& lease, UINT id, OutputTarget& target, WaveEvents events, HWAVEOUT& opened) {
     const HWAVEOUT handle = WaveOutTable::NewHandle();
     events.device = reinterpret_cast<HWAVE>(handle);
-    const auto device = std::make_shared<WaveOutDevice>(id, target.format, events);
+    const auto device = std::make_shared<WaveOutDevice>(id, target.format, std::move(target.decoder), events);
     if (const MMRESULT result = device->Open(lease, target.index)) return result;
     if (!WaveOutTable::Add(handle, device)) return MMSYSERR_NOMEM;
     opened = handle;
@@ -79,14 +78,16 @@ MMRESULT Open(const CardLease& lease, UINT id, const OutputTarget& target, WaveE
     return MMSYSERR_NOERROR;
 }
 
-MMRESULT FillTime(const PcmFormat& format, uint64_t position, MMTIME& time) {
+// Bytes are the host's own, samples and time those of the sound that was heard.
+MMRESULT FillTime(const WaveQueue& queue, uint64_t position, MMTIME& time) {
+    const PcmFormat& format = queue.Format();
     if (time.wType == TIME_SAMPLES) {
         time.u.sample = static_cast<DWORD>(position / format.frame_bytes);
     } else if (time.wType == TIME_MS) {
         time.u.ms = static_cast<DWORD>(position * 1000 / format.BytesPerSecond());
     } else {
         time.wType = TIME_BYTES;
-        time.u.cb = static_cast<DWORD>(position);
+        time.u.cb = static_cast<DWORD>(queue.SourceAt(position));
     }
     return MMSYSERR_NOERROR;
 }
@@ -124,8 +125,8 @@ MMRESULT waveOutOpen(LPHWAVEOUT handle, UINT device, LPCWAVEFORMATEX format, DWO
     if (!query)
         if (const MMRESULT result = ReadTarget(callback, flags, events)) return result;
     const CardLease lease;
-    OutputTarget target;
-    const MMRESULT result = FindOutput(lease.card, device, *format, target);
+    OutputTarget target = {};
+    const MMRESULT result = FindOutput(lease.card, device, *format, flags, target);
     return result || query ? result : Open(lease, device, target, events, *handle);
 } catch (const std::exception&) {
     return MMSYSERR_NOMEM;
@@ -192,7 +193,7 @@ MMRESULT waveOutReset(HWAVEOUT handle) {
 MMRESULT waveOutGetPosition(HWAVEOUT handle, LPMMTIME time, UINT size) {
     return WithDevice("waveOutGetPosition", handle, [=](WaveOutDevice& device) -> MMRESULT {
         if (!time || size < sizeof(MMTIME)) return MMSYSERR_INVALPARAM;
-        return FillTime(device.Queue().Format(), device.Output().Position(), *time);
+        return FillTime(device.Queue(), device.Output().Position(), *time);
     });
 }
 

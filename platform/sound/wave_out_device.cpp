@@ -45,8 +45,16 @@ void WaveOutDevice::Close() {
     events_.Tell(MM_WOM_CLOSE, nullptr);
 }
 
+MMRESULT WaveOutDevice::Append(WAVEHDR& header) {
+    if (!decoder_) return queue_.Append(header);
+    std::vector<uint8_t> sound;
+    const auto* const bytes = reinterpret_cast<const uint8_t*>(header.lpData);
+    const MMRESULT result = decoder_->Decode({bytes, header.dwBufferLength}, sound);
+    return result ? result : queue_.Append(header, std::move(sound));
+}
+
 MMRESULT WaveOutDevice::Write(WAVEHDR& header) {
-    const MMRESULT result = queue_.Append(header);
+    const MMRESULT result = Append(header);
     if (result == MMSYSERR_NOERROR) output_->Filled();
     return result;
 }
@@ -59,6 +67,7 @@ void WaveOutDevice::SetPaused(bool paused) {
 
 void WaveOutDevice::Reset() {
     queue_.Reset();
+    if (decoder_) decoder_->Restart();
     output_->Flush();
     SetPaused(false);
 }

@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include "platform/codecs/pcm_decoder.h"
 #include "platform/sound/card.h"
 #include "platform/sound/wave_queue.h"
 
@@ -11,8 +12,10 @@ namespace tolvane::platform {
 
 class WaveOutDevice {
   public:
-    WaveOutDevice(UINT id, const PcmFormat& format, const WaveEvents& events)
-        : id_(id), events_(events), queue_(format, events) {}
+    // With a decoder, what is written is in the decoder's format.
+    WaveOutDevice(UINT id, const PcmFormat& format, std::unique_ptr<PcmDecoder> decoder,
+                  const WaveEvents& events)
+        : id_(id), events_(events), queue_(format, events), decoder_(std::move(decoder)) {}
     ~WaveOutDevice() { Close(); }
     WaveOutDevice(const WaveOutDevice&) = delete;
     WaveOutDevice& operator=(const WaveOutDevice&) = delete;
@@ -31,10 +34,13 @@ class WaveOutDevice {
     void Reset();
 
   private:
+    MMRESULT Append(WAVEHDR& header);
+
     const CardLease lease_;
     const UINT id_;
     const WaveEvents events_;
     WaveQueue queue_;
+    const std::unique_ptr<PcmDecoder> decoder_;
     std::unique_ptr<CardOutput> output_;
     bool paused_ = false, closed_ = false;
 };

@@ -3,15 +3,33 @@
 
 #include <algorithm>
 #include <new>
+#include <utility>
 
 namespace tolvane::platform {
 
 MMRESULT WaveQueue::Append(WAVEHDR& header) {
-    if (lost_) return MMSYSERR_NODRIVER;
+    const uint64_t bytes = format_.WholeFrames(header.dwBufferLength);
     if (!MakeRoom()) return MMSYSERR_NOMEM;
-    const uint64_t begin = accepted_;
-    accepted_ += format_.WholeFrames(header.dwBufferLength);
-    At(count_++) = {&header, reinterpret_cast<const std::byte*>(header.lpData), begin, accepted_};
+    return Add({&header,
+                reinterpret_cast<const std::byte*>(header.lpData),
+                accepted_,
+                accepted_ + bytes,
+                bytes,
+                {}});
+}
+
+MMRESULT WaveQueue::Append(WAVEHDR& header, std::vector<uint8_t> sound) {
+    const uint64_t bytes = format_.WholeFrames(sound.size());
+    if (!MakeRoom()) return MMSYSERR_NOMEM;
+    const auto* const data = reinterpret_cast<const std::byte*>(sound.data());
+    return Add({&header, data, accepted_, accepted_ + bytes, header.dwBufferLength, std::move(sound)});
+}
+
+MMRESULT WaveQueue::Add(Entry entry) {
+    if (lost_) return MMSYSERR_NODRIVER;
+    WAVEHDR& header = *entry.header;
+    accepted_ = entry.end;
+    At(count_++) = std::move(entry);
     header.dwFlags = (header.dwFlags & ~DWORD{WHDR_DONE}) | WHDR_INQUEUE;
     // A header without a frame has nothing to take, and is done as soon as those before it are.
     Take(0);
@@ -22,7 +40,19 @@ MMRESULT WaveQueue::Append(WAVEHDR& header) {
 void WaveQueue::Reset() {
     while (count_)
         GiveBackOldest();
-    accepted_ = taken_ = played_ = 0;
+    accepted_ = taken_ = played_ = source_done_ = 0;
+}
+
+uint64_t WaveQueue::Entry::SourceAt(uint64_t position) const {
+    if (position >= end) return source;
+    return position > begin ? (position - begin) * source / (end - begin) : 0;
+}
+
+uint64_t WaveQueue::SourceAt(uint64_t position) const {
+    uint64_t bytes = source_done_;
+    for (uint32_t i = 0; i < count_ && At(i).begin <= position; i++)
+        bytes += At(i).SourceAt(position);
+    return bytes;
 }
 
 std::span<const std::byte> WaveQueue::Next() const {
@@ -62,7 +92,7 @@ bool WaveQueue::MakeRoom() {
     std::unique_ptr<Entry[]> ring(new (std::nothrow) Entry[room]);
     if (!ring) return false;
     for (uint32_t i = 0; i < count_; i++)
-        ring[i] = At(i);
+        ring[i] = std::move(At(i));
     ring_ = std::move(ring);
     room_ = room;
     first_ = 0;
@@ -72,6 +102,8 @@ bool WaveQueue::MakeRoom() {
 // The header is no longer ours once its owner has been told.
 void WaveQueue::GiveBackOldest() {
     WAVEHDR& header = *At(0).header;
+    source_done_ += At(0).SourceAt(played_);
+    At(0).sound = {};
     first_ = (first_ + 1) % room_;
     count_--;
     next_ -= next_ ? 1 : 0;

@@ -7,13 +7,15 @@
 #include <cstddef>
 #include <memory>
 #include <span>
+#include <vector>
 
 #include "platform/sound/pcm_format.h"
 #include "platform/sound/wave_events.h"
 
 namespace tolvane::platform {
 
-// Every function is called with the device's lock held. Positions are bytes since the open or the last reset.
+// Every function is called with the device's lock held. Positions are bytes of PCM since the open or the last
+// reset.
 class WaveQueue {
   public:
     WaveQueue(const PcmFormat& format, const WaveEvents& events) : format_(format), events_(events) {}
@@ -23,6 +25,10 @@ class WaveQueue {
     // ---- For the services ----
 
     MMRESULT Append(WAVEHDR& header);
+    // A header whose bytes are of another format: `sound` is what they become.
+    MMRESULT Append(WAVEHDR& header, std::vector<uint8_t> sound);
+    // The bytes of the headers that make up the sound before `position`, in the host's own format.
+    uint64_t SourceAt(uint64_t position) const;
     // Hands every header back, oldest first, and counts from 0 again.
     void Reset();
     bool Empty() const { return count_ == 0; }
@@ -52,10 +58,15 @@ class WaveQueue {
         WAVEHDR* header;
         const std::byte* data;
         uint64_t begin, end;
+        uint64_t source;             // bytes of the header, in its own format
+        std::vector<uint8_t> sound;  // what a codec made of them
+
+        uint64_t SourceAt(uint64_t position) const;
     };
 
     Entry& At(uint32_t index) const { return ring_[(first_ + index) % room_]; }
     bool MakeRoom();
+    MMRESULT Add(Entry entry);
     void GiveBackOldest();
 
     const PcmFormat format_;
@@ -65,6 +76,7 @@ class WaveQueue {
     uint32_t room_ = 0, first_ = 0, count_ = 0;
     uint32_t next_ = 0;  // index of the first entry with bytes that were not taken
     uint64_t accepted_ = 0, taken_ = 0, played_ = 0;
+    uint64_t source_done_ = 0;  // of the headers given back
     bool lost_ = false;
 };
 

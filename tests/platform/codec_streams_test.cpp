@@ -352,6 +352,22 @@ TEST(CodecStreams, ServicesFailOnRequest) {
     EXPECT_EQ(opened, nullptr);
 }
 
+TEST(CodecStreams, AnyBytesAreTakenForSound) {
+    std::mt19937 random(7);
+    for (const Case& c : Cases()) {
+        SCOPED_TRACE(c.name);
+        AcmStream there(c.Source(), c.Target()), back(c.Target(), c.Source());
+        Bytes bytes = ConvertAll(there, Sound(c.channels, c.rate, c.bits, 50'000));
+        for (size_t at = 3'000; at < bytes.size(); at += random() % 300)
+            bytes[at] = static_cast<uint8_t>(random());
+        EXPECT_LE(ConvertAll(back, bytes, 65'536, 300'000).size(),
+                  back.Size(static_cast<DWORD>(bytes.size())));
+        Bytes noise(200'000);
+        std::generate(noise.begin(), noise.end(), [&] { return static_cast<uint8_t>(random()); });
+        EXPECT_LE(ConvertAll(back, noise, 65'536, 300'000).size(), back.Size(200'000));
+    }
+}
+
 // ---- Files that other programs made ----
 
 void Execute(const std::string& command) {

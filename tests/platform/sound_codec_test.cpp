@@ -1,0 +1,114 @@
+// Compressed sound through the wave mapper, on the virtual card with the clock in the test's hand.
+#include "platform/codec_stream.h"
+#include "platform/wave_player.h"
+
+#include <platform_codecs.h>
+
+namespace tolvane::test {
+namespace {
+
+struct Sounding {
+    WORD tag, channels;
+    DWORD rate;
+    AnyFormat format, pcm;
+    Bytes packed, decoded;
+};
+
+Sounding Make(WORD tag, WORD channels, DWORD rate) {
+    const AnyFormat pcm = ::Pcm(channels, rate, 16), format = Compressed(tag, pcm);
+    AcmStream there(pcm, format), back(format, pcm);
+    const Bytes packed = ConvertAll(there, Sound(channels, rate, 16, 20'000));
+    return {tag, channels, rate, format, pcm, packed, ConvertAll(back, packed)};
+}
+
+std::vector<Sounding> Soundings() {
+    return {Make(WAVE_FORMAT_MULAW, 1, 8'000), Make(WAVE_FORMAT_IMA_ADPCM, 2, 22'050),
+            Make(WAVE_FORMAT_ADPCM, 1, 11'025), Make(WAVE_FORMAT_GSM610, 1, 8'000),
+            Make(WAVE_FORMAT_MPEGLAYER3, 2, 44'100)};
+}
+
+class SoundCodec : public OnVirtualCard {};
+
+std::deque<WAVEHDR*> WriteAll(WavePlayer& player, const Bytes& packed, size_t piece) {
+    std::deque<WAVEHDR*> headers;
+    for (size_t at = 0; at < packed.size(); at += piece) {
+        const auto from = packed.begin() + static_cast<std::ptrdiff_t>(at);
+        headers.push_back(
+            player.Written({from, from + static_cast<std::ptrdiff_t>(std::min(piece, packed.size() - at))}));
+    }
+    return headers;
+}
+
+TEST_F(SoundCodec, PlaysWhatTheCodecDecodesAndCountsTheHostsBytes) {
+    for (Sounding& s : Soundings()) {
+        SCOPED_TRACE(s.tag);
+        PlatformVirtualClearPlayed(0);
+        WavePlayer player;
+        ASSERT_EQ(player.Open(*s.format.get()), 0u);
+        const size_t piece = 777 + s.format->nBlockAlign;
+        auto headers = WriteAll(player, s.packed, piece);
+        player.Messages();
+        const DWORD frames = static_cast<DWORD>(s.decoded.size() / s.pcm->nBlockAlign);
+        for (DWORD done = 0, at = 0; PlatformVirtualAdvance(0, 500); at = player.Position()) {
+            EXPECT_GE(player.Position(), at);
+            for (const Told& told : player.Messages()) {
+                ASSERT_EQ(told, (Told{MM_WOM_DONE, headers.front()}));
+                done += headers.front()->dwBufferLength;
+                headers.pop_front();
+            }
+            EXPECT_GE(player.Position(), done) << "a header is done when its sound was heard";
+            EXPECT_LE(player.Position(), done + piece);
+            const double share = static_cast<double>(player.Position(TIME_SAMPLES)) / frames;
+            EXPECT_NEAR(player.Position(), share * static_cast<double>(s.packed.size()),
+                        2.0 * static_cast<double>(piece));
+        }
+        EXPECT_TRUE(headers.empty());
+        EXPECT_TRUE(Played() == s.decoded) << Played().size() << " and " << s.decoded.size();
+        EXPECT_EQ(player.Position(), s.packed.size());
+        EXPECT_EQ(player.Position(TIME_SAMPLES), frames);
+        EXPECT_EQ(player.Position(TIME_MS), frames * uint64_t{1'000} / s.rate);
+    }
+}
+
+TEST_F(SoundCodec, PausesAndBeginsAnewAfterAReset) {
+    for (Sounding& s : Soundings()) {
+        SCOPED_TRACE(s.tag);
+        WavePlayer player;
+        ASSERT_EQ(player.Open(*s.format.get()), 0u);
+        WriteAll(player, Bytes(s.packed.begin(), s.packed.begin() + 3'000), 1'001);
+        EXPECT_EQ(waveOutPause(player.handle), 0u);
+        EXPECT_EQ(PlatformVirtualAdvance(0, 100), 0u);
+        EXPECT_EQ(waveOutRestart(player.handle), 0u);
+        EXPECT_EQ(PlatformVirtualAdvance(0, 100), 100u);
+        EXPECT_EQ(waveOutClose(player.handle), UINT{WAVERR_STILLPLAYING});
+        EXPECT_EQ(waveOutReset(player.handle), 0u);
+        EXPECT_EQ(player.Position(), 0u);
+        PlatformVirtualClearPlayed(0);
+        WriteAll(player, s.packed, 5'000);
+        while (PlatformVirtualAdvance(0, 10'000)) {
+        }
+        EXPECT_TRUE(Played() == s.decoded);
+    }
+}
+
+TEST_F(SoundCodec, IsForTheMapperAloneAndForWhatTheDeviceCanPlay) {
+    Sounding s = Make(WAVE_FORMAT_IMA_ADPCM, 2, 22'050);
+    const auto query = [&](UINT device, DWORD flags) {
+        return waveOutOpen(nullptr, device, s.format.get(), 0, 0, WAVE_FORMAT_QUERY | flags);
+    };
+    EXPECT_EQ(query(WAVE_MAPPER, 0), 0u);
+    EXPECT_EQ(query(WAVE_MAPPER, WAVE_FORMAT_DIRECT), UINT{WAVERR_BADFORMAT});
+    EXPECT_EQ(query(0, 0), UINT{WAVERR_BADFORMAT});
+    s.format->nBlockAlign = 0;
+    EXPECT_EQ(query(WAVE_MAPPER, 0), UINT{WAVERR_BADFORMAT});
+    s = Make(WAVE_FORMAT_IMA_ADPCM, 2, 22'050);
+    const PlatformVirtualDevice narrow = {"narrow", 8'000, 11'025, 2, 2};
+    ASSERT_TRUE(PlatformVirtualSetOutputs(&narrow, 1));
+    EXPECT_EQ(query(WAVE_MAPPER, 0), UINT{WAVERR_BADFORMAT});
+    PlatformShowBuiltInCodecs(0);
+    EXPECT_EQ(query(WAVE_MAPPER, 0), UINT{WAVERR_BADFORMAT});
+    PlatformShowBuiltInCodecs(1);
+}
+
+}  // namespace
+}  // namespace tolvane::test
