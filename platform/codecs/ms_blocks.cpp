@@ -17,7 +17,13 @@ int Expected(const MsChannel& channel) {
     return static_cast<int>(sum) >> 8;
 }
 
-int16_t Decode(MsChannel& channel, int code) {
+int16_t Word(const uint8_t* bytes) {
+    return static_cast<int16_t>(bytes[0] | bytes[1] << 8);
+}
+
+}  // namespace
+
+int16_t DecodeMsCode(MsChannel& channel, int code) {
     const int change = (code ^ 8) - 8;
     const auto speed = static_cast<size_t>(std::max(std::abs(change) - 1, 0));
     const int sample = std::clamp(Expected(channel) + change * channel.step, -32768, 32767);
@@ -25,6 +31,16 @@ int16_t Decode(MsChannel& channel, int code) {
     channel.before = channel.last;
     return static_cast<int16_t>(channel.last = sample);
 }
+
+// The header's fields: predictors of all channels, then their steps, last samples and the samples before.
+MsChannel ReadMsHeader(const uint8_t* block, size_t channel, const MsLayout& layout) {
+    const size_t words = 2 * layout.channels;
+    const uint8_t number = block[channel], *fields = block + layout.channels + 2 * channel;
+    return {layout.predictors[number < layout.predictor_count ? number : 0], Word(fields),
+            Word(fields + words), Word(fields + 2 * words)};
+}
+
+namespace {
 
 // The code that comes nearest to the sample, or the one that comes second.
 int CodeFor(const MsChannel& channel, int sample, bool second) {
@@ -44,28 +60,16 @@ struct Attempt {
         : channel(start) {
         for (size_t i = 0; i < count; ++i, samples += stride) {
             const int code = CodeFor(channel, *samples, way == i + 1);
-            const auto difference = static_cast<float>(*samples - Decode(channel, code));
+            const auto difference = static_cast<float>(*samples - DecodeMsCode(channel, code));
             error += difference * difference;
             codes = codes << 4 | static_cast<uint32_t>(code);
         }
     }
 };
 
-int16_t Word(const uint8_t* bytes) {
-    return static_cast<int16_t>(bytes[0] | bytes[1] << 8);
-}
-
 void PutWord(uint8_t* bytes, int word) {
     bytes[0] = static_cast<uint8_t>(word);
     bytes[1] = static_cast<uint8_t>(word >> 8);
-}
-
-// The header's fields: predictors of all channels, then their steps, last samples and the samples before.
-MsChannel ReadHeader(const uint8_t* block, size_t channel, const MsLayout& layout) {
-    const size_t words = 2 * layout.channels;
-    const uint8_t number = block[channel], *fields = block + layout.channels + 2 * channel;
-    return {layout.predictors[number < layout.predictor_count ? number : 0], Word(fields),
-            Word(fields + words), Word(fields + 2 * words)};
 }
 
 void WriteHeader(uint8_t* block, size_t channel, size_t channels, size_t number, const MsChannel& start) {
@@ -78,7 +82,7 @@ void WriteHeader(uint8_t* block, size_t channel, size_t channels, size_t number,
 
 template <size_t kChannels>
 void DecodeBlock(const uint8_t* in, const MsLayout& layout, int16_t* out) {
-    MsChannel left = ReadHeader(in, 0, layout), right = ReadHeader(in, kChannels - 1, layout);
+    MsChannel left = ReadMsHeader(in, 0, layout), right = ReadMsHeader(in, kChannels - 1, layout);
     *out++ = static_cast<int16_t>(left.before);
     if (kChannels == 2) *out++ = static_cast<int16_t>(right.before);
     *out++ = static_cast<int16_t>(left.last);
@@ -86,10 +90,10 @@ void DecodeBlock(const uint8_t* in, const MsLayout& layout, int16_t* out) {
     in += kMsHeader * kChannels;
     const size_t samples = (layout.frames - kMsFirstFrames) * kChannels;
     for (size_t i = 0; i + 1 < samples; i += 2, ++in) {
-        *out++ = Decode(left, *in >> 4);
-        *out++ = Decode(kChannels == 2 ? right : left, *in & 15);
+        *out++ = DecodeMsCode(left, *in >> 4);
+        *out++ = DecodeMsCode(kChannels == 2 ? right : left, *in & 15);
     }
-    if (samples % 2) *out = Decode(left, *in >> 4);
+    if (samples % 2) *out = DecodeMsCode(left, *in >> 4);
 }
 
 // The step with which a predictor begins: as large as its first errors want it.
@@ -193,6 +197,11 @@ void EncodeAll(const int16_t* frames, size_t blocks, const MsLayout& layout, uin
 
 namespace plain {
 
+void DecodeMsBlocks(const uint8_t* in, size_t blocks, const MsLayout& layout, int16_t* frames) {
+    for (; blocks; --blocks, in += layout.block_size, frames += layout.frames * layout.channels)
+        (layout.channels == 1 ? DecodeBlock<1> : DecodeBlock<2>)(in, layout, frames);
+}
+
 void EncodeMsSegments(MsSegments& segments, size_t stride, size_t count) {
     for (size_t i = 0; i < segments.used; ++i) {
         Attempt best(segments.channels[i], 0, segments.samples[i], stride, count);
@@ -220,8 +229,7 @@ void EncodeMsBlocks(const int16_t* frames, size_t blocks, const MsLayout& layout
 }
 
 void DecodeMsBlocks(const uint8_t* in, size_t blocks, const MsLayout& layout, int16_t* frames) {
-    for (; blocks; --blocks, in += layout.block_size, frames += layout.frames * layout.channels)
-        (layout.channels == 1 ? DecodeBlock<1> : DecodeBlock<2>)(in, layout, frames);
+    (HasAvx2() ? avx2::DecodeMsBlocks : plain::DecodeMsBlocks)(in, blocks, layout, frames);
 }
 
 }  // namespace tolvane::platform

@@ -48,6 +48,9 @@ struct MsChannel {
     int last = 0, before = 0;
 };
 
+MsChannel ReadMsHeader(const uint8_t* block, size_t channel, const MsLayout& layout);
+int16_t DecodeMsCode(MsChannel& channel, int code);
+
 // A segment of at most eight samples is encoded in eight ways, each of which takes the second best code at another
 // place, the first nowhere; the way with the smallest error stays. A few channels are worked on side by side.
 constexpr size_t kMsWays = 8, kMsSegment = 8, kMsSideBySide = 4;
@@ -61,10 +64,12 @@ struct MsSegments {
 
 // The two ways to the same bytes; the second wants a processor with AVX2. Samples lie `stride` apart.
 namespace plain {
+void DecodeMsBlocks(const uint8_t* in, size_t blocks, const MsLayout& layout, int16_t* frames);
 void EncodeMsSegments(MsSegments& segments, size_t stride, size_t count);
 void EncodeMsBlocks(const int16_t* frames, size_t blocks, const MsLayout& layout, uint8_t* out);
 }  // namespace plain
 namespace avx2 {
+void DecodeMsBlocks(const uint8_t* in, size_t blocks, const MsLayout& layout, int16_t* frames);
 void EncodeMsSegments(MsSegments& segments, size_t stride, size_t count);
 void EncodeMsBlocks(const int16_t* frames, size_t blocks, const MsLayout& layout, uint8_t* out);
 }  // namespace avx2
