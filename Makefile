@@ -40,6 +40,7 @@ bench: setup-bench
 	@sox -n -r 44100 -c 2 -b 16 build/native/bench.wav synth 20 sine 440 gain -6
 	@tools/sound-server run build/native/bin/library_cost build/native/bench.wav
 	@python3 bench/play_cost.py
+	@python3 bench/reformat_cost.py
 
 check: setup-windows+check
 	@tools/check

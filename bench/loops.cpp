@@ -1,5 +1,5 @@
 // Loops over samples, beside a plain read of the same memory: the level of a block of about an eighth of a second, as
-// a host measures it while it plays or records.
+// a host measures it while it plays or records, and the change of format of a block.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
@@ -7,6 +7,7 @@
 #include <random>
 #include <vector>
 
+#include "convert/sample_loops.h"
 #include "tolvane.h"
 
 namespace {
@@ -43,5 +44,23 @@ void Sum(benchmark::State& state) {
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * kBlock));
 }
 BENCHMARK(Sum);
+
+void Change(benchmark::State& state, tolvane::BlockLoop loop, size_t unit, uint32_t factor) {
+    const std::vector<uint8_t> block = Noise();
+    std::vector<uint8_t> out(kBlock * factor * 2);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(loop(block.data(), kBlock / unit, factor, out.data()));
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * kBlock));
+}
+BENCHMARK_CAPTURE(Change, RateHalved, tolvane::KeepLoop(4), 4, 2);
+BENCHMARK_CAPTURE(Change, RateByThree, tolvane::KeepLoop(4), 4, 3);
+BENCHMARK_CAPTURE(Change, RateDoubled, tolvane::RepeatLoop(4), 4, 2);
+BENCHMARK_CAPTURE(Change, ToStereo, tolvane::RepeatLoop(2), 2, 2);
+BENCHMARK_CAPTURE(Change, ToMono16, tolvane::AverageLoop(2), 4, 2);
+BENCHMARK_CAPTURE(Change, ToMono8, tolvane::AverageLoop(1), 2, 2);
+BENCHMARK_CAPTURE(Change, To8Bits, tolvane::NarrowSamples, 2, 1);
+BENCHMARK_CAPTURE(Change, To16Bits, tolvane::WidenSamples, 1, 1);
 
 }  // namespace

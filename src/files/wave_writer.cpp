@@ -37,7 +37,7 @@ bool WaveWriter::BeginChunk(FOURCC id) {
 
 bool WaveWriter::Write(const void* data, DWORD size) {
     const LONG count = static_cast<LONG>(size);
-    return count >= 0 && mmioWrite(file_.Get(), static_cast<HPCSTR>(data), count) == count;
+    return count >= 0 && mmioWrite(file_.Get(), static_cast<const char*>(data), count) == count;
 }
 
 bool WaveWriter::EndChunk() {
