@@ -1,9 +1,9 @@
-// The arithmetic of IMA ADPCM for 32 channels of blocks at a time.
+// The arithmetic of IMA ADPCM for many channels of blocks at a time.
 //
-// One run takes 16 pairs of channels: the two of a stereo block, or those of mono blocks 16 apart. Samples lie in
-// words of two vectors, pairs 0-7 and 8-15, the first of each pair in a vector's lower half and the second in the
-// upper. Codes and step indexes lie in the bytes of one vector in the order in which packing two such vectors leaves
-// them: 16 firsts, 16 seconds.
+// Channels go in pairs: the two of a stereo block, or those of two mono blocks. Samples lie in words, the first of each
+// of eight pairs in a vector's lower half and the second in the upper. Decoding has 16 pairs in two such vectors;
+// encoding has eight pairs there twice, once for each of two ways. Codes and step indexes lie in the bytes of one vector
+// in the order in which packing the two leaves them.
 #include "platform/codecs/ima_blocks.h"
 
 #include "platform/codecs/processor.h"
