@@ -238,6 +238,9 @@ TEST(FileNames, CopiesAreWholeOrNotThere) {
     ASSERT_TRUE(CopyFileA(a.c_str(), b.c_str(), FALSE));
     EXPECT_EQ(Contents(b), bytes);
     EXPECT_EQ(Identity(a).ftLastWriteTime.dwLowDateTime, Identity(b).ftLastWriteTime.dwLowDateTime);
+    Put(b, bytes + "what was longer before");
+    ASSERT_TRUE(CopyFileA(a.c_str(), b.c_str(), FALSE));
+    EXPECT_EQ(Contents(b), bytes);
     EXPECT_TRUE(FailsWith{ERROR_FILE_NOT_FOUND}(CopyFileA(space.Name("no").c_str(), b.c_str(), FALSE)));
     EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(CopyFileA(a.c_str(), "/dev/full", FALSE)));
     EXPECT_EQ(access("/dev/full", F_OK), 0);

@@ -232,6 +232,31 @@ TEST(Mmio, AgreesWithAPlainModelOfAFile) {
     }
 }
 
+// Where in the file a buffer that begins at an odd place ends.
+TEST(Mmio, BuffersEndOnMultiplesOfTheirSize) {
+    const Workspace space;
+    constexpr LONG kSize = 4096;
+    for (const DWORD mode : {MMIO_CREATE | MMIO_WRITE, MMIO_READ}) {
+        const HMMIO file = Open(space.Name("f"), mode);
+        ASSERT_EQ(mmioSetBuffer(file, nullptr, kSize, 0), 0u);
+        std::string bytes(3 * kSize, 'x');
+        for (const LONG from : {46, kSize, 2 * kSize + 1}) {
+            ASSERT_EQ(mmioSeek(file, from, SEEK_SET), from);
+            const bool reads = mode == MMIO_READ;
+            ASSERT_EQ(reads ? mmioRead(file, bytes.data(), 9) : mmioWrite(file, bytes.data(), 9), 9);
+            MMIOINFO info{};
+            ASSERT_EQ(mmioGetInfo(file, &info, 0), 0u);
+            EXPECT_EQ(info.lBufOffset, from);
+            EXPECT_EQ(
+                (info.lBufOffset + ((reads ? info.pchEndRead : info.pchEndWrite) - info.pchBuffer)) % kSize,
+                0);
+        }
+        ASSERT_EQ(mmioSeek(file, 3 * kSize - 1, SEEK_SET), 3 * kSize - 1);
+        if (mode != MMIO_READ) mmioWrite(file, bytes.data(), 1);
+        EXPECT_EQ(mmioClose(file, 0), 0u);
+    }
+}
+
 TEST(Mmio, OffsetsEndAtTwoGigabytes) {
     Workspace space;
     const std::string name = space.Name("big");
