@@ -55,7 +55,9 @@ TEST_F(PlaybackCopy, IsMadeOnceAndAgainAfterAChange) {
     EXPECT_EQ(PlayWhole(), 1) << "the copy went with the old temp folder";
     AudioLoadFile(path_.c_str());
     EXPECT_EQ(PlayWhole(), 1);
+    codec_.suggests = false;
     EXPECT_EQ(AudioPlayWave(path_.c_str(), 0, 0, 0, 0, 0), TOLVANE_FORMAT_NOT_PLAYABLE);
+    codec_.suggests = true;
     EXPECT_EQ(PlayWhole(), 1) << "a failed start forgets the copy";
 }
 
@@ -64,6 +66,13 @@ TEST_F(PlaybackCopy, IsPlayedLikeAnyFile) {
     EXPECT_EQ(AudioPlayWave(path_.c_str(), 0, 0, 0, 1, 0), TOLVANE_ALREADY_PLAYING);
     PlayOut();
     EXPECT_TRUE(Heard({{10000, 25000}}));
+}
+
+TEST_F(PlaybackCopy, IsNotMadeWhereTheDeviceDecodes) {
+    EXPECT_EQ(AudioPlayWave(path_.c_str(), 5'000, 2, 0, 0, 0), TOLVANE_OK);
+    PlayOut();
+    EXPECT_TRUE(HeardBytes(sound_)) << "from the beginning, whatever the start";
+    EXPECT_EQ(PlayWhole(), 1);
 }
 
 TEST_F(PlaybackCopy, ThatCannotBeMade) {
