@@ -4,6 +4,7 @@
 
 #include <platform_codecs.h>
 
+#include <atomic>
 #include <limits>
 #include <map>
 #include <mutex>
@@ -18,7 +19,7 @@ constexpr uintptr_t kStreamKind = 3, kKindStep = 4;
 struct OpenStream {
     InstalledDriver driver;  // goes after its stream
     std::unique_ptr<Stream> stream;
-    std::mutex in_use{};
+    std::atomic_flag in_use{};
     bool was_reset = false;
 };
 
@@ -60,13 +61,29 @@ void ForgetStream(HACMSTREAM handle) {
     streams.open.erase(Number(handle));
 }
 
-// Runs `work` with a stream that no other thread uses meanwhile.
+// Whether this is the one user of a stream; a driver that comes back to its own stream is not.
+class Turn {
+  public:
+    explicit Turn(std::atomic_flag& in_use) : in_use_(in_use), ours_(!in_use.test_and_set()) {}
+    ~Turn() {
+        if (ours_) in_use_.clear();
+    }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+    explicit operator bool() const { return ours_; }
+
+  private:
+    std::atomic_flag& in_use_;
+    const bool ours_;
+};
+
+// Runs `work` with a stream that nobody else uses meanwhile.
 template <class Work>
 MMRESULT WithStream(HACMSTREAM handle, Work&& work) {
     const std::shared_ptr<OpenStream> open = FindStream(Number(handle));
     if (!open) return MMSYSERR_INVALHANDLE;
-    const std::unique_lock lock(open->in_use, std::try_to_lock);
-    return lock ? work(*open) : MMRESULT{ACMERR_BUSY};
+    const Turn turn(open->in_use);
+    return turn ? work(*open) : MMRESULT{ACMERR_BUSY};
 }
 
 std::unique_ptr<Stream> AskDriver(const Driver& driver, const FormatView& source, const FormatView& target) {

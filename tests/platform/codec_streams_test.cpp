@@ -418,6 +418,7 @@ struct Doubler {
     int streams = 0;
     bool fails = false;
     uint32_t flags = 0;
+    HACMSTREAM own = nullptr;  // what to come back to from within
 };
 
 const PlatformCodecStream kDoubling = {[](void* context, const void*, const void*) {
@@ -429,6 +430,10 @@ const PlatformCodecStream kDoubling = {[](void* context, const void*, const void
                                           void* target, uint32_t room, uint32_t* produced, uint32_t flags) {
                                            auto& doubler = *static_cast<Doubler*>(stream);
                                            doubler.flags = flags;
+                                           if (doubler.own) {
+                                               EXPECT_EQ(acmStreamReset(doubler.own, 0), UINT{ACMERR_BUSY});
+                                               EXPECT_EQ(acmStreamClose(doubler.own, 0), UINT{ACMERR_BUSY});
+                                           }
                                            if (doubler.fails) return uint32_t{MMSYSERR_ERROR};
                                            *used = std::min(size, room / 2);
                                            *produced = *used * 2;
@@ -462,6 +467,9 @@ TEST(CodecStreams, AHostsDriverConvertsWhateverBecomesOfIt) {
         EXPECT_EQ(acmStreamReset(stream.handle, 0), 0u);
         EXPECT_EQ(header.Convert(4, 4, ACM_STREAMCONVERTF_END), 0u);
         EXPECT_EQ(doubler.flags, DWORD{ACM_STREAMCONVERTF_START | ACM_STREAMCONVERTF_END});
+        doubler.own = stream.handle;
+        EXPECT_EQ(header.Convert(4, 4, 0), 0u);
+        doubler.own = nullptr;
         doubler.fails = true;
         EXPECT_EQ(header.Convert(4, 4, 0), UINT{MMSYSERR_ERROR});
         EXPECT_EQ(header.header.cbSrcLengthUsed | header.header.cbDstLengthUsed, 0u);
