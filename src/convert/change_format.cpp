@@ -53,22 +53,12 @@ Changes Compare(const WAVEFORMATEX& from, const PcmShape& wanted) {
             from.wBitsPerSample != wanted.bits};
 }
 
-bool IsHandled(const PcmShape& shape) {
-    return (shape.channels == 1 || shape.channels == 2) && (shape.bits == 8 || shape.bits == 16) &&
-           shape.rate != 0 && uint64_t{shape.rate} * shape.channels * shape.bits / 8 <= UINT32_MAX;
-}
-
-bool IsHandled(const WAVEFORMATEX& from) {
-    const PcmShape shape = {from.nSamplesPerSec, from.wBitsPerSample, from.nChannels};
-    return IsHandled(shape) && from.nBlockAlign == shape.channels * shape.bits / 8;
-}
-
 bool IsWholeRatio(uint32_t rate, uint32_t other) {
     return std::max(rate, other) % std::min(rate, other) == 0;
 }
 
 uint16_t CheckChange(const WAVEFORMATEX& from, const PcmShape& wanted) {
-    if (!IsHandled(wanted) || !IsHandled(from)) return TOLVANE_CHANGE_NOT_POSSIBLE;
+    if (!IsPossibleShape(wanted)) return TOLVANE_CHANGE_NOT_POSSIBLE;
     if (Compare(from, wanted).Count() == 0) return TOLVANE_SAME_FORMAT;
     return IsWholeRatio(from.nSamplesPerSec, wanted.rate) ? TOLVANE_OK : TOLVANE_CHANGE_NOT_POSSIBLE;
 }

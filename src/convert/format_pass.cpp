@@ -18,11 +18,31 @@ constexpr LONG kFileBufferSize = 65536;
 constexpr DWORD kShortestFormat = 16;             // a format record without its extra size
 constexpr uint64_t kMostSound = 0x7FFFFFFF - 64;  // what a file of 2 GiB has room for beside its headers
 
+WAVEFORMATEX FormatOf(const PcmShape& shape) {
+    WAVEFORMATEX format = {};
+    format.wFormatTag = WAVE_FORMAT_PCM;
+    format.nChannels = shape.channels;
+    format.nSamplesPerSec = shape.rate;
+    format.wBitsPerSample = shape.bits;
+    format.nBlockAlign = static_cast<WORD>(shape.channels * (shape.bits / 8));
+    format.nAvgBytesPerSec = shape.rate * format.nBlockAlign;
+    return format;
+}
+
+PcmShape ShapeOf(const WAVEFORMATEX& format) {
+    return {format.nSamplesPerSec, format.wBitsPerSample, format.nChannels};
+}
+
+bool IsHandled(const WAVEFORMATEX& format) {
+    return IsPossibleShape(ShapeOf(format)) &&
+           format.nBlockAlign == format.nChannels * format.wBitsPerSample / 8;
+}
+
 // A PCM wave file, open at its sound.
 struct PcmInput {
     MmioFile file;
-    WAVEFORMATEX format = {};
-    DWORD size = 0;  // of the sound, as the file claims it
+    WAVEFORMATEX format = {};  // that the passes can work on
+    DWORD size = 0;            // of the sound, as the file claims it
 };
 
 uint16_t OpenPcmInput(const char* path, PcmInput* input) {
@@ -39,7 +59,8 @@ uint16_t OpenPcmInput(const char* path, PcmInput* input) {
     input->format.cbSize = 0;
     if (!FindSubchunk(input->file, riff, kDataChunk, &chunk)) return TOLVANE_INPUT_NO_DATA;
     input->size = chunk.cksize;
-    return input->size ? TOLVANE_OK : TOLVANE_INPUT_EMPTY;
+    if (input->size == 0) return TOLVANE_INPUT_EMPTY;
+    return IsHandled(input->format) ? TOLVANE_OK : TOLVANE_CHANGE_NOT_POSSIBLE;
 }
 
 // What a pass does with each block.
@@ -51,21 +72,6 @@ struct BlockChange {
     uint32_t growth;  // the output has at most so many times the bytes of the input
 };
 
-WAVEFORMATEX FormatOf(const PcmShape& shape) {
-    WAVEFORMATEX format = {};
-    format.wFormatTag = WAVE_FORMAT_PCM;
-    format.nChannels = shape.channels;
-    format.nSamplesPerSec = shape.rate;
-    format.wBitsPerSample = shape.bits;
-    format.nBlockAlign = static_cast<WORD>(shape.channels * (shape.bits / 8));
-    format.nAvgBytesPerSec = shape.rate * format.nBlockAlign;
-    return format;
-}
-
-PcmShape ShapeOf(const WAVEFORMATEX& format) {
-    return {format.nSamplesPerSec, format.wBitsPerSample, format.nChannels};
-}
-
 BlockChange PlanSampleRate(const WAVEFORMATEX& from, const PcmShape& wanted) {
     PcmShape shape = ShapeOf(from);
     const uint32_t old_rate = std::exchange(shape.rate, wanted.rate);
@@ -75,19 +81,20 @@ BlockChange PlanSampleRate(const WAVEFORMATEX& from, const PcmShape& wanted) {
     return {FormatOf(shape), loop, from.nBlockAlign, factor, raise ? factor : 1};
 }
 
-BlockChange PlanChannels(const WAVEFORMATEX& from, const PcmShape& wanted) {
+// Both follow what the file has now, whatever it had when it was looked at first.
+BlockChange PlanChannels(const WAVEFORMATEX& from, const PcmShape&) {
     PcmShape shape = ShapeOf(from);
-    shape.channels = wanted.channels;
-    const uint32_t sample = from.wBitsPerSample / 8u;
-    const BlockLoop loop = wanted.channels == 2 ? RepeatLoop(sample) : AverageLoop(sample);
-    return {FormatOf(shape), loop, from.nBlockAlign, 2, 2};
+    const bool mono = shape.channels == 1;
+    shape.channels = mono ? 2 : 1;
+    const uint32_t sample = shape.bits / 8u;
+    return {FormatOf(shape), mono ? RepeatLoop(sample) : AverageLoop(sample), from.nBlockAlign, 2, 2};
 }
 
-BlockChange PlanSampleSize(const WAVEFORMATEX& from, const PcmShape& wanted) {
+BlockChange PlanSampleSize(const WAVEFORMATEX& from, const PcmShape&) {
     PcmShape shape = ShapeOf(from);
-    shape.bits = wanted.bits;
-    return {FormatOf(shape), wanted.bits == 16 ? WidenSamples : NarrowSamples, from.wBitsPerSample / 8u, 1,
-            2};
+    const uint32_t sample = shape.bits / 8u;
+    shape.bits = sample == 1 ? 16 : 8;
+    return {FormatOf(shape), sample == 1 ? WidenSamples : NarrowSamples, sample, 1, 2};
 }
 
 struct Blocks {
@@ -140,6 +147,11 @@ uint16_t RunPass(const char* input_path, const char* output_path, Plan plan, con
 void PassProgress::Show(uint64_t done, uint64_t total) const {
     if (job.progress)
         *job.progress = static_cast<uint32_t>(std::min<uint64_t>(share * done / total + base, 100));
+}
+
+bool IsPossibleShape(const PcmShape& shape) {
+    return (shape.channels == 1 || shape.channels == 2) && (shape.bits == 8 || shape.bits == 16) &&
+           shape.rate != 0 && uint64_t{shape.rate} * shape.channels * shape.bits / 8 <= UINT32_MAX;
 }
 
 uint16_t ReadPcmFormat(const char* path, WAVEFORMATEX* format) {

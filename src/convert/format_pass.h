@@ -18,6 +18,9 @@ struct PcmShape {
     uint16_t channels = 0;
 };
 
+// Whether the passes handle it, and its bytes a second fit 32 bits.
+bool IsPossibleShape(const PcmShape& shape);
+
 // How far the whole job is while a pass runs: the percent it stands for, and those reached before it.
 struct PassProgress {
     JobControl job;
@@ -29,11 +32,11 @@ struct PassProgress {
 
 // All of these return result codes.
 //
-// Reads the format of a PCM wave file with sound in it.
+// Reads the format of a PCM wave file with sound in it, of a possible shape.
 uint16_t ReadPcmFormat(const char* path, WAVEFORMATEX* format);
 
-// The passes change the one property to that of `wanted`. What they had written when they fail or are
-// cancelled stays, as a valid wave file where the disk allows.
+// The passes change the one property: the rate to that of `wanted`, channels and size to the other there is. What
+// they have written when they fail or are cancelled stays, as a valid wave file where the disk allows.
 uint16_t ChangeSampleRate(const char* input, const char* output, const PcmShape& wanted, const PassProgress&);
 uint16_t ChangeChannels(const char* input, const char* output, const PcmShape& wanted, const PassProgress&);
 uint16_t ChangeSampleSize(const char* input, const char* output, const PcmShape& wanted, const PassProgress&);

@@ -373,7 +373,7 @@ TEST_F(ChangeOfFormat, SurvivesEachFailingCall) {
             return FailEachCall([&] { result = Change(in, target_, to, as_job); }, check);
         };
         sweep();
-        const Resources before = Resources::Now();
+        const Resources before = ResourcesWithoutJobs();
         EXPECT_GT(sweep(), 100u);
         // Blocks that could not be given back stay: each of the six once.
         EXPECT_TRUE(NothingLeftSince(before, 64 * 1024)) << before << " -> " << Resources::Now();

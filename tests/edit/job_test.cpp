@@ -68,7 +68,7 @@ TEST_F(EditJobs, AnswerFromTheirRecord) {
 
 TEST_F(EditJobs, LeaveNothingBehindHoweverTheyEnd) {
     FinishJob(Start("warm.wav"));
-    const Resources before = Resources::Now();
+    const Resources before = ResourcesWithoutJobs();
     for (int i = 0; i < 40; ++i) {
         EditJob* job = Start(std::to_string(i) + ".wav");
         if (i % 4 == 0) AudioEditCancelPressed(job);

@@ -1,6 +1,7 @@
 // Waits for jobs as a host does: by asking.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -27,11 +28,26 @@ inline uint16_t FinishJob(EditJob* job) {
     return reason;
 }
 
-// Whether nothing has leaked, once the threads of jobs that are over have gone too.
-inline bool NothingLeftSince(const Resources& before, size_t slack = 4096) {
-    for (int i = 0; i < 2000 && !NothingLeaked(before, Resources::Now(), slack); ++i)
+// What the process holds when the threads of jobs that are over have gone too.
+inline Resources ResourcesWithoutJobs() {
+    Resources before = Resources::Now();
+    for (;;) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        const Resources now = Resources::Now();
+        if (now.threads == before.threads) return now;
+        before = now;
+    }
+}
+
+// Whether nothing has leaked, once those threads have gone.
+inline bool NothingLeftSince(Resources before, size_t slack) {
+    Resources now = Resources::Now();
+    for (int i = 0; i < 2000 && now.threads > before.threads; ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    return NothingLeaked(before, Resources::Now(), slack);
+        now = Resources::Now();
+    }
+    before.threads = std::min(before.threads, now.threads);  // one may have lingered
+    return NothingLeaked(before, now, slack);
 }
 
 }  // namespace tolvane::test
