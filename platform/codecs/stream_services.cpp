@@ -17,9 +17,12 @@ namespace {
 constexpr uintptr_t kStreamKind = 3, kKindStep = 4;
 
 struct OpenStream {
+    OpenStream(InstalledDriver of, std::unique_ptr<Stream> opened)
+        : driver(std::move(of)), stream(std::move(opened)) {}
+
     InstalledDriver driver;  // goes after its stream
     std::unique_ptr<Stream> stream;
-    std::atomic_flag in_use{};
+    std::atomic_flag in_use;
     bool was_reset = false;
 };
 
@@ -83,7 +86,8 @@ MMRESULT WithStream(HACMSTREAM handle, Work&& work) {
     const std::shared_ptr<OpenStream> open = FindStream(Number(handle));
     if (!open) return MMSYSERR_INVALHANDLE;
     const Turn turn(open->in_use);
-    return turn ? work(*open) : MMRESULT{ACMERR_BUSY};
+    if (!turn) return ACMERR_BUSY;
+    return work(*open);
 }
 
 std::unique_ptr<Stream> AskDriver(const Driver& driver, const FormatView& source, const FormatView& target) {
@@ -96,7 +100,8 @@ MMRESULT CheckOpenFlags(const WAVEFILTER* filter, DWORD flags) {
         ACM_STREAMOPENF_QUERY | ACM_STREAMOPENF_ASYNC | ACM_STREAMOPENF_NONREALTIME | CALLBACK_TYPEMASK;
     if (flags & ~kKnownFlags) return MMSYSERR_INVALFLAG;
     if (flags & CALLBACK_TYPEMASK) return MMSYSERR_NOTSUPPORTED;
-    return filter || (flags & ACM_STREAMOPENF_ASYNC) ? MMRESULT{ACMERR_NOTPOSSIBLE} : MMSYSERR_NOERROR;
+    if (filter || (flags & ACM_STREAMOPENF_ASYNC)) return ACMERR_NOTPOSSIBLE;
+    return MMSYSERR_NOERROR;
 }
 
 MMRESULT Open(HACMSTREAM* handle, HACMDRIVER driver, const WAVEFORMATEX* source, const WAVEFORMATEX* target,
