@@ -82,4 +82,15 @@ Replacement::~Replacement() {
     if (*path_) DeleteFileA(path_);
 }
 
+// The file first takes the place of an empty one beside the target, and with it the rights of a new file.
+bool PlaceFile(const char* file, const char* target) {
+    Replacement replacement;
+    if (!replacement.Begin(target)) return false;
+    const bool moved = ReplaceFileA(replacement.Path(), file, nullptr, 0, nullptr, nullptr) != 0;
+    if (!moved && !CopyFileA(file, replacement.Path(), FALSE)) return false;
+    if (!replacement.Commit()) return false;
+    if (!moved) DeleteFileA(file);
+    return true;
+}
+
 }  // namespace tolvane

@@ -30,4 +30,8 @@ class Replacement {
     char target_[kPathSize] = "";
 };
 
+// Moves a finished file into the place of `target`, or of nothing; `file` may lie on another volume and is gone
+// afterwards. False, and both are as they were, when that cannot be done.
+bool PlaceFile(const char* file, const char* target);
+
 }  // namespace tolvane

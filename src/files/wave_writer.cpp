@@ -11,7 +11,7 @@ constexpr LONG kFileBufferSize = 65536;
 
 }  // namespace
 
-bool WaveWriter::Create(const char* path) {
+bool WaveWriter::Create(const char* path, Buffering buffering) {
     if (!IsUsablePath(path)) return false;
     // Named so, a '+' in the path does not make the system look for an I/O procedure.
     MMIOINFO info = {};
@@ -19,7 +19,8 @@ bool WaveWriter::Create(const char* path) {
     constexpr DWORD kMode = MMIO_CREATE | MMIO_WRITE | MMIO_EXCLUSIVE | MMIO_ALLOCBUF;
     file_.Reset(mmioOpenA(const_cast<char*>(path), &info, kMode));
     if (!file_) return false;
-    mmioSetBuffer(file_.Get(), nullptr, kFileBufferSize, 0);  // without it writing is only slower
+    // Without it writing is only slower.
+    if (buffering == Buffering::kLarge) mmioSetBuffer(file_.Get(), nullptr, kFileBufferSize, 0);
     return true;
 }
 

@@ -12,8 +12,9 @@ namespace tolvane {
 // A wave file being written. The steps are called in the order below; each is false when the disk refuses it.
 class WaveWriter {
   public:
-    // Creates the file, or empties it.
-    bool Create(const char* path);
+    // Creates the file, or empties it. A large buffer gathers small writes; who writes large blocks needs none.
+    enum class Buffering { kLarge, kSmall };
+    bool Create(const char* path, Buffering buffering = Buffering::kLarge);
     bool BeginWave();
     bool BeginChunk(FOURCC id);
     bool Write(const void* data, DWORD size);

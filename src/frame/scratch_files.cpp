@@ -74,6 +74,29 @@ void MakeScratchNames() {
     MakeNames(Files());
 }
 
+static void Renew(ScratchFiles& files, ScratchFile file) {
+    MakeUniqueFile(files.temp_folder, kPrefixes[static_cast<int>(file)], NameOf(files, file));
+}
+
+void RenewScratchFile(ScratchFile file) {
+    LockGuard guard(Files().lock);
+    Renew(Files(), file);
+}
+
+ScratchLease::ScratchLease() {
+    ScratchFiles& files = Files();
+    LockGuard guard(files.lock);
+    for (const ScratchFile file : kDeletionOrder)
+        if (GetFileAttributesA(NameOf(files, file)) == INVALID_FILE_ATTRIBUTES) Renew(files, file);
+    memcpy(names_, files.names, sizeof names_);
+}
+
+ScratchLease::~ScratchLease() {
+    LockGuard guard(Files().lock);
+    for (int i = 0; i < kScratchFileCount; ++i)
+        if (*names_[i] && strcmp(names_[i], Files().names[i]) != 0) DeleteFileA(names_[i]);
+}
+
 uint32_t SetTempPath(const char* folder) {
     if (!IsUsablePath(folder) || strlen(folder) > kLongestTempFolder || !IsDirectory(folder)) {
         return TOLVANE_NOT_A_FOLDER;

@@ -29,6 +29,23 @@ uint32_t SetTempPath(const char* folder);
 void CopyTempFolder(char (&folder)[kPathSize]);
 void CopyScratchName(ScratchFile file, char (&name)[kPathSize]);
 
+// Makes the file of one role anew: under another name, empty. What it held before stays where it is.
+void RenewScratchFile(ScratchFile file);
+
+// The names as they are when a long operation begins; one of a file that is gone is made anew. Should the temp folder
+// be changed meanwhile, what the operation leaves under the old names is removed with its end.
+class ScratchLease {
+  public:
+    ScratchLease();
+    ~ScratchLease();
+    ScratchLease(const ScratchLease&) = delete;
+    ScratchLease& operator=(const ScratchLease&) = delete;
+    const char* Name(ScratchFile file) const { return names_[static_cast<int>(file)]; }
+
+  private:
+    char names_[kScratchFileCount][kPathSize];
+};
+
 // Makes a new empty file in the system's temp folder (not the library's); false, and an empty name, when it
 // cannot.
 bool MakeTempName(char (&name)[kPathSize]);
