@@ -89,10 +89,27 @@ typedef enum TolvaneResult {
     TOLVANE_NO_PREFERRED_INPUT = 153,  /* There is no input device, or the system prefers none. */
     TOLVANE_NO_SUCH_INPUT = 154,       /* This input device does not exist. */
     TOLVANE_INPUT_NOT_SELECTED = 155,  /* This input device cannot be selected: it does not exist. */
+    TOLVANE_EDIT_NOT_WRITTEN = 301,    /* The edited sound cannot be written, or the file breaks off. */
+    TOLVANE_NOTHING_TO_CUT = 302,      /* Nothing is selected. */
+    TOLVANE_DISK_FULL = 303,           /* There is not enough room on the disk of the temp folder. */
     TOLVANE_NO_FILE_BUFFER = 304,      /* There is not enough memory to read the file. */
+    TOLVANE_NO_UNDO_COPY = 305,        /* The copy for undo cannot be made, or not be copied back. */
+    TOLVANE_NOTHING_TO_COPY = 306,     /* Nothing is selected. */
+    TOLVANE_NO_PASTE_FILE = 307,       /* The file to paste does not exist. */
+    TOLVANE_PASTE_NOT_FITTING =
+        308, /* The file to paste is no PCM wave file of the same format, with sound in it. */
     TOLVANE_FILE_IS_PLAYING = 310,     /* The file is being played. */
     TOLVANE_CANCELLED = 311,           /* The operation was cancelled. */
+    TOLVANE_NOTHING_TO_PASTE = 312,    /* There is nothing to paste. */
+    TOLVANE_BEYOND_END = 313,          /* The position lies behind the end of the sound. */
+    TOLVANE_UNDO_OFF = 314,            /* Undo is switched off. */
+    TOLVANE_NO_REDO_COPY = 315,        /* The copy for redo cannot be made. */
+    TOLVANE_NOTHING_TO_UNDO = 316,     /* There is no edit to take back or to repeat. */
+    TOLVANE_NOT_REDONE = 317,          /* The edit cannot be repeated: is the disk full? */
     TOLVANE_EDIT_NOT_PCM = 318,        /* The sound is compressed: it has to be converted to PCM first. */
+    TOLVANE_NOT_PUT_IN_PLACE = 319,    /* The file cannot be replaced by the edited one. */
+    TOLVANE_NOTHING_SELECTED = 320,    /* Nothing is selected. */
+    TOLVANE_NOTHING_TO_CROP = 321,     /* Nothing is selected. */
     TOLVANE_NOT_A_FOLDER = 322,        /* The temp folder is not an existing folder. */
     TOLVANE_INPUT_NOT_OPENED = 350,    /* The file to convert cannot be opened. */
     TOLVANE_INPUT_NOT_WAVE = 351,      /* The file to convert is no wave file. */
@@ -366,6 +383,97 @@ TOLVANE_API uint16_t TOLVANE_CALL AudioEditGetReasonForProcessExit(EditJob* job)
 /* Frees the job and makes the handle null; a null handle stays so. A job that still runs is cancelled and freed when
  * it has stopped. Always TOLVANE_OK. */
 TOLVANE_API uint16_t TOLVANE_CALL AudioEditCloseHandle(EditJob** job);
+
+/* ======== Editing ======== */
+
+/* Edits change PCM wave files from file to file. What they share:
+ * `fileName` is the file; an empty one means the file last loaded or played. A compressed file that was just played from
+ * its PCM copy is not changed: the copy is edited. `start` and `end` are the selection in `unit`, in either order,
+ * `position` a place between frames.
+ * The result replaces the file, or, where `destination` is neither null nor empty, becomes that file; both in one step
+ * when it is whole, so that at every moment the old file is there or the new one. Rights of a replaced file are kept. The
+ * chunks before the sound are kept byte for byte; what follows the sound is dropped.
+ * `wait` not 0: returns when done, and `job` is not used. `wait` 0: runs as a job (see Edit jobs), whose handle is stored
+ * in *job, null where memory or a thread is lacking. One edit runs at a time.
+ * Results at once: TOLVANE_FILE_IS_PLAYING; TOLVANE_NO_PATH; TOLVANE_CANNOT_OPEN when the file is missing, empty or of no
+ * use; TOLVANE_EDIT_NOT_PCM; TOLVANE_NOT_PUT_IN_PLACE for a destination whose path is too long. At once or as the reason
+ * of a job: TOLVANE_NOT_WAVE; TOLVANE_NO_DATA; TOLVANE_BEYOND_END; TOLVANE_DISK_FULL when the temp folder's disk has not
+ * more than twice the file's size; TOLVANE_NO_FILE_BUFFER; TOLVANE_NO_UNDO_COPY; TOLVANE_EDIT_NOT_WRITTEN, also for a
+ * file that ends before its sound does and a result that would be larger than a wave file can be;
+ * TOLVANE_NOT_PUT_IN_PLACE; TOLVANE_CANCELLED; and those named below. After a failure no file has changed. */
+
+/* Takes the selection out of the file and into the clipboard, or into `cutFile`. Nothing selected:
+ * TOLVANE_NOTHING_TO_CUT. A `cutFile` that is missing or the file itself: TOLVANE_EDIT_NOT_WRITTEN. A cut that fails on
+ * its way leaves the clipboard empty. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioCut(const char* fileName, uint32_t start, uint32_t end, uint16_t unit,
+                                           EditJob** job, uint32_t wait, const char* destination);
+TOLVANE_API uint16_t TOLVANE_CALL AudioCutInFile(const char* fileName, uint32_t start, uint32_t end,
+                                                 uint16_t unit, EditJob** job, uint32_t wait,
+                                                 const char* cutFile, const char* destination);
+
+/* Copies the selection into the clipboard, or into `copyFile`; the file stays as it is, and so does what can be undone.
+ * Nothing selected: TOLVANE_NOTHING_TO_COPY. Otherwise as AudioCut. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioCopy(const char* fileName, uint32_t start, uint32_t end, uint16_t unit,
+                                            EditJob** job, uint32_t wait);
+TOLVANE_API uint16_t TOLVANE_CALL AudioCopyInFile(const char* fileName, uint32_t start, uint32_t end,
+                                                  uint16_t unit, EditJob** job, uint32_t wait,
+                                                  const char* copyFile);
+
+/* Inserts the sound of the clipboard, or of `pasteFile` (null or empty: the clipboard), at `position`. Results besides:
+ * TOLVANE_NOTHING_TO_PASTE; TOLVANE_NO_PASTE_FILE; TOLVANE_PASTE_NOT_FITTING when it is no PCM with the channels, rate and
+ * frame size of the file, or has no sound. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioPaste(const char* fileName, uint32_t position, uint16_t unit,
+                                             EditJob** job, uint32_t wait);
+TOLVANE_API uint16_t TOLVANE_CALL AudioPasteEx(const char* fileName, uint32_t position, uint16_t unit,
+                                               EditJob** job, uint32_t wait, const char* pasteFile,
+                                               const char* destination);
+
+/* 1 when the clipboard holds something, otherwise 0. */
+TOLVANE_API uint32_t TOLVANE_CALL AudioEditCanPaste(void);
+
+/* Empties the clipboard, undo and redo. Always TOLVANE_OK. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioFlushCutCopyPasteBuffer(void);
+
+/* Takes the selection out; keeps nothing but the selection. Nothing selected: TOLVANE_NOTHING_SELECTED,
+ * TOLVANE_NOTHING_TO_CROP. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioClear(const char* fileName, uint32_t start, uint32_t end,
+                                             uint16_t unit, EditJob** job, uint32_t wait,
+                                             const char* destination);
+TOLVANE_API uint16_t TOLVANE_CALL AudioCrop(const char* fileName, uint32_t start, uint32_t end, uint16_t unit,
+                                            EditJob** job, uint32_t wait, const char* destination);
+
+/* Silences channels of the selection: bit 0 of `channels` is the first channel, bit 1 the second, up to 32. Sound of other
+ * sample sizes than 8 and 16 bits stays as it is. Nothing selected: TOLVANE_NOTHING_SELECTED. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioEditMute(const char* fileName, uint32_t start, uint32_t end,
+                                                uint16_t unit, EditJob** job, uint32_t wait,
+                                                uint32_t channels, const char* destination);
+
+/* Takes the quiet frames off both ends of the selection: those of which no channel is louder than `level`, in hundredths
+ * of a percent of full scale (10,000 = full scale). Of a selection that is quiet throughout the first frame is kept.
+ * Nothing selected: TOLVANE_NOTHING_SELECTED. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioEditTrimSilence(const char* fileName, uint32_t start, uint32_t end,
+                                                       uint16_t unit, EditJob** job, uint32_t wait,
+                                                       uint16_t level, const char* destination);
+
+/* Inserts `durationMs` milliseconds of silence at `position`, rounded down to whole frames. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioInsertSilence(const char* fileName, uint32_t position, uint16_t unit,
+                                                     EditJob** job, uint32_t wait, uint32_t durationMs,
+                                                     const char* destination);
+
+/* Whether edits (all but copies) keep what the file was, so that one edit can be undone; initially they do. Always
+ * TOLVANE_OK. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioEditSetUndoRedo(uint32_t on);
+
+/* 1 when there is something to undo or to redo, otherwise 0. */
+TOLVANE_API uint32_t TOLVANE_CALL AudioEditCanUndo(void);
+TOLVANE_API uint32_t TOLVANE_CALL AudioEditCanRedo(void);
+
+/* Gives the file of the last edit back what it held before; redo gives it what it held before the undo. They act on the
+ * file that was edited, also where its result went to another destination. Results: TOLVANE_OK; TOLVANE_UNDO_OFF;
+ * TOLVANE_NOTHING_TO_UNDO when no edit can be undone, the last one failed or, for redo, nothing was undone since;
+ * undo: TOLVANE_NO_REDO_COPY, TOLVANE_NO_UNDO_COPY; redo: TOLVANE_NOT_REDONE. The file is as it was then. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioEditUndo(void);
+TOLVANE_API uint16_t TOLVANE_CALL AudioEditRedo(void);
 
 /* ======== Change of format ======== */
 

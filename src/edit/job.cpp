@@ -34,9 +34,10 @@ EditJobOwner NewEditJob(size_t parameters_size) {
 }
 
 bool StartEditJob(EditJobOwner job, WorkerMain worker, EditJob** handle) {
-    *handle = job.get();
+    if (!handle) job->finished = kClosedByHost;
+    if (handle) *handle = job.get();
     if (StartWorker(worker, job.get(), &job->thread_id)) return job.release();
-    *handle = nullptr;
+    if (handle) *handle = nullptr;
     return false;
 }
 

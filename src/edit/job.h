@@ -43,8 +43,8 @@ using EditJobOwner = std::unique_ptr<EditJob, EditJobDeleter>;
 // A new record with zeroed parameters of that size (0: none); none without memory.
 EditJobOwner NewEditJob(size_t parameters_size);
 
-// Starts the worker, whose argument is the record, and hands the record to the host. Where no thread can be
-// had the record is freed and the host's handle null.
+// Starts the worker, whose argument is the record, and hands the record to the host; without a place for the handle
+// the record frees itself in the end. Where no thread can be had the record is freed and the host's handle null.
 bool StartEditJob(EditJobOwner job, WorkerMain worker, EditJob** handle);
 
 JobControl ControlOf(EditJob& job);

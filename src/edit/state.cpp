@@ -1,0 +1,123 @@
+#include "edit/state.h"
+
+#include <windows.h>
+
+#include "edit/progress_copy.h"
+#include "files/inspect.h"
+#include "files/replacement.h"
+#include "frame/immortal.h"
+#include "frame/lock.h"
+#include "frame/scratch_files.h"
+#include "tolvane.h"
+
+namespace tolvane {
+
+namespace {
+
+struct EditState {
+    Lock lock;
+    bool undo_on = true;
+    char last_edited[kPathSize] = "";  // the file of the last edit, if it succeeded
+    bool undo_fits = false;            // the undo file holds what it was before that edit
+    bool redo_fits = false;            // the redo file holds what it was before the last undo
+};
+
+EditState& State() {
+    return Immortal<EditState>();
+}
+
+// The edited file; a result code where there is none, or `fits` says that the copy is another edit's.
+uint16_t FileOfEdit(bool EditState::*fits, char (&file)[kPathSize]) {
+    EditState& state = State();
+    LockGuard guard(state.lock);
+    CopyText(file, kPathSize, state.last_edited);
+    if (!state.undo_on) return TOLVANE_UNDO_OFF;
+    return *file && state.*fits ? TOLVANE_OK : TOLVANE_NOTHING_TO_UNDO;
+}
+
+void SetFits(bool EditState::*fits, bool value) {
+    LockGuard guard(State().lock);
+    State().*fits = value;
+}
+
+uint32_t CanRestore(ScratchFile file) {
+    char name[kPathSize];
+    CopyScratchName(file, name);
+    return IsUndoOn() && GetFileLength(name) > 0;
+}
+
+bool CopyInPlace(const char* from, const char* target) {
+    Replacement replacement;
+    return replacement.Begin(target) && CopyWithProgress(from, replacement.Path(), JobControl()) &&
+           replacement.Commit();
+}
+
+void Discard(ScratchFile file) {
+    char name[kPathSize];
+    CopyScratchName(file, name);
+    if (*name) DeleteFileA(name);
+}
+
+}  // namespace
+
+bool IsUndoOn() {
+    LockGuard guard(State().lock);
+    return State().undo_on;
+}
+
+void SwitchUndo(bool on) {
+    LockGuard guard(State().lock);
+    State().undo_on = on;
+}
+
+void NoteEditBegins() {
+    LockGuard guard(State().lock);
+    State().last_edited[0] = 0;
+}
+
+// Copies of earlier edits go, so that nobody offers them.
+void NoteEdited(const char* file, bool undo_copied) {
+    Discard(ScratchFile::kRedo);
+    if (!undo_copied) Discard(ScratchFile::kUndo);
+    EditState& state = State();
+    LockGuard guard(state.lock);
+    CopyText(state.last_edited, kPathSize, file);
+    state.undo_fits = undo_copied;
+    state.redo_fits = false;
+}
+
+void ForgetUndo() {
+    EditState& state = State();
+    LockGuard guard(state.lock);
+    state.undo_fits = state.redo_fits = false;
+}
+
+uint32_t CanUndo() {
+    return CanRestore(ScratchFile::kUndo);
+}
+
+uint32_t CanRedo() {
+    return CanRestore(ScratchFile::kRedo);
+}
+
+uint16_t Undo() {
+    char file[kPathSize];
+    if (const uint16_t refused = FileOfEdit(&EditState::undo_fits, file)) return refused;
+    if (!CanUndo()) return TOLVANE_NOTHING_TO_UNDO;
+    const ScratchLease scratch;
+    SetFits(&EditState::redo_fits, false);
+    if (!CopyWithProgress(file, scratch.Name(ScratchFile::kRedo), JobControl())) return TOLVANE_NO_REDO_COPY;
+    if (!CopyInPlace(scratch.Name(ScratchFile::kUndo), file)) return TOLVANE_NO_UNDO_COPY;
+    SetFits(&EditState::redo_fits, true);
+    return TOLVANE_OK;
+}
+
+uint16_t Redo() {
+    char file[kPathSize];
+    if (const uint16_t refused = FileOfEdit(&EditState::redo_fits, file)) return refused;
+    if (!CanRedo()) return TOLVANE_NOTHING_TO_UNDO;
+    const ScratchLease scratch;
+    return CopyInPlace(scratch.Name(ScratchFile::kRedo), file) ? TOLVANE_OK : TOLVANE_NOT_REDONE;
+}
+
+}  // namespace tolvane
