@@ -240,7 +240,7 @@ MMRESULT WINAPI acmStreamOpen(LPHACMSTREAM stream, HACMDRIVER open, LPWAVEFORMAT
 }
 
 MMRESULT WINAPI acmStreamClose(HACMSTREAM stream, DWORD flags) {
-    const auto forget = [=](OpenStream&) { return ForgetStream(stream), MMSYSERR_NOERROR; };
+    const auto forget = [=](OpenStream&) -> MMRESULT { return ForgetStream(stream), MMSYSERR_NOERROR; };
     return ServeAnyway("acmStreamClose", MMSYSERR_INVALHANDLE,
                        [&]() -> MMRESULT { return flags ? MMSYSERR_INVALFLAG : WithStream(stream, forget); });
 }
@@ -255,10 +255,11 @@ MMRESULT WINAPI acmStreamSize(HACMSTREAM stream, DWORD input, LPDWORD output, DW
 }
 
 MMRESULT WINAPI acmStreamReset(HACMSTREAM stream, DWORD flags) {
-    return ServePlain("acmStreamReset", MMSYSERR_INVALHANDLE, stream, flags, [](OpenStream& open) {
-        open.was_reset = true;
-        return MMSYSERR_NOERROR;
-    });
+    return ServePlain("acmStreamReset", MMSYSERR_INVALHANDLE, stream, flags,
+                      [](OpenStream& open) -> MMRESULT {
+                          open.was_reset = true;
+                          return MMSYSERR_NOERROR;
+                      });
 }
 
 MMRESULT WINAPI acmStreamPrepareHeader(HACMSTREAM stream, LPACMSTREAMHEADER header, DWORD flags) {
