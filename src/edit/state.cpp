@@ -5,6 +5,7 @@
 #include "edit/progress_copy.h"
 #include "files/inspect.h"
 #include "files/replacement.h"
+#include "frame/handles.h"
 #include "frame/immortal.h"
 #include "frame/lock.h"
 #include "frame/scratch_files.h"
@@ -52,10 +53,11 @@ bool CopyInPlace(const char* from, const char* target) {
            replacement.Commit();
 }
 
-void Discard(ScratchFile file) {
+void Empty(ScratchFile file) {
     char name[kPathSize];
     CopyScratchName(file, name);
-    if (*name) DeleteFileA(name);
+    if (GetFileLength(name) == 0) return;
+    const FileHandle emptied(CreateFileA(name, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
 }
 
 }  // namespace
@@ -77,8 +79,8 @@ void NoteEditBegins() {
 
 // Copies of earlier edits go, so that nobody offers them.
 void NoteEdited(const char* file, bool undo_copied) {
-    Discard(ScratchFile::kRedo);
-    if (!undo_copied) Discard(ScratchFile::kUndo);
+    Empty(ScratchFile::kRedo);
+    if (!undo_copied) Empty(ScratchFile::kUndo);
     EditState& state = State();
     LockGuard guard(state.lock);
     CopyText(state.last_edited, kPathSize, file);

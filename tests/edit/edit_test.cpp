@@ -1,0 +1,374 @@
+// What single edits do that random sequences do not reach: every code, files named by the caller, headers, rights, links,
+// other volumes, a changed temp folder, the file that is being played, and what is left when a service fails.
+#include <sys/stat.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <iterator>
+
+#include <gmock/gmock.h>
+
+#include "support/edit_jobs.h"
+#include "support/faults.h"
+#include "support/virtual_card.h"
+#include "tolvane.h"
+
+namespace tolvane::test {
+namespace {
+
+constexpr Format kStereo{44100, 2, 16};
+constexpr Format kMono{8000, 1, 8};
+
+Bytes ReadAll(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+class Editing : public testing::Test {
+  protected:
+    void SetUp() override {
+        AudioEditSetUndoRedo(1);
+        AudioFlushCutCopyPasteBuffer();
+    }
+    void TearDown() override { SetTempPath(testing::TempDir().c_str()); }
+
+    const char* File(const Bytes& bytes) { return (path_ = folder_.Write("x.wav", bytes)).c_str(); }
+    const char* Mono(const Bytes& sound) { return File(WaveFile(kMono, sound)); }
+    static uint16_t Clear(const char* path, uint32_t from, uint32_t to, const char* destination = nullptr) {
+        return AudioClear(path, from, to, TOLVANE_BYTES, nullptr, 1, destination);
+    }
+
+    // The progress of an edit begins anew after the undo copy.
+    static uint16_t Await(EditJob* job) {
+        while (!AudioEditProcessIsOver(job))
+            std::this_thread::sleep_for(std::chrono::microseconds(50));
+        const uint16_t reason = AudioEditGetReasonForProcessExit(job);
+        EXPECT_EQ(AudioEditGetProcessProgress(job), 100u);
+        AudioEditCloseHandle(&job);
+        return reason;
+    }
+
+    TempFolder folder_;
+    std::string path_;
+    const Bytes sound_ = Pattern(1000);
+};
+
+TEST_F(Editing, RefusesAtTheFront) {
+    EditJob* job = reinterpret_cast<EditJob*>(this);
+    const std::string too_long(300, 'x'), empty = folder_.Write("empty.wav", {});
+    const std::string mulaw = folder_.Write("mulaw.wav", WaveFile({8000, 1, 8, 7}, sound_));
+    AudioPlayWave("", 0, 0, 0, 0, 0);
+    for (const uint32_t wait : {0u, 1u}) {
+        const auto clear = [&](const char* path) { return AudioClear(path, 0, 9, 2, &job, wait, nullptr); };
+        EXPECT_EQ(clear(folder_.Path("none.wav").c_str()), TOLVANE_CANNOT_OPEN);
+        EXPECT_EQ(clear(empty.c_str()), TOLVANE_CANNOT_OPEN);
+        EXPECT_EQ(clear(too_long.c_str()), TOLVANE_CANNOT_OPEN);
+        EXPECT_EQ(clear(folder_.Path().c_str()), TOLVANE_CANNOT_OPEN);
+        EXPECT_EQ(clear(mulaw.c_str()), TOLVANE_EDIT_NOT_PCM);
+        EXPECT_EQ(clear(File(Pattern(500))), TOLVANE_EDIT_NOT_PCM) << "what cannot be read is no PCM";
+        EXPECT_EQ(AudioClear(Mono(sound_), 0, 9, 2, &job, wait, too_long.c_str()), TOLVANE_NOT_PUT_IN_PLACE);
+        for (const char* path : {static_cast<const char*>(nullptr), "", too_long.c_str()}) {
+            EXPECT_EQ(AudioCutInFile(Mono(sound_), 0, 9, 2, &job, wait, path, nullptr),
+                      TOLVANE_EDIT_NOT_WRITTEN);
+            EXPECT_EQ(AudioCopyInFile(Mono(sound_), 0, 9, 2, &job, wait, path), TOLVANE_EDIT_NOT_WRITTEN);
+        }
+        EXPECT_EQ(job, reinterpret_cast<EditJob*>(this));
+    }
+}
+
+TEST_F(Editing, RefusesWhatItCannotKeepWhole) {
+    const Bytes format = Chunk("fmt ", FormatRecord(kMono)), data = Chunk("data", sound_);
+    const struct {
+        const char* what;
+        Bytes file;
+        uint16_t code;
+    } cases[] = {
+        {"sound that breaks off", Riff(format + Chunk("data", sound_, 2000)), TOLVANE_EDIT_NOT_WRITTEN},
+        {"format behind the sound", Riff(data + format), TOLVANE_EDIT_NOT_WRITTEN},
+        {"no sound chunk", Riff(format), TOLVANE_NO_DATA},
+        {"no channels", WaveFile({8000, 0, 8}, sound_), TOLVANE_CANNOT_OPEN}};
+    for (const auto& one : cases) {
+        const char* path = File(one.file);
+        EXPECT_EQ(Clear(path, 0, 10), one.code) << one.what;
+        EXPECT_EQ(ReadAll(path), one.file) << one.what;
+        EXPECT_EQ(AudioEditUndo(), TOLVANE_NOTHING_TO_UNDO) << one.what;
+    }
+    EXPECT_EQ(AudioInsertSilence(Mono(sound_), 0, 0, nullptr, 1, 0xFFFFFFFF, nullptr),
+              TOLVANE_EDIT_NOT_WRITTEN)
+        << "fifty days of silence";
+    EXPECT_EQ(ReadAll(path_), WaveFile(kMono, sound_));
+}
+
+TEST_F(Editing, KeepsTheChunksBeforeTheSoundWhateverTheirSize) {
+    for (const size_t size : {0, 1, 65519, 65520, 65521, 300001}) {
+        const Bytes head =
+            Chunk("bext", Pattern(size)) + Chunk("fmt ", FormatRecord(kMono)) + Chunk("fact", Bytes(4));
+        ASSERT_EQ(Clear(File(Riff(head + Chunk("data", sound_) + Chunk("LIST", Bytes(20)))), 0, 10),
+                  TOLVANE_OK);
+        EXPECT_EQ(ReadAll(path_), Riff(head + Chunk("data", Part(sound_, 10, 1000)))) << size;
+    }
+}
+
+TEST_F(Editing, PastesAtBlockBordersOnce) {
+    const Bytes sound = Pattern(3 * 65520), clip = Pattern(70000, 5);
+    const std::string paste = folder_.Write("clip.wav", WaveFile(kMono, clip));
+    for (const uint32_t at : {0u, 1u, 65519u, 65520u, 65521u, 131040u, 3 * 65520u}) {
+        ASSERT_EQ(AudioPasteEx(Mono(sound), at, 2, nullptr, 1, paste.c_str(), nullptr), TOLVANE_OK);
+        EXPECT_EQ(ReadAll(path_), WaveFile(kMono, Part(sound, 0, at) + clip + Part(sound, at, sound.size())))
+            << at;
+    }
+    EXPECT_EQ(AudioPasteEx(Mono(sound), 3 * 65520 + 1, 2, nullptr, 1, paste.c_str(), nullptr),
+              TOLVANE_BEYOND_END);
+    const struct {
+        const char* what;
+        Bytes file;
+        uint16_t code;
+    } cases[] = {{"another rate", WaveFile({11025, 1, 8}, clip), TOLVANE_PASTE_NOT_FITTING},
+                 {"no sound", WaveFile(kMono, {}), TOLVANE_PASTE_NOT_FITTING},
+                 {"compressed", WaveFile({8000, 1, 8, 7}, clip), TOLVANE_PASTE_NOT_FITTING},
+                 {"no wave file", Pattern(50), TOLVANE_PASTE_NOT_FITTING},
+                 {"breaks off", Riff(Chunk("fmt ", FormatRecord(kMono)) + Chunk("data", clip, 80000)),
+                  TOLVANE_EDIT_NOT_WRITTEN},
+                 {"empty", {}, TOLVANE_NOTHING_TO_PASTE}};
+    for (const auto& one : cases) {
+        folder_.Write("clip.wav", one.file);
+        EXPECT_EQ(AudioPasteEx(Mono(sound), 0, 2, nullptr, 1, paste.c_str(), nullptr), one.code) << one.what;
+        EXPECT_EQ(ReadAll(path_), WaveFile(kMono, sound)) << one.what;
+    }
+    Mono(sound);
+    EXPECT_EQ(AudioPasteEx(path_.c_str(), 65520, 2, nullptr, 1, path_.c_str(), nullptr), TOLVANE_OK)
+        << "into itself";
+    EXPECT_EQ(ReadAll(path_),
+              WaveFile(kMono, Part(sound, 0, 65520) + sound + Part(sound, 65520, sound.size())));
+}
+
+TEST_F(Editing, WritesToFilesOfTheCaller) {
+    const std::string cut = folder_.Path("cut.wav"), result = folder_.Path("result.wav");
+    const Bytes whole = WaveFile(kMono, sound_);
+    ASSERT_EQ(AudioCutInFile(Mono(sound_), 100, 300, 2, nullptr, 1, cut.c_str(), result.c_str()), TOLVANE_OK);
+    EXPECT_EQ(ReadAll(path_), whole);
+    EXPECT_EQ(ReadAll(cut), WaveFile(kMono, Part(sound_, 100, 300)));
+    EXPECT_EQ(ReadAll(result), WaveFile(kMono, Part(sound_, 0, 100) + Part(sound_, 300, 1000)));
+    EXPECT_EQ(AudioEditCanPaste(), 0u);
+    ASSERT_EQ(AudioEditUndo(), TOLVANE_OK);
+    EXPECT_EQ(ReadAll(path_), whole) << "undo acts on the file, not on the destination";
+    EXPECT_EQ(ReadAll(result).size(), whole.size() - 200);
+    ASSERT_EQ(AudioCopyInFile(path_.c_str(), 7, 0, 2, nullptr, 1, cut.c_str()), TOLVANE_OK);
+    EXPECT_EQ(ReadAll(cut), WaveFile(kMono, Part(sound_, 0, 7)));
+
+    const char* path = path_.c_str();
+    EXPECT_EQ(AudioCutInFile(path, 0, 9, 2, nullptr, 1, path, nullptr), TOLVANE_EDIT_NOT_WRITTEN);
+    EXPECT_EQ(AudioCopyInFile(path, 0, 9, 2, nullptr, 1, path), TOLVANE_EDIT_NOT_WRITTEN);
+    EXPECT_EQ(AudioCutInFile(path, 0, 9, 2, nullptr, 1, cut.c_str(), cut.c_str()), TOLVANE_EDIT_NOT_WRITTEN);
+    EXPECT_EQ(AudioCopyInFile(path, 0, 9, 2, nullptr, 1, folder_.Path("no/x.wav").c_str()),
+              TOLVANE_EDIT_NOT_WRITTEN);
+    EXPECT_EQ(Clear(path, 0, 9, folder_.Path("no/x.wav").c_str()), TOLVANE_NOT_PUT_IN_PLACE);
+    EXPECT_EQ(Clear(path, 0, 9, folder_.Path().c_str()), TOLVANE_NOT_PUT_IN_PLACE);
+    EXPECT_EQ(ReadAll(path_), whole);
+    EXPECT_THAT(folder_.Names(), testing::ElementsAre("cut.wav", "result.wav", "x.wav"));
+}
+
+TEST_F(Editing, UndoKnowsWhatBelongsToTheLastEdit) {
+    EXPECT_EQ(AudioEditUndo(), TOLVANE_NOTHING_TO_UNDO);
+    EXPECT_EQ(AudioEditRedo(), TOLVANE_NOTHING_TO_UNDO);
+    const std::string other = folder_.Write("other.wav", WaveFile(kMono, Pattern(500, 3)));
+    ASSERT_EQ(Clear(Mono(sound_), 0, 10), TOLVANE_OK);
+    AudioEditSetUndoRedo(0);
+    EXPECT_EQ(AudioEditUndo(), TOLVANE_UNDO_OFF);
+    ASSERT_EQ(Clear(other.c_str(), 0, 10), TOLVANE_OK);
+    AudioEditSetUndoRedo(1);
+    EXPECT_EQ(AudioEditCanUndo(), 0u) << "that copy was another file's";
+    EXPECT_EQ(AudioEditUndo(), TOLVANE_NOTHING_TO_UNDO);
+    EXPECT_EQ(ReadAll(other).size(), 44u + 490);
+    ASSERT_EQ(Clear(other.c_str(), 0, 10), TOLVANE_OK);
+    ASSERT_EQ(AudioEditUndo(), TOLVANE_OK);
+    ASSERT_EQ(AudioEditUndo(), TOLVANE_OK);
+    ASSERT_EQ(AudioEditRedo(), TOLVANE_OK);
+    EXPECT_EQ(ReadAll(other).size(), 44u + 490) << "undone twice, the redo gives the same";
+    std::filesystem::remove(other);
+    EXPECT_EQ(AudioEditUndo(), TOLVANE_NO_REDO_COPY);
+}
+
+TEST_F(Editing, SilencesWhatTheMaskNames) {
+    for (const Format& format : {Format{8000, 1, 8}, Format{8000, 2, 8}, Format{8000, 2, 16},
+                                 Format{8000, 6, 16}, Format{8000, 2, 24}}) {
+        for (const uint32_t mask : {0u, 1u, 2u, 3u, 0x20u, 0xFFFFFFFFu}) {
+            const size_t frame = format.Block();
+            const Bytes sound = Pattern(40000 * frame);
+            Bytes expected = sound;
+            for (size_t at = 3 * frame; format.bits != 24 && at < 39000 * frame; ++at)
+                if (mask >> at % frame / (format.bits / 8) & 1) expected[at] = format.bits == 8 ? 128 : 0;
+            const char* path = File(WaveFile(format, sound));
+            ASSERT_EQ(AudioEditMute(path, 39000, 3, 1, nullptr, 1, mask, nullptr), TOLVANE_OK);
+            EXPECT_TRUE(ReadAll(path) == WaveFile(format, expected)) << format.channels << " " << mask;
+        }
+    }
+}
+
+#ifndef _WIN32
+TEST_F(Editing, KeepsRightsAndLinksOnAnyVolume) {
+    const std::string other_volume = "/dev/shm/tolvane-" + std::to_string(getpid());
+    std::filesystem::create_directory(other_volume);
+    for (const std::string& temp : {folder_.Path(), other_volume}) {
+        ASSERT_EQ(SetTempPath(temp.c_str()), 0u);
+        const std::string link = folder_.Path("link.wav");
+        chmod(Mono(sound_), 0640);
+        std::filesystem::remove(link);
+        std::filesystem::create_symlink(path_, link);
+        ASSERT_EQ(Clear(link.c_str(), 0, 10), TOLVANE_OK);
+        EXPECT_TRUE(std::filesystem::is_symlink(link));
+        EXPECT_EQ(ReadAll(path_), WaveFile(kMono, Part(sound_, 10, 1000)));
+        ASSERT_EQ(AudioEditUndo(), TOLVANE_OK);
+        EXPECT_TRUE(std::filesystem::is_symlink(link));
+        struct stat status;
+        ASSERT_EQ(stat(path_.c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 0777, 0640u);
+        const std::string fresh = folder_.Path("fresh.wav");
+        std::filesystem::remove(fresh);
+        ASSERT_EQ(Clear(path_.c_str(), 0, 10, fresh.c_str()), TOLVANE_OK);
+        const mode_t mask = umask(0);
+        umask(mask);
+        ASSERT_EQ(stat(fresh.c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 0777, 0666u & ~mask);
+    }
+    SetTempPath(testing::TempDir().c_str());
+    std::filesystem::remove_all(other_volume);
+}
+#endif
+
+TEST_F(Editing, SurvivesAChangedTempFolder) {
+    const std::string old_folder = folder_.MakeFolder("old"), new_folder = folder_.MakeFolder("new");
+    const Bytes sound = Pattern(4000000);
+    for (int i = 0; i < 20; ++i) {
+        ASSERT_EQ(SetTempPath(old_folder.c_str()), 0u);
+        EditJob* job = nullptr;
+        ASSERT_EQ(AudioCut(Mono(sound), 0, 2000000, 2, &job, 0, nullptr), TOLVANE_OK);
+        std::this_thread::sleep_for(std::chrono::microseconds(i * 300));
+        ASSERT_EQ(SetTempPath(new_folder.c_str()), 0u);
+        const uint16_t reason = Await(job);
+        const Bytes expected =
+            WaveFile(kMono, reason == TOLVANE_OK ? Part(sound, 2000000, sound.size()) : sound);
+        ASSERT_TRUE(ReadAll(path_) == expected) << reason;
+        EXPECT_EQ(NamesIn(old_folder).size(), 0u) << i;
+        EXPECT_GE(NamesIn(new_folder).size(), 4u)
+            << "all but the work file of an edit that began after the change";
+    }
+}
+
+// What the playback has to say about a file that is edited.
+using EditingWhatPlays = Playing;
+
+TEST_F(EditingWhatPlays, RefusesTheFileThatPlaysAndEditsTheCurrentOne) {
+    Make(kStereo, 50000);
+    AudioEditSetUndoRedo(1);
+    ASSERT_EQ(Play(), TOLVANE_OK);
+    EXPECT_EQ(AudioClear(path_.c_str(), 0, 9, 1, nullptr, 1, nullptr), TOLVANE_FILE_IS_PLAYING);
+    EXPECT_EQ(AudioClear("", 0, 9, 1, nullptr, 1, nullptr), TOLVANE_FILE_IS_PLAYING);
+    AudioStop();
+    EXPECT_EQ(AudioClear("", 0, 9, 1, nullptr, 1, nullptr), TOLVANE_OK);
+    EXPECT_EQ(ReadAll(path_).size(), 44u + 49991 * 4);
+    EXPECT_EQ(AudioEditUndo(), TOLVANE_OK);
+    EXPECT_EQ(ReadAll(path_).size(), 44u + 50000 * 4);
+}
+
+TEST_F(EditingWhatPlays, WorksOnTheCopyOfACompressedFile) {
+    AudioEditSetUndoRedo(1);
+    const Bytes compressed = WaveFile({8000, 1, 8, 7}, Bytes(20000, 0x12));
+    const std::string path = folder_.Write("mulaw.wav", compressed);
+    EXPECT_EQ(AudioClear(path.c_str(), 0, 10000, 1, nullptr, 1, nullptr), TOLVANE_EDIT_NOT_PCM);
+    ASSERT_EQ(AudioPlayWave(path.c_str(), 0, 0, 0, 1, 0), TOLVANE_OK);
+    PlayOut();
+    const size_t heard = PlayedBytes().size();
+    ASSERT_EQ(AudioClear(path.c_str(), 0, 10000, 1, nullptr, 1, nullptr), TOLVANE_OK);
+    EXPECT_EQ(ReadAll(path), compressed);
+    PlatformVirtualClearPlayed(0);
+    ASSERT_EQ(AudioPlayWave(path.c_str(), 0, 0, 0, 1, 0), TOLVANE_OK);
+    PlayOut();
+    EXPECT_EQ(PlayedBytes().size(), heard / 2);
+    ASSERT_EQ(AudioEditUndo(), TOLVANE_OK);
+    EXPECT_EQ(AudioFlushCutCopyPasteBuffer(), 0);
+    PlatformVirtualClearPlayed(0);
+    ASSERT_EQ(AudioPlayWave(path.c_str(), 0, 0, 0, 1, 0), TOLVANE_OK);
+    PlayOut();
+    EXPECT_EQ(PlayedBytes().size(), heard) << "the flush keeps the copy";
+}
+
+// Whatever service fails, at whatever call, once or from then on: the file is the old one or the new one, the code says
+// which, nothing leaks, and the next edit works.
+class EditFaults : public Editing {
+  protected:
+    void SetUp() override {
+        if (!FaultsAvailable()) GTEST_SKIP() << "services cannot be made to fail here";
+        Editing::SetUp();
+        folder_.Write("clip.wav", WaveFile(kMono, clip_));
+        Mono(sound_);
+    }
+    void Sweep(const char* name, const std::function<uint16_t()>& edit, const Bytes& edited) {
+        const Bytes old = WaveFile(kMono, sound_), fresh = WaveFile(kMono, edited);
+        uint16_t result = 0;
+        const auto check = [&] {
+            const Bytes now = ReadAll(path_);
+            EXPECT_TRUE(now == (result == TOLVANE_OK ? fresh : old)) << name << " " << result;
+            EXPECT_LE(folder_.Names().size(), 3u);
+            Mono(sound_);
+            AudioEditSetUndoRedo(1);
+            ASSERT_EQ(Clear(path_.c_str(), 0, 10), TOLVANE_OK) << name << " " << result;
+            ASSERT_EQ(AudioEditUndo(), TOLVANE_OK);
+            EXPECT_TRUE(ReadAll(path_) == old);
+        };
+        const auto sweep = [&] {
+            return FailEachCall([&] { result = edit(); }, check, [&] { Mono(sound_); });
+        };
+        sweep();
+        const Resources before = Resources::Now();
+        const uint32_t points = sweep();
+        EXPECT_PRED2([](auto& a, auto& b) { return NothingLeaked(a, b, 16384); }, before, Resources::Now())
+            << name;
+        std::cout << name << ": " << points << " service calls failed in turn\n";
+    }
+
+    const Bytes clip_ = Pattern(300, 9);
+};
+
+TEST_F(EditFaults, LeaveTheOldFileOrTheNewOne) {
+    const std::string clip = folder_.Path("clip.wav"), cut = folder_.Path("cut.wav");
+    const auto path = [this] { return path_.c_str(); };
+    const Bytes head = Part(sound_, 0, 100), tail = Part(sound_, 600, 1000);
+    Bytes muted = sound_;
+    std::fill(muted.begin() + 100, muted.begin() + 600, uint8_t{128});
+    // At full level only the lowest value of 8 bits is loud.
+    size_t loud = 100, loud_end = 600;
+    while (sound_[loud] != 0 && loud < 599)
+        ++loud;
+    while (sound_[loud_end - 1] != 0 && loud_end > loud + 1)
+        --loud_end;
+    Sweep(
+        "clear", [&] { return Clear(path(), 100, 600); }, head + tail);
+    Sweep(
+        "crop", [&] { return AudioCrop(path(), 100, 600, 2, nullptr, 1, nullptr); }, Part(sound_, 100, 600));
+    Sweep(
+        "cut", [&] { return AudioCutInFile(path(), 100, 600, 2, nullptr, 1, cut.c_str(), nullptr); },
+        head + tail);
+    Sweep(
+        "cut to the clipboard", [&] { return AudioCut(path(), 100, 600, 2, nullptr, 1, nullptr); },
+        head + tail);
+    Sweep(
+        "copy", [&] { return AudioCopyInFile(path(), 100, 600, 2, nullptr, 1, cut.c_str()); }, sound_);
+    Sweep(
+        "paste", [&] { return AudioPasteEx(path(), 100, 2, nullptr, 1, clip.c_str(), nullptr); },
+        head + clip_ + Part(sound_, 100, 1000));
+    Sweep(
+        "mute", [&] { return AudioEditMute(path(), 100, 600, 2, nullptr, 1, 1, nullptr); }, muted);
+    Sweep(
+        "insert silence", [&] { return AudioInsertSilence(path(), 100, 2, nullptr, 1, 10, nullptr); },
+        head + Bytes(80, 128) + Part(sound_, 100, 1000));
+    Sweep(
+        "trim", [&] { return AudioEditTrimSilence(path(), 100, 600, 2, nullptr, 1, 10000, nullptr); },
+        head + Part(sound_, 100, 101) + tail);
+}
+
+}  // namespace
+}  // namespace tolvane::test
