@@ -1,6 +1,18 @@
 // Loads and unloads the library again and again in one process: nothing of it may stay behind. This program
 // does not link the library, so that unloading it really takes it away.
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <random>
+#include <thread>
+
+#include <windows.h>
+#include <mmsystem.h>
+#include <mmreg.h>
 
 #include "frame/loaded_library.h"
 #include "frame/process_state.h"
@@ -24,7 +36,10 @@ class LoadCycles : public ::testing::Test {
         UseTempFolder(temp_.Path());
         sound_ = sounds_.Write("sound.wav", WaveFile({8000, 1, 8}, Bytes(8000, 128)));
     }
-    void TearDown() override { PlatformUseCard(PLATFORM_CARD_DEFAULT); }
+    void TearDown() override {
+        PlatformUseCard(PLATFORM_CARD_DEFAULT);
+        UseTempFolder(outer_);
+    }
 
     void Cycle(Use use) {
         {
@@ -44,11 +59,18 @@ class LoadCycles : public ::testing::Test {
 
     template <typename Choose>
     void Run(Cycles cycles, bool memory_tells, Choose choose) {
+        Repeat(cycles, memory_tells, [&](int i) { Cycle(choose(i)); });
+    }
+
+    template <typename Body>
+    void Repeat(Cycles cycles, bool memory_tells, Body cycle) {
         for (int i = 0; i < cycles.warm_up && !HasFatalFailure(); ++i)
-            Cycle(choose(i));
+            cycle(i);
         const ProcessState before = CurrentProcessState();
         for (int i = cycles.warm_up; i < cycles.all && !HasFatalFailure(); ++i)
-            Cycle(choose(i));
+            cycle(i);
+        // A thread that unloaded the library is still about to end when the library has gone.
+        Eventually([&] { return CurrentProcessState().threads <= before.threads; });
         const ProcessState after = CurrentProcessState();
         EXPECT_LE(after.threads, before.threads);
         EXPECT_LE(after.handles, before.handles);
@@ -57,11 +79,20 @@ class LoadCycles : public ::testing::Test {
         }
     }
 
+    template <typename Condition>
+    static bool Eventually(Condition condition) {
+        constexpr int kMostTries = 20000;  // of about a millisecond
+        for (int i = 0; i < kMostTries; ++i, std::this_thread::sleep_for(std::chrono::milliseconds(1)))
+            if (condition()) return true;
+        return false;
+    }
+
     // A sanitizer keeps freed memory back on purpose.
     static constexpr bool kMemoryTells = TOLVANE_MEMORY_TELLS;
     static constexpr size_t kMemorySlack =
         768 * 1024;  // pages that come and go; a lost stack or reserve is far more
 
+    const std::string outer_ = std::filesystem::temp_directory_path().string();
     TempFolder temp_, sounds_;
     std::string sound_;
 };
@@ -85,6 +116,93 @@ using LoadCyclesOnServer = LoadCycles;
 
 TEST_F(LoadCyclesOnServer, WithPlaybacks) {
     Run(kSome, TerminatedThreadsLeaveNoStack(), EveryUse);
+}
+
+// Jobs at work when the host frees the library: it goes when the last of them has ended, and what they wrote is whole.
+class JobCycles : public LoadCycles {
+  protected:
+    void SetUp() override {
+        LoadCycles::SetUp();
+        pcm_ = sounds_.Write("pcm.wav", WaveFile({44100, 2, 16}, Pattern(3000000)));
+        law_ = sounds_.Write("law.wav", WaveFile({44100, 2, 8, 7}, Pattern(1500000)));
+        const LoadedLibrary library(TOLVANE_LIBRARY);
+        FindMuLaw(library);
+        EXPECT_EQ(library.convert(codec_, kAnyTag, pcm_.c_str(), Path(0).c_str(), nullptr, 0, nullptr, 1), 0);
+        converted_ = ReadAll(Path(0));
+        EXPECT_GT(converted_.size(), 500000u);
+    }
+
+    void FindMuLaw(const LoadedLibrary& library) {
+        constexpr uint16_t kTags = 4;  // more than a codec here has
+        for (uint16_t i = 0; i < library.number_of_codecs() * kTags; ++i) {
+            FormatTagDescription tag{};
+            library.format_tag(&tag, i / kTags, i % kTags);
+            if (tag.formatTag == 7) codec_ = i / kTags;
+        }
+    }
+    std::string Path(int job) const { return targets_.Path(std::to_string(job) + ".wav"); }
+    static Bytes ReadAll(const std::string& path) {
+        std::ifstream file(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    // Absent, or a form as long as it says.
+    static bool IsWholeOrAbsent(const Bytes& file) {
+        return file.empty() || file == Riff(Part(file, 12, file.size()));
+    }
+
+    // Closing a handle stops the job; a conversion without one runs to its end.
+    void UseJobs(const LoadedLibrary& library) {
+        ConvertJob* conversion = nullptr;
+        EditJob* change = nullptr;
+        const bool closes = random_() % 2;
+        library.number_of_codecs();
+        EXPECT_EQ(library.convert(codec_, kAnyTag, pcm_.c_str(), Path(0).c_str(), nullptr, 0,
+                                  closes ? &conversion : nullptr, 0),
+                  0);
+        EXPECT_EQ(library.change_format(pcm_.c_str(), Path(1).c_str(), 22050, 8, 1, &change, 0), 0);
+        PcmConversion* const to_pcm =  // which is waited for when it is closed
+            random_() % 2 ? library.begin_pcm(law_.c_str(), Path(2).c_str(), &kPcm) : nullptr;
+        EXPECT_TRUE(change && (conversion || !closes));
+        std::this_thread::sleep_for(std::chrono::microseconds(random_() % 4000));
+        library.close_conversion(&conversion);
+        library.close_edit(&change);
+        library.abort_pcm(to_pcm);
+    }
+
+    void CycleWithJobs() {
+        for (int job = 0; job < 3; ++job)
+            DeleteFileA(Path(job).c_str());
+        {
+            const LoadedLibrary library(TOLVANE_LIBRARY);
+            UseJobs(library);
+        }
+        outlived_ += LibraryIsMapped(TOLVANE_LIBRARY);
+        ASSERT_TRUE(Eventually([] { return !LibraryIsMapped(TOLVANE_LIBRARY); }));
+        EXPECT_THAT(temp_.Names(), testing::IsEmpty());
+        EXPECT_THAT(targets_.Names(), testing::IsSubsetOf({"0.wav", "1.wav", "2.wav"}));
+        const Bytes converted = ReadAll(Path(0));
+        whole_ += converted == converted_;
+        EXPECT_TRUE(converted.empty() || converted == converted_) << converted.size();
+        EXPECT_TRUE(IsWholeOrAbsent(ReadAll(Path(1))));
+        EXPECT_TRUE(IsWholeOrAbsent(ReadAll(Path(2))));
+    }
+
+    static constexpr uint32_t kAnyTag = 0xFFFFFFFF;
+    static constexpr WAVEFORMATEX kPcm{1, 1, 22050, 44100, 2, 16, 0};
+    TempFolder targets_;
+    std::string pcm_, law_;
+    Bytes converted_;
+    uint16_t codec_ = 0xFFFF;
+    int outlived_ = 0, whole_ = 0;
+    std::mt19937 random_{1};
+};
+
+TEST_F(JobCycles, WithJobsAtWork) {
+    const Cycles kJobs = TerminatedThreadsLeaveNoStack() ? Cycles{60, 160} : Cycles{4, 16};
+    Repeat(kJobs, true, [this](int) { CycleWithJobs(); });
+    EXPECT_GT(outlived_, 0) << "the library was never freed under a job";
+    EXPECT_GT(whole_, 0);
+    std::cout << kJobs.all << " cycles: the jobs outlived " << outlived_ << ", finished " << whole_ << "\n";
 }
 
 }  // namespace tolvane::test

@@ -17,10 +17,17 @@ class LoadedLibrary {
         if (!module_) throw std::runtime_error("cannot load " + path);
         Find(set_callback_window, "SetCallbackWindow");
         Find(number_of_codecs, "GetNumberOfCodec");
+        Find(format_tag, "GetCodecFormatTagDescription");
         Find(number_of_outputs, "GetNumberOfOutputDevices");
         Find(play, "AudioPlayWave");
         Find(position, "AudioGetPosition");
         Find(stop, "AudioStop");
+        Find(convert, "AudioConvert");
+        Find(close_conversion, "AudioConvertCloseHandle");
+        Find(begin_pcm, "ACMBeginConvertPCMEx");
+        Find(abort_pcm, "AbortACMConversion");
+        Find(change_format, "AudioChangeFormat");
+        Find(close_edit, "AudioEditCloseHandle");
     }
     ~LoadedLibrary() {
         if (module_) FreeLibrary(module_);
@@ -32,10 +39,17 @@ class LoadedLibrary {
 
     decltype(&SetCallbackWindow) set_callback_window;
     decltype(&GetNumberOfCodec) number_of_codecs;
+    decltype(&GetCodecFormatTagDescription) format_tag;
     decltype(&GetNumberOfOutputDevices) number_of_outputs;
     decltype(&AudioPlayWave) play;
     decltype(&AudioGetPosition) position;
     decltype(&AudioStop) stop;
+    decltype(&AudioConvert) convert;
+    decltype(&AudioConvertCloseHandle) close_conversion;
+    decltype(&ACMBeginConvertPCMEx) begin_pcm;
+    decltype(&AbortACMConversion) abort_pcm;
+    decltype(&AudioChangeFormat) change_format;
+    decltype(&AudioEditCloseHandle) close_edit;
 
   private:
     template <typename Function>

@@ -23,6 +23,10 @@ class Variable {
 // Runs the test that calls this once more, in a process of its own; true when it passes there.
 bool PassesInAChild();
 
+// Runs a shell script of Linux in `folder`, also from within Wine, and waits for it; false when it fails, with what it
+// said in the test's output.
+bool RunTools(const std::string& folder, const std::string& script);
+
 // Access to a private sound server in `folder`, run by the tool of the source tree; false where it does not
 // run.
 bool StartSoundServer(const std::string& folder);
