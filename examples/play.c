@@ -1,4 +1,4 @@
-/* The smallest host: plays a wave file and waits until the library tells that it has ended.
+/* The smallest host: plays a wave file, compressed or not, and waits until the library tells that it has ended.
  *
  *     play-example FILE
  */
@@ -14,7 +14,7 @@ int main(int argc, char** argv) {
     HWND window = CreateWindowExA(0, "STATIC", "", 0, 0, 0, 0, 0, HWND_MESSAGE, NULL, NULL, NULL);
     SetCallbackWindow(window);
 
-    unsigned result = AudioPlayWave(argv[1], 0, TOLVANE_MILLISECONDS, 0, 0, 0);
+    unsigned result = AudioPlayWave(argv[1], 0, TOLVANE_MILLISECONDS, 0, 1, 0);
     if (result != TOLVANE_OK) return fprintf(stderr, "%s: result code %u\n", argv[1], result), 2;
 
     MSG message;

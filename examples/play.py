@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The smallest host in Python: plays a wave file and waits until the library tells that it has ended.
+"""The smallest host in Python: plays a wave file, compressed or not, and waits until the library tells that it has ended.
 
     play.py FILE [FOLDER]      FOLDER holds the built libraries; without it they are in build/native/lib (on
                                Windows: where the system finds Tolvane.dll)
@@ -27,7 +27,7 @@ def main(path, folder=None):
     system.CreateWindowExA.restype = ctypes.c_void_p
     window = system.CreateWindowExA(0, b"STATIC", b"", 0, 0, 0, 0, 0, ONLY_MESSAGES, None, None, None)
     tolvane.SetCallbackWindow(ctypes.c_void_p(window))
-    result = tolvane.AudioPlayWave(os.fsencode(path), 0, 0, 0, 0, 0) & 0xFFFF
+    result = tolvane.AudioPlayWave(os.fsencode(path), 0, 0, 0, 1, 0) & 0xFFFF
     if result:
         sys.exit(f"{path}: result code {result}")
     message = wintypes.MSG()

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "sound_format.h"
 #include "time_text.h"
 
 namespace tolvane::host {
@@ -32,10 +33,32 @@ struct PlayRequest {
     std::string into;
 };
 
+// `yes`: an existing target is replaced, and nothing is asked.
+struct ConversionFiles {
+    std::string source, target;
+    bool yes = false, quiet = false;
+};
+
+struct ConvertRequest {
+    ConversionFiles files;
+    std::string codec;            // a name, empty: PCM
+    std::optional<PcmShape> pcm;  // nothing: rate and channels of the source, 16 bits
+    std::string format;  // number or text of one that the codec offers, empty: ask or take the nearest
+};
+
+// What is 0 stays as it is in the source.
+struct ReformatRequest {
+    ConversionFiles files;
+    uint32_t rate = 0;
+    uint16_t bits = 0, channels = 0;
+};
+
 int RunInfo(const std::vector<std::string>& files);
 int RunDevices(const CardRequest& card);
 int RunCodecs();
 int RunPlay(const PlayRequest& request);
+int RunConvert(const ConvertRequest& request);
+int RunReformat(const ReformatRequest& request);
 
 }  // namespace tolvane::host
 

@@ -21,7 +21,16 @@ struct Request {
     std::vector<std::string> files;
     CardRequest card;
     PlayRequest play;
+    ConvertRequest convert;
+    ReformatRequest reformat;
 };
+
+std::string CheckPcmShape(const std::string& text) {
+    return ParsePcmShape(text)
+               ? ""
+               : "'" + text +
+                     "' is no PCM format; those look like 44100/16/2: rate, 8 or 16 bits, 1 or 2 channels";
+}
 
 std::string CheckMoment(const std::string& text) {
     return ParseMoment(text)
@@ -87,7 +96,72 @@ void AddPlay(CLI::App& app, Request& request) {
                     "  tolvane play music.wav --card virtual --into heard.wav");
 }
 
+void AddConversionFiles(CLI::App* command, ConversionFiles& files) {
+    command->add_option("IN", files.source, "Wave file")->required()->type_name("");
+    command->add_option("OUT", files.target, "Wave file to write")->required()->type_name("");
+}
+
+void AddConversionFlags(CLI::App* command, ConversionFiles& files) {
+    command->add_flag("-y,--yes", files.yes, "Replace OUT where it exists; ask nothing");
+    command->add_flag("--quiet", files.quiet, "Say nothing but failures; ask nothing");
+}
+
+void AddConvert(CLI::App& app, Request& request) {
+    CLI::App* command = app.add_subcommand("convert", "Convert a wave file with a codec, or into PCM");
+    ConvertRequest& convert = request.convert;
+    AddConversionFiles(command, convert.files);
+    command
+        ->add_option("--codec", convert.codec,
+                     "ima, msadpcm, alaw, ulaw, gsm, mp3, pcm, or a name of `tolvane codecs`")
+        ->type_name("NAME");
+    command
+        ->add_option_function<std::string>(
+            "--pcm", [&convert](const std::string& text) { convert.pcm = ParsePcmShape(text); },
+            "Into PCM of this rate, bits (8, 16) and channels (1, 2)")
+        ->check(CLI::Validator(CheckPcmShape, ""))
+        ->type_name("RATE/BITS/CHANNELS");
+    command
+        ->add_option("--format", convert.format, "Which of the codec's formats: number or (part of) its text")
+        ->type_name("FORMAT");
+    AddConversionFlags(command, convert.files);
+    command->footer(
+        "Where a codec offers several formats the terminal asks; otherwise the nearest is taken.\n"
+        "Ctrl-C stops; nothing is left then, and a file that was there is as it was.\n"
+        "Examples:\n  tolvane convert speech.wav small.wav --codec gsm\n"
+        "  tolvane convert music.wav music-mp3.wav --codec mp3 --format '44100 Hz, Stereo, 192'\n"
+        "  tolvane convert small.wav plain.wav --pcm 22050/16/1 -y");
+}
+
+void AddReformat(CLI::App& app, Request& request) {
+    CLI::App* command =
+        app.add_subcommand("reformat", "Change rate, bits or channels of a PCM file, without any codec");
+    ReformatRequest& reformat = request.reformat;
+    AddConversionFiles(command, reformat.files);
+    command->add_option("--rate", reformat.rate, "Sample rate; a whole multiple or part of the file's own")
+        ->check(CLI::Range(1u, kLargestRate).description(""))
+        ->type_name("HZ");
+    command->add_option("--bits", reformat.bits, "8 or 16")
+        ->check(CLI::IsMember({8, 16}).description(""))
+        ->type_name("BITS");
+    command->add_option("--channels", reformat.channels, "1 or 2")
+        ->check(CLI::IsMember({1, 2}).description(""))
+        ->type_name("COUNT");
+    AddConversionFlags(command, reformat.files);
+    command->footer(
+        "What is left out stays as it is in IN. Samples are repeated or dropped, without a filter;\n"
+        "`tolvane convert --pcm` changes rates with one.\n"
+        "Examples:\n  tolvane reformat music.wav half.wav --rate 22050\n"
+        "  tolvane reformat music.wav old.wav --rate 11025 --bits 8 --channels 1");
+}
+
 // What one argument means for another.
+std::string Contradiction(const ConvertRequest& convert) {
+    if (convert.pcm && !convert.codec.empty()) return "say either --codec or --pcm";
+    if (!convert.pcm && convert.codec.empty()) return "say what to convert into, with --codec or --pcm";
+    if (convert.pcm && !convert.format.empty()) return "--format is for codecs; --pcm says it all";
+    return "";
+}
+
 std::string Contradiction(const PlayRequest& play) {
     if (!play.into.empty() && !play.card.name.empty() && play.card.name != "virtual")
         return "--into is for the virtual card: leave --card out or say --card virtual";
@@ -101,14 +175,20 @@ int ReportBadArguments(const std::string& why, const std::string& command) {
 }
 
 std::string WhyNoCommand(int argc, char** argv) {
-    if (argc < 2) return "Say what to do: info, devices, codecs or play.";
-    return "'" + std::string(argv[1]) + "' is no command; there are info, devices, codecs and play.";
+    if (argc < 2) return "Say what to do: info, devices, codecs, play, convert or reformat.";
+    return "'" + std::string(argv[1]) +
+           "' is no command; there are info, devices, codecs, play, convert and reformat.";
 }
 
 int Run(const CLI::App& app, Request& request) {
     if (app.got_subcommand("info")) return RunInfo(request.files);
     if (app.got_subcommand("devices")) return RunDevices(request.card);
     if (app.got_subcommand("codecs")) return RunCodecs();
+    if (app.got_subcommand("reformat")) return RunReformat(request.reformat);
+    if (app.got_subcommand("convert")) {
+        const std::string why = Contradiction(request.convert);
+        return why.empty() ? RunConvert(request.convert) : ReportBadArguments(why, "convert ");
+    }
     if (const std::string why = Contradiction(request.play); !why.empty())
         return ReportBadArguments(why, "play ");
     if (!request.play.into.empty()) request.play.card.name = "virtual";
@@ -116,7 +196,7 @@ int Run(const CLI::App& app, Request& request) {
 }
 
 int ParseAndRun(int argc, char** argv) {
-    CLI::App app("Plays and examines wave files.", "tolvane");
+    CLI::App app("Plays, examines and converts wave files.", "tolvane");
     Request request;
     app.require_subcommand(1);
     app.allow_windows_style_options(false);  // a path may begin with a slash
@@ -126,6 +206,8 @@ int ParseAndRun(int argc, char** argv) {
     AddDevices(app, request);
     AddCodecs(app);
     AddPlay(app, request);
+    AddConvert(app, request);
+    AddReformat(app, request);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& asked) {

@@ -11,12 +11,13 @@ namespace {
 constexpr UINT kInterruptMessage = WM_APP;
 
 std::atomic<HWND> interrupt_target{nullptr};
+std::atomic<bool> command_is_over{false};
 
 // Runs in a thread of the system's. The first Ctrl-C is taken, a second one finds nobody and gets the usual
-// end.
+// end. One that comes when all is done must not keep the library from leaving in order.
 BOOL WINAPI OnConsoleEvent(DWORD) {
     const HWND window = interrupt_target.exchange(nullptr);
-    return window && PostMessageA(window, kInterruptMessage, 0, 0);
+    return command_is_over || (window && PostMessageA(window, kInterruptMessage, 0, 0));
 }
 
 Event NextEvent() {
@@ -38,8 +39,8 @@ MessageWindow::MessageWindow()
 }
 
 MessageWindow::~MessageWindow() {
+    command_is_over = true;
     interrupt_target = nullptr;
-    SetConsoleCtrlHandler(OnConsoleEvent, FALSE);
     if (window_) DestroyWindow(window_);
 }
 

@@ -12,7 +12,8 @@ namespace tolvane::host {
 
 enum class Event { kNone, kPlaybackEnded, kInterrupted };
 
-// One at a time. While it lives, Ctrl-C is an event; a second Ctrl-C ends the program as ever.
+// One a command, from its beginning to its end. While it lives, Ctrl-C is an event; a second Ctrl-C ends the program
+// as ever.
 class MessageWindow {
   public:
     MessageWindow();

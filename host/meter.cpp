@@ -1,4 +1,4 @@
-// The one line a terminal shows while something plays.
+// The one line a terminal shows while something plays or is worked on.
 #include "meter.h"
 
 #include <fmt/format.h>
@@ -16,7 +16,7 @@ constexpr double kRangeDecibels = 40;
 constexpr double kFallPerSecond = 0.9;
 constexpr double kPeakFallPerSecond = 0.35;
 constexpr double kHoldSeconds = 0.8;
-constexpr int kSmallestBar = 8, kSmallestMeter = 6, kLargestMeter = 20;
+constexpr int kSmallestBar = 8, kSmallestMeter = 6, kLargestMeter = 20, kLargestWorkBar = 60;
 
 constexpr std::string_view kGreen = "\x1b[32m", kYellow = "\x1b[33m", kRed = "\x1b[31m", kDim = "\x1b[2m",
                            kReset = "\x1b[0m";
@@ -111,6 +111,19 @@ std::string ProgressLine(const ProgressView& view, int columns, TerminalStyle st
         PaintMeter(painter, "  L ", view.left, meter, style.utf8);
         PaintMeter(painter, " R ", view.right, meter, style.utf8);
     }
+    return painter.Finish();
+}
+
+std::string WorkLine(const WorkView& view, int columns, TerminalStyle style) {
+    const std::string head = fmt::format("{} {:3}%", view.what, view.percent);
+    const std::string tail =
+        view.left_ms ? fmt::format("  {} left", TimeText(*view.left_ms, 0)) : std::string(11, ' ');
+    const int bar = columns - static_cast<int>(head.size() + tail.size()) - 2;
+    if (bar < kSmallestBar) return head.substr(0, static_cast<size_t>(std::max(columns, 0)));
+    Painter painter(style.colour);
+    painter.Paint(head + "  ");
+    PaintBar(painter, view.percent / 100.0, std::min(bar, kLargestWorkBar), style.utf8);
+    painter.Paint(tail);
     return painter.Finish();
 }
 

@@ -1,10 +1,12 @@
-// The one line a terminal shows while something plays: state, position, progress and a level meter with two
-// channels.
+// The one line a terminal shows while something plays (state, position, progress and a level meter with two
+// channels) or is worked on (progress and the time left).
 #ifndef TOLVANE_HOST_METER_H
 #define TOLVANE_HOST_METER_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace tolvane::host {
 
@@ -34,6 +36,14 @@ struct ProgressView {
 
 // Exactly as many columns as `columns` allows, or fewer where there is no more to say.
 std::string ProgressLine(const ProgressView& view, int columns, TerminalStyle style);
+
+struct WorkView {
+    std::string_view what;
+    uint32_t percent = 0;
+    std::optional<uint64_t> left_ms;  // nothing while it cannot be told
+};
+
+std::string WorkLine(const WorkView& view, int columns, TerminalStyle style);
 
 }  // namespace tolvane::host
 

@@ -10,12 +10,15 @@
 #include <filesystem>
 #include <memory>
 
+#include "codec_names.h"
 #include "commands.h"
+#include "job_screen.h"
 #include "message_window.h"
 #include "player.h"
 #include "result_text.h"
 #include "sound_devices.h"
 #include "sound_format.h"
+#include "work_file.h"
 
 namespace tolvane::host {
 namespace {
@@ -27,14 +30,33 @@ int ReportBadSpan(const PlayRequest& request, const std::string& why, std::strin
     return kExitBadArguments;
 }
 
+// A compressed sound is converted first, so that it has positions, another rate and levels as any other has.
+// Converting it here rather than in the start of the playback leaves Ctrl-C its effect and shows the progress.
+// `played` becomes the copy; it stays the file itself where no codec knows it, for a device that might.
+int ConvertFirst(const PlayRequest& request, MessageWindow& window, const WorkFile& copy,
+                 std::string& played) {
+    SoundFormat sound;
+    if (ReadSound(request.file, sound) != TOLVANE_OK || sound.IsPcm() || sound.Bytes() == 0) return kExitDone;
+    const auto decoder = FindDecoder(sound.format.wFormatTag);
+    if (!decoder) return kExitDone;
+    played = copy.path();
+    JobScreen screen(window, "Converting", request.quiet);
+    ConversionJob job(*decoder, request.file, copy.path(),
+                      {sound.format.nSamplesPerSec, 16, sound.format.nChannels});
+    const uint16_t code = screen.Follow(job);
+    if (code == TOLVANE_CANCELLED) return kExitInterrupted;
+    return code == TOLVANE_OK ? kExitDone : ReportFileFailure("cannot play", request.file, code);
+}
+
 // Looks into the file only where the arguments ask for a part of it: the start of a playback is not to wait.
-int CheckSpan(const PlayRequest& request, Span& span) {
+int CheckSpan(const PlayRequest& request, const std::string& played, Span& span) {
     if (!request.from && !request.to && request.rate == 0) return kExitDone;
     SoundFormat sound;
-    if (const auto code = ReadSound(request.file, sound); code != TOLVANE_OK)
+    if (const auto code = ReadSound(played, sound); code != TOLVANE_OK)
         return ReportFileFailure("cannot play", request.file, code);
     if (!sound.IsPcm())
-        return ReportBadSpan(request, "The sound is compressed.", "Leave --from, --to and --rate out.");
+        return ReportBadSpan(request, "The sound is compressed, and no codec knows it.",
+                             "Leave --from, --to and --rate out.");
     span.from = sound.BytesAt(request.from.value_or(Moment{}));
     if (request.to) span.to = sound.BytesAt(*request.to);
     if (span.from > 0 && span.from >= sound.Bytes())
@@ -89,21 +111,24 @@ void SayWhereItLies(const std::string& heard, bool quiet) {
 }  // namespace
 
 int RunPlay(const PlayRequest& request) {
+    MessageWindow window;
     std::string heard;
     Span span;
-    if (const int failed = PrepareCard(request, heard)) return failed;
-    if (const int failed = SelectOutput(request.device)) return failed;
-    if (const int failed = CheckSpan(request, span)) return failed;
-
-    MessageWindow window;
     if (!window.handle())
         return ReportFailure("cannot play", request.file, "The system gave no message window.",
                              "Try again; close other programs if memory is short.");
+    if (const int failed = PrepareCard(request, heard)) return failed;
+    if (const int failed = SelectOutput(request.device)) return failed;
+
+    const WorkFile copy(TempFolder());
+    std::string played = request.file;
+    if (const int stopped = ConvertFirst(request, window, copy, played)) return stopped;
+    if (const int failed = CheckSpan(request, played, span)) return failed;
     SetCallbackWindow(window.handle());
-    const auto code = AudioPlayWaveEx(request.file.c_str(), span.from, TOLVANE_BYTES, request.rate, 0,
-                                      span.to, request.repeat);
+    const auto code =
+        AudioPlayWaveEx(played.c_str(), span.from, TOLVANE_BYTES, request.rate, 0, span.to, request.repeat);
     if (code != TOLVANE_OK) return ReportStartFailure(request, heard, code);
-    const int exit_code = FollowPlayback(window, request, span);
+    const int exit_code = FollowPlayback(window, request, played, span);
     SayWhereItLies(heard, request.quiet);
     return exit_code;
 }

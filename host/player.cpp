@@ -29,7 +29,7 @@ constexpr std::string_view kKeyHelp = "space pause, left and right 5 s, home to 
 // Where the playback is, and when it should be over.
 class Playback {
   public:
-    Playback(const PlayRequest& request, Span span);
+    Playback(const PlayRequest& request, const std::string& played, Span span);
 
     const SoundFormat& sound() const { return sound_; }
     bool paused() const { return paused_; }
@@ -55,9 +55,9 @@ class Playback {
     Clock::time_point due_;
 };
 
-Playback::Playback(const PlayRequest& request, Span span)
+Playback::Playback(const PlayRequest& request, const std::string& played, Span span)
     : span_(span), rate_(request.rate), repeat_(request.repeat) {
-    ReadSound(request.file, sound_);
+    ReadSound(played, sound_);
     if (span_.to == 0) span_.to = sound_.Bytes();
     if (rate_ == 0) rate_ = sound_.format.nSamplesPerSec;
     due_ = Clock::now() + Remaining(span_.from);
@@ -197,7 +197,9 @@ Outcome FollowSilently(MessageWindow& window) {
 
 Outcome Follow(MessageWindow& window, const PlayRequest& request, Playback& playback) {
     if (request.quiet) return FollowSilently(window);
-    fmt::print("Playing {}: {}, {}\n", request.file, FormatText(playback.sound().format),
+    SoundFormat sound;
+    ReadSound(request.file, sound);
+    fmt::print("Playing {}: {}, {}\n", request.file, FormatText(sound.format),
                TimeText(playback.sound().Milliseconds()));
     Terminal terminal;
     return terminal.IsOurs() ? Display(playback, terminal).Follow(window) : FollowPlainly(window, playback);
@@ -217,8 +219,8 @@ int Finish(Outcome outcome, const PlayRequest& request, const Playback& playback
 
 }  // namespace
 
-int FollowPlayback(MessageWindow& window, const PlayRequest& request, Span span) {
-    Playback playback(request, span);
+int FollowPlayback(MessageWindow& window, const PlayRequest& request, const std::string& played, Span span) {
+    Playback playback(request, played, span);
     const Outcome outcome = Follow(window, request, playback);
     return Finish(outcome, request, playback);
 }

@@ -3,6 +3,7 @@
 #define TOLVANE_HOST_PLAYER_H
 
 #include <cstdint>
+#include <string>
 
 #include "commands.h"
 #include "message_window.h"
@@ -14,8 +15,9 @@ struct Span {
     uint32_t from = 0, to = 0;
 };
 
-// Returns the exit code of the program, the playback being over.
-int FollowPlayback(MessageWindow& window, const PlayRequest& request, Span span);
+// `played` is the file of the request or its copy in PCM. Returns the exit code of the program, the playback being
+// over.
+int FollowPlayback(MessageWindow& window, const PlayRequest& request, const std::string& played, Span span);
 
 }  // namespace tolvane::host
 

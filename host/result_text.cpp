@@ -25,6 +25,11 @@ struct Entry {
 constexpr std::string_view kLookInside = "`tolvane info` shows what can be said of the file.";
 constexpr std::string_view kSeeDevices = "`tolvane devices` lists the devices; choose one with --device.";
 constexpr std::string_view kFreeMemory = "Close other programs and try again.";
+constexpr std::string_view kSeeCodecs = "`tolvane codecs` lists what is installed.";
+constexpr std::string_view kChangePcm =
+    "`tolvane convert --pcm RATE/BITS/CHANNELS` makes PCM of any rate and channels.";
+constexpr std::string_view kDamaged = "Make the file anew, it is damaged.";
+constexpr std::string_view kDisk = "Check the free space, and that you may write in its folder.";
 
 constexpr Entry kEntries[] = {
     {TOLVANE_OK, "Done.", ""},
@@ -37,12 +42,11 @@ constexpr Entry kEntries[] = {
     {TOLVANE_DEVICE_NOT_OPENED, "The output device cannot be opened.", kSeeDevices},
     {TOLVANE_BUFFER_NOT_PREPARED, "The output device refused a playback buffer.", kSeeDevices},
     {TOLVANE_NOT_WAVE, "The file is no wave file, or its format is of no use here.", kLookInside},
-    {TOLVANE_NO_FORMAT, "The wave file has no usable format record.", "Make the file anew, it is damaged."},
+    {TOLVANE_NO_FORMAT, "The wave file has no usable format record.", kDamaged},
     {TOLVANE_NOT_PCM, "The sound is compressed.", kLookInside},
-    {TOLVANE_NO_DATA, "The wave file has no data chunk.", "Make the file anew, it is damaged."},
+    {TOLVANE_NO_DATA, "The wave file has no data chunk.", kDamaged},
     {TOLVANE_CANNOT_SEEK, "The file cannot be positioned at its sound.", "Play it from a local disk."},
-    {TOLVANE_FORMAT_NOT_LEFT, "The wave file breaks off behind its format record.",
-     "Make the file anew, it is damaged."},
+    {TOLVANE_FORMAT_NOT_LEFT, "The wave file breaks off behind its format record.", kDamaged},
     {TOLVANE_NO_MEMORY, "There is not enough memory.", kFreeMemory},
     {TOLVANE_MEMORY_NOT_LOCKED, "The system did not hand out the memory it had granted.", kFreeMemory},
     {TOLVANE_EMPTY_DATA, "The wave file holds no sound.", "Choose a file with sound in it."},
@@ -55,12 +59,77 @@ constexpr Entry kEntries[] = {
     {TOLVANE_NO_FILE_BUFFER, "There is not enough memory to read the file.", kFreeMemory},
     {TOLVANE_NOT_A_FOLDER, "The temp folder is not an existing folder.",
      "Set TMPDIR to a folder that exists."},
-    {TOLVANE_NO_CODEC, "No such codec is installed.", "`tolvane codecs` lists what is installed."},
-    {TOLVANE_NO_FORMAT_SIZE, "The system does not tell how large a format record can be.",
-     "`tolvane codecs` lists what is installed."},
+    {TOLVANE_NO_CODEC, "No such codec is installed.", kSeeCodecs},
+    {TOLVANE_NO_FORMAT_SIZE, "The system does not tell how large a format record can be.", kSeeCodecs},
     {TOLVANE_NO_FORMAT_MEMORY, "There is not enough memory for a format record.", kFreeMemory},
-    {TOLVANE_NO_PCM_SUGGESTION, "No codec can turn this sound into PCM.",
-     "`tolvane codecs` lists what is installed."},
+    {TOLVANE_NO_PCM_SUGGESTION, "No codec knows a format into which this sound can be converted.",
+     kSeeCodecs},
+    {TOLVANE_FILE_IS_PLAYING, "The file is being played.", "Wait for the end of the playback or stop it."},
+    {TOLVANE_CANCELLED, "The operation was cancelled.", ""},
+    {TOLVANE_EDIT_NOT_PCM, "The sound is compressed: it has to be converted to PCM first.", kChangePcm},
+    {TOLVANE_INPUT_NOT_OPENED, "The file to convert cannot be opened.", kLookInside},
+    {TOLVANE_INPUT_NOT_WAVE, "The file to convert is no wave file.", kLookInside},
+    {TOLVANE_INPUT_NO_FORMAT, "The file to convert has no format record.", kDamaged},
+    {TOLVANE_INPUT_BAD_FORMAT, "The format record of the file to convert cannot be read.", kDamaged},
+    {TOLVANE_INPUT_NOT_PCM, "The file to convert is compressed.", kChangePcm},
+    {TOLVANE_BLOCK_NOT_SIZED, "The codec does not tell how much room its output needs.", kSeeCodecs},
+    {TOLVANE_INPUT_NO_DATA, "The file to convert has no data chunk.", kDamaged},
+    {TOLVANE_INPUT_EMPTY, "The file to convert holds no sound.", "Choose a file with sound in it."},
+    {TOLVANE_NO_CHANGE_MEMORY, "There is not enough memory for the conversion.", kFreeMemory},
+    {TOLVANE_OUTPUT_NOT_WRITTEN, "The new file cannot be created or written: is the disk full?", kDisk},
+    {TOLVANE_CHANGE_NOT_POSSIBLE, "Only whole ratios of rates, 1 or 2 channels, 8 or 16 bits.", kChangePcm},
+    {TOLVANE_SAME_FORMAT, "The file has this format already.", "Say what is to be changed."},
+    {TOLVANE_NO_INPUT_PATH, "No file to convert was named.", "Name a wave file."},
+    {TOLVANE_NO_OUTPUT_PATH, "No file to create was named.", "Name a wave file."},
+    {TOLVANE_OUTPUT_NO_FORM, "The new wave file cannot be begun: is the disk full?", kDisk},
+    {TOLVANE_OUTPUT_NO_FORMAT, "The format record of the new file cannot be begun.", kDisk},
+    {TOLVANE_OUTPUT_NO_DATA, "The data chunk of the new file cannot be begun.", kDisk},
+    {TOLVANE_OUTPUT_FORMAT_LOST, "The format record of the new file cannot be written.", kDisk},
+    {TOLVANE_FORMAT_NOT_CLOSED, "A format record breaks off.", kDamaged},
+    {TOLVANE_OUTPUT_NOT_PREPARED, "The codec refused the buffers of the conversion.", kSeeCodecs},
+    {TOLVANE_NO_PRIORITY, "The codec does not answer.", kSeeCodecs},
+    {TOLVANE_CODEC_NOT_OPENED, "The codec cannot be opened.", kSeeCodecs},
+    {TOLVANE_NO_STREAM, "No codec can convert between these formats.", kChangePcm},
+    {TOLVANE_SOURCE_NOT_OPENED, "The file to convert cannot be opened.", kLookInside},
+    {TOLVANE_TARGET_NOT_CREATED, "The new file cannot be created.", kDisk},
+    {TOLVANE_SOURCE_NOT_WAVE, "The file to convert is no wave file.", kLookInside},
+    {TOLVANE_SOURCE_NO_DATA, "The file to convert has no data chunk.", kDamaged},
+    {TOLVANE_TARGET_NOT_SIZED, "The codec does not tell how much room its output needs.", kSeeCodecs},
+    {TOLVANE_NO_SOURCE_MEMORY, "There is not enough memory to read the file.", kFreeMemory},
+    {TOLVANE_NO_TARGET_MEMORY, "There is not enough memory for the converted sound.", kFreeMemory},
+    {TOLVANE_NOT_PREPARED, "The codec refused the buffers of the conversion.", kSeeCodecs},
+    {TOLVANE_TARGET_NO_FORM, "The new wave file cannot be begun: is the disk full?", kDisk},
+    {TOLVANE_TARGET_NO_FORMAT, "The format record of the new file cannot be begun.", kDisk},
+    {TOLVANE_TARGET_FORMAT_LOST, "The format record of the new file cannot be written.", kDisk},
+    {TOLVANE_TARGET_FORMAT_OPEN, "The format record of the new file cannot be closed.", kDisk},
+    {TOLVANE_TARGET_NO_FACT, "The fact chunk of the new file cannot be begun.", kDisk},
+    {TOLVANE_TARGET_FACT_LOST, "The fact chunk of the new file cannot be written.", kDisk},
+    {TOLVANE_TARGET_FACT_OPEN, "The fact chunk of the new file cannot be closed.", kDisk},
+    {TOLVANE_TARGET_NO_DATA, "The data chunk of the new file cannot be begun.", kDisk},
+    {TOLVANE_SOURCE_CUT_SHORT, "The file to convert ends before its sound does.", kDamaged},
+    {TOLVANE_NOT_CONVERTED, "The codec could not convert a part of the sound.", kSeeCodecs},
+    {TOLVANE_TARGET_NOT_WRITTEN, "The new file cannot be written: is the disk full?", kDisk},
+    {TOLVANE_TARGET_DATA_OPEN, "The data chunk of the new file cannot be closed.", kDisk},
+    {TOLVANE_TARGET_FORM_OPEN, "The new file cannot be closed: is the disk full?", kDisk},
+    {TOLVANE_SOURCE_NO_FORMAT, "The file to convert has no format record.", kDamaged},
+    {TOLVANE_SOURCE_BAD_FORMAT, "The format record of the file to convert cannot be read.", kDamaged},
+    {TOLVANE_PCM_SOURCE_NOT_WAVE, "The file to convert is no wave file.", kLookInside},
+    {TOLVANE_PCM_SOURCE_NO_DATA, "The file to convert has no data chunk.", kDamaged},
+    {TOLVANE_EDIT_NOT_WRITTEN, "The edited sound cannot be written, or the file breaks off.", kDisk},
+    {TOLVANE_NOTHING_TO_CUT, "Nothing is selected.", ""},
+    {TOLVANE_DISK_FULL, "There is not enough room on the disk of the temp folder.", kDisk},
+    {TOLVANE_NO_UNDO_COPY, "The copy for undo cannot be made, or not be copied back.", ""},
+    {TOLVANE_NOTHING_TO_COPY, "Nothing is selected.", ""},
+    {TOLVANE_NO_PASTE_FILE, "The file to paste does not exist.", ""},
+    {TOLVANE_NOTHING_TO_PASTE, "There is nothing to paste.", ""},
+    {TOLVANE_BEYOND_END, "The position lies behind the end of the sound.", ""},
+    {TOLVANE_UNDO_OFF, "Undo is switched off.", ""},
+    {TOLVANE_NO_REDO_COPY, "The copy for redo cannot be made.", ""},
+    {TOLVANE_NOTHING_TO_UNDO, "There is no edit to take back or to repeat.", ""},
+    {TOLVANE_NOT_REDONE, "The edit cannot be repeated: is the disk full?", kDisk},
+    {TOLVANE_NOT_PUT_IN_PLACE, "The file cannot be replaced by the edited one.", ""},
+    {TOLVANE_NOTHING_SELECTED, "Nothing is selected.", ""},
+    {TOLVANE_NOTHING_TO_CROP, "Nothing is selected.", ""},
 };
 
 const Entry* Find(uint32_t code) {
@@ -111,9 +180,10 @@ int ReportFailure(std::string_view what, std::string_view on, std::string_view w
     return kExitFailed;
 }
 
-int ReportFileFailure(std::string_view what, const std::string& path, uint32_t code) {
+int ReportFileFailure(std::string_view what, const std::string& path, uint32_t code,
+                      std::string_view advice) {
     const Cause cause = code == TOLVANE_CANNOT_OPEN ? CauseInFile(path) : CauseOf(code);
-    return ReportFailure(what, path, cause.why, cause.advice);
+    return ReportFailure(what, path, cause.why, advice.empty() ? cause.advice : advice);
 }
 
 }  // namespace tolvane::host

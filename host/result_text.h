@@ -16,7 +16,9 @@ int ReportFailure(std::string_view what, std::string_view on, std::string_view w
 
 // Prints why a file could not be read or played. Where the code covers several causes, the file itself is
 // asked.
-int ReportFileFailure(std::string_view what, const std::string& path, uint32_t code);
+// An `advice` takes the place of the usual one.
+int ReportFileFailure(std::string_view what, const std::string& path, uint32_t code,
+                      std::string_view advice = "");
 
 }  // namespace tolvane::host
 

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <charconv>
 #include <filesystem>
 
 namespace tolvane::host {
@@ -15,7 +16,29 @@ std::string ChannelText(uint16_t channels) {
     return fmt::format("{} channels", channels);
 }
 
+std::optional<uint32_t> ParseWhole(std::string_view text) {
+    uint32_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
+}
+
+uint16_t ParseChannels(std::string_view text) {
+    if (text == "1" || text == "mono") return 1;
+    return text == "2" || text == "stereo" ? 2 : 0;
+}
+
 }  // namespace
+
+std::optional<PcmShape> ParsePcmShape(std::string_view text) {
+    const size_t first = text.find('/'), second = text.find('/', first + 1);
+    if (first == text.npos || second == text.npos) return std::nullopt;
+    const auto rate = ParseWhole(text.substr(0, first));
+    const auto bits = ParseWhole(text.substr(first + 1, second - first - 1));
+    const uint16_t channels = ParseChannels(text.substr(second + 1));
+    if (!rate || *rate == 0 || *rate > kLargestRate || !bits || (*bits != 8 && *bits != 16) || channels == 0)
+        return std::nullopt;
+    return PcmShape{*rate, static_cast<uint16_t>(*bits), channels};
+}
 
 uint32_t SoundFormat::Bytes() const {
     return static_cast<uint32_t>(std::min<uint64_t>(data_size, file_size));
@@ -46,9 +69,14 @@ uint16_t ReadSound(const std::string& path, SoundFormat& sound) {
     return code;
 }
 
-std::string FormatText(const InputFileInfo& format) {
-    const std::string kind =
-        format.wFormatTag == 1 ? "PCM" : fmt::format("compressed 0x{:04X}", format.wFormatTag);
+std::string ShapeText(const PcmShape& shape) {
+    return fmt::format("{} Hz, {}, {} bit", shape.rate, ChannelText(shape.channels), shape.bits);
+}
+
+std::string FormatText(const InputFileInfo& format, std::string_view name) {
+    const std::string kind = !name.empty()            ? std::string(name)
+                             : format.wFormatTag == 1 ? "PCM"
+                                                      : fmt::format("compressed 0x{:04X}", format.wFormatTag);
     std::string text =
         fmt::format("{}, {} Hz, {}", kind, format.nSamplesPerSec, ChannelText(format.nChannels));
     if (format.wBitsPerSample != 0) text += fmt::format(", {} bit", format.wBitsPerSample);

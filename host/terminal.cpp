@@ -114,6 +114,11 @@ Key Terminal::ReadKey() {
     }
 }
 
+int Terminal::ReadCharacter() {
+    if (!has_keys_) return -1;
+    return _kbhit() ? _getch() : 0;
+}
+
 void Terminal::Clear() {
     if (!line_open_) return;
     const std::string blank =

@@ -31,6 +31,12 @@ class Terminal {
     // The next key that was pressed; does not wait.
     Key ReadKey();
 
+    // The user can be asked something here.
+    bool HasKeys() const { return is_ours_ && has_keys_; }
+
+    // The next character that was typed, 0 when there is none, -1 when there can be none any more; does not wait.
+    int ReadCharacter();
+
     // Replaces the line under way.
     void Redraw(const std::string& line);
 

@@ -63,6 +63,7 @@ std::string TimeText(uint64_t milliseconds, int decimals) {
     std::string text = seconds >= 3600
                            ? fmt::format("{}:{:02}:{:02}", seconds / 3600, seconds / 60 % 60, seconds % 60)
                            : fmt::format("{}:{:02}", seconds / 60, seconds % 60);
+    if (decimals == 0) return text;
     return text + fmt::format(".{:03}", milliseconds % 1000).substr(0, 1 + static_cast<size_t>(decimals));
 }
 

@@ -20,7 +20,7 @@ struct Moment {
 // Nothing when the text is no time or too large for a position.
 std::optional<Moment> ParseMoment(std::string_view text);
 
-// 62500 -> "1:02.5" with one decimal place, "1:02.500" with three; hours only where there are any.
+// 62500 -> "1:02.5" with one decimal place, "1:02.500" with three, "1:02" with none; hours only where there are any.
 std::string TimeText(uint64_t milliseconds, int decimals = 1);
 
 }  // namespace tolvane::host

@@ -52,6 +52,18 @@ class Heard(VirtualCard):
                 self.assert_result(self.play(path, "--quiet", *arguments), 0)
                 self.assertEqual(wave_frames(self.heard), frames[start * 4:end * 4])
 
+    def test_compressed_sound_has_positions_and_leaves_no_copy(self):
+        law, scratch = self.folder / "law.wav", self.folder / "scratch"
+        scratch.mkdir()
+        subprocess.run(["sox", self.make_wave(seconds=1, rate=22050), "-e", "u-law", law], check=True)
+        frames = subprocess.run(["sox", law, "-t", "raw", "-e", "signed", "-b", "16", "-"], capture_output=True,
+                                check=True).stdout
+        for arguments, start, end in (([], 0, 22050), (["--from", "0.5", "--to", "17640s"], 11025, 17640)):
+            told = self.play(law, *arguments, env={**os.environ, "TMPDIR": str(scratch)})
+            self.assert_result(told, 0, out=["law.wav: compressed 0x0007, 22050 Hz, stereo", "0:01.0", "Played to the end."])
+            self.assertEqual(wave_frames(self.heard), frames[start * 4:end * 4])
+            self.assertEqual(os.listdir(scratch), [])
+
     def test_a_file_that_was_cut_off_is_played_as_far_as_it_goes(self):
         path = self.make_wave(seconds=3)
         path.write_bytes(path.read_bytes()[:44 + 22050 * 4])

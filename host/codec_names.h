@@ -1,0 +1,37 @@
+// Codecs by the names that people give them, and those that a conversion needs.
+#ifndef TOLVANE_HOST_CODEC_NAMES_H
+#define TOLVANE_HOST_CODEC_NAMES_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tolvane::host {
+
+constexpr uint16_t kPcmTag = 1;
+
+// A format tag of a codec, as the library wants it named.
+struct CodecTag {
+    uint16_t codec = 0;
+    uint32_t index = 0;
+    uint16_t tag = 0;
+    std::string name;
+};
+
+// By a short name (ima, ulaw, mp3 ...), the tag's number (0x11), its whole name or a part that no other has; case
+// and signs do not matter.
+std::optional<CodecTag> FindCodec(std::string_view name);
+
+// Of the codec that knows the compressed format, its way into PCM.
+std::optional<CodecTag> FindDecoder(uint16_t format_tag);
+
+// What changes PCM into PCM.
+std::optional<CodecTag> FindPcmConverter();
+
+// "pcm (PCM), ima (IMA ADPCM), ...": all that can be named.
+std::string CodecNames();
+
+}  // namespace tolvane::host
+
+#endif

@@ -1,0 +1,106 @@
+// The two files of a conversion: what is checked before it begins, and what is said when it fails.
+#include "conversion_files.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <iterator>
+#include <memory>
+
+#include "result_text.h"
+
+namespace tolvane::host {
+namespace {
+
+namespace fs = std::filesystem;
+
+using File = std::unique_ptr<FILE, int (*)(FILE*)>;
+
+constexpr std::string_view kCannot = "cannot convert", kCannotWrite = "cannot write";
+
+File Open(const std::string& path, const char* mode) {
+    return {std::fopen(path.c_str(), mode), std::fclose};
+}
+
+// An MPEG stream without a wave file around it: a tag, or the sync bits of a frame.
+bool IsBareMpeg(const std::string& path) {
+    std::array<unsigned char, 3> start{};
+    const File file = Open(path, "rb");
+    if (!file || std::fread(start.data(), 1, start.size(), file.get()) != start.size()) return false;
+    return std::memcmp(start.data(), "ID3", 3) == 0 || (start[0] == 0xFF && (start[1] & 0xE6) == 0xE2);
+}
+
+// Whether a code speaks of the new file.
+bool ConcernsTarget(uint16_t code) {
+    constexpr uint16_t kAlone[] = {TOLVANE_OUTPUT_NOT_WRITTEN, TOLVANE_TARGET_NOT_CREATED};
+    return std::ranges::find(kAlone, code) != std::end(kAlone) ||
+           (code >= TOLVANE_TARGET_NO_FORM && code <= TOLVANE_TARGET_NO_DATA) ||
+           (code >= TOLVANE_TARGET_NOT_WRITTEN && code <= TOLVANE_TARGET_FORM_OPEN);
+}
+
+int ReportExisting(const ConversionFiles& files) {
+    if (!files.yes)
+        return ReportFailure(kCannotWrite, files.target, "It exists already.",
+                             "Name another file, or replace it with -y.");
+    if (Open(files.target, "r+b")) return kExitDone;
+    return ReportFailure(kCannotWrite, files.target, fmt::format("{}.", std::strerror(errno)),
+                         "Name a file that may be replaced.");
+}
+
+}  // namespace
+
+int CheckSource(const std::string& path, SoundFormat& sound) {
+    if (const auto code = ReadSound(path, sound); code != TOLVANE_OK) {
+        if (!IsBareMpeg(path)) return ReportFileFailure(kCannot, path, code);
+        return ReportFailure(kCannot, path, "It is an MPEG stream without a wave file around it.",
+                             "Only wave files can be converted so far, also those with MPEG sound in them.");
+    }
+    return sound.Bytes() > 0 ? kExitDone : ReportFileFailure(kCannot, path, TOLVANE_EMPTY_DATA);
+}
+
+int CheckTarget(const ConversionFiles& files) {
+    std::error_code ignored;
+    const std::string& target = files.target;
+    const std::string folder = FolderOf(target);
+    if (target.size() > TOLVANE_MAX_PATH)
+        return ReportFailure(kCannotWrite, target,
+                             fmt::format("The path has more than {} characters.", int{TOLVANE_MAX_PATH}),
+                             "Use a shorter path.");
+    if (fs::is_directory(target, ignored))
+        return ReportFailure(kCannotWrite, target, "It is a folder.", "Name a wave file inside it.");
+    if (!folder.empty() && !fs::is_directory(folder, ignored))
+        return ReportFailure(kCannotWrite, target, "Its folder does not exist.", "Make the folder first.");
+    if (fs::equivalent(files.source, target, ignored))
+        return ReportFailure(kCannotWrite, target, "It is the file to convert.", "Name another file.");
+    return fs::exists(target, ignored) ? ReportExisting(files) : kExitDone;
+}
+
+int ReportConversionEnd(const ConversionFiles& files, uint16_t code, std::string_view advice) {
+    if (code == TOLVANE_CANCELLED) {
+        if (!files.quiet) fmt::print("Stopped; nothing was written.\n");
+        return kExitInterrupted;
+    }
+    const bool target = ConcernsTarget(code);
+    return ReportFileFailure(target ? kCannotWrite : kCannot, target ? files.target : files.source, code,
+                             advice);
+}
+
+int FinishConversion(const ConversionFiles& files, WorkFile& finished, std::string_view format_name) {
+    SoundFormat sound;
+    if (const auto code = ReadSound(finished.path(), sound); code != TOLVANE_OK)
+        return ReportFileFailure(kCannotWrite, files.target, code);
+    if (!finished.PutInPlace(files.target, files.yes))
+        return ReportFailure(kCannotWrite, files.target, "The finished file could not be put in its place.",
+                             "Check that nobody else uses the file, and that you may write in its folder.");
+    if (!files.quiet)
+        fmt::print("{}: {}, {}, {} bytes\n", files.target, FormatText(sound.format, format_name),
+                   TimeText(sound.Milliseconds()), sound.file_size);
+    return kExitDone;
+}
+
+}  // namespace tolvane::host

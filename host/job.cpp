@@ -1,0 +1,40 @@
+// Work that the library does in a thread of its own, as the program watches it.
+#include "job.h"
+
+#include <windows.h>
+#include <mmsystem.h>
+#include <mmreg.h>
+
+namespace tolvane::host {
+namespace {
+
+WAVEFORMATEX FormatOf(const PcmShape& shape) {
+    WAVEFORMATEX format = {};
+    format.wFormatTag = kPcmTag;
+    format.nChannels = shape.channels;
+    format.nSamplesPerSec = shape.rate;
+    format.wBitsPerSample = shape.bits;
+    format.nBlockAlign = static_cast<WORD>(shape.channels * shape.bits / 8);
+    format.nAvgBytesPerSec = shape.rate * format.nBlockAlign;
+    return format;
+}
+
+// Without a handle and without a reason there was no memory for the job.
+uint16_t WhyRefused(uint16_t code) {
+    return code == TOLVANE_OK ? uint16_t{TOLVANE_NO_MEMORY} : code;
+}
+
+}  // namespace
+
+ConversionJob::ConversionJob(const CodecTag& codec, const std::string& source, const std::string& target,
+                             const PcmShape& pcm) {
+    const WAVEFORMATEX format = FormatOf(pcm);
+    refused_ = WhyRefused(
+        AudioConvert(codec.codec, codec.index, source.c_str(), target.c_str(), &format, 0, &job_, 0));
+}
+
+ChangeJob::ChangeJob(const std::string& source, const std::string& target, const PcmShape& wanted)
+    : refused_(WhyRefused(AudioChangeFormat(source.c_str(), target.c_str(), wanted.rate, wanted.bits,
+                                            wanted.channels, &job_, 0))) {}
+
+}  // namespace tolvane::host

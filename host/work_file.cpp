@@ -1,0 +1,51 @@
+// A file that is only there while the program works on it.
+#include "work_file.h"
+
+#include <windows.h>
+
+#include <fmt/format.h>
+
+#include <filesystem>
+
+namespace tolvane::host {
+namespace {
+
+bool Exists(const std::string& path) {
+    return GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+std::string FreeName(const std::string& folder) {
+    std::string name;
+    static unsigned number = 0;
+    do
+        name = fmt::format("{}tv{:x}-{}.tmp", folder, GetCurrentProcessId(), ++number);
+    while (Exists(name));
+    return name;
+}
+
+}  // namespace
+
+WorkFile::WorkFile(const std::string& folder) : path_(FreeName(folder)) {}
+
+WorkFile::~WorkFile() {
+    if (!path_.empty()) DeleteFileA(path_.c_str());
+}
+
+bool WorkFile::PutInPlace(const std::string& target, bool replace) {
+    const bool done = replace && Exists(target)
+                          ? ReplaceFileA(target.c_str(), path_.c_str(), nullptr, 0, nullptr, nullptr)
+                          : MoveFileExA(path_.c_str(), target.c_str(), 0);
+    if (done) path_.clear();
+    return done;
+}
+
+std::string FolderOf(const std::string& path) {
+    return path.substr(0, path.find_last_of("/\\:") + 1);
+}
+
+std::string TempFolder() {
+    std::error_code ignored;
+    return (std::filesystem::temp_directory_path(ignored) / "").string();
+}
+
+}  // namespace tolvane::host
