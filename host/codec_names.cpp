@@ -111,6 +111,11 @@ std::optional<CodecTag> FindPcmConverter() {
     });
 }
 
+std::string NameOfTag(uint16_t format_tag) {
+    const auto tag = FindByTag(ListTags(), format_tag);
+    return tag ? tag->name : "";
+}
+
 std::string CodecNames() {
     std::map<uint16_t, std::string> names;
     for (const CodecTag& tag : ListTags()) {

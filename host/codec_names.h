@@ -29,6 +29,9 @@ std::optional<CodecTag> FindDecoder(uint16_t format_tag);
 // What changes PCM into PCM.
 std::optional<CodecTag> FindPcmConverter();
 
+// "IMA ADPCM" for 0x11; empty where no codec knows the tag.
+std::string NameOfTag(uint16_t format_tag);
+
 // "pcm (PCM), ima (IMA ADPCM), ...": all that can be named.
 std::string CodecNames();
 

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <chrono>
 
+#include "codec_names.h"
 #include "result_text.h"
 #include "sound_format.h"
 #include "terminal.h"
@@ -199,7 +200,8 @@ Outcome Follow(MessageWindow& window, const PlayRequest& request, Playback& play
     if (request.quiet) return FollowSilently(window);
     SoundFormat sound;
     ReadSound(request.file, sound);
-    fmt::print("Playing {}: {}, {}\n", request.file, FormatText(sound.format),
+    fmt::print("Playing {}: {}, {}\n", request.file,
+               FormatText(sound.format, NameOfTag(sound.format.wFormatTag)),
                TimeText(playback.sound().Milliseconds()));
     Terminal terminal;
     return terminal.IsOurs() ? Display(playback, terminal).Follow(window) : FollowPlainly(window, playback);

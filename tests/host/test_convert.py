@@ -163,6 +163,20 @@ class ConvertRefusals(Converting):
         self.assertEqual({path: path.read_bytes() for path in self.folder.iterdir() if path.is_file()}, before)
         self.assert_nothing_else(*before)
 
+    @ONLY_HERE
+    def test_a_full_disk_leaves_nothing(self):
+        source, old = self.make_wave(seconds=3), write_wave(self.target, noise(0.1, seed=7)).read_bytes()
+        limited = ["bash", "-c", 'trap "" XFSZ; ulimit -f 64; exec "$@"', "-"]  # 64 KiB a file
+        for arguments in (["convert", source, self.target, "--pcm", "44100/8/2"], ["convert", source, self.target, "--codec", "gsm"],
+                          ["convert", source, self.target, "--codec", "ulaw"], ["reformat", source, self.target, "--bits", "8"]):
+            for name in (self.target, self.folder / "new.wav"):
+                with self.subTest(arguments=arguments[3:], target=name.name):
+                    arguments[2] = name
+                    told = subprocess.run([*limited, *command(*arguments, "-y")], env=self.env, capture_output=True, text=True)
+                    self.assert_result(told, 2, err=[f"cannot write {name}", "disk full"])
+        self.assertEqual(self.target.read_bytes(), old)
+        self.assert_nothing_else(source, self.target)
+
     def test_only_yes_replaces_and_a_failure_does_not(self):
         source, other = self.make_wave(), write_wave(self.target, noise(0.1, seed=7))
         short = self.folder / "short.wav"

@@ -60,7 +60,7 @@ class Heard(VirtualCard):
                                 check=True).stdout
         for arguments, start, end in (([], 0, 22050), (["--from", "0.5", "--to", "17640s"], 11025, 17640)):
             told = self.play(law, *arguments, env={**os.environ, "TMPDIR": str(scratch)})
-            self.assert_result(told, 0, out=["law.wav: compressed 0x0007, 22050 Hz, stereo", "0:01.0", "Played to the end."])
+            self.assert_result(told, 0, out=["law.wav: CCITT u-Law, 22050 Hz, stereo", "0:01.0", "Played to the end."])
             self.assertEqual(wave_frames(self.heard), frames[start * 4:end * 4])
             self.assertEqual(os.listdir(scratch), [])
 
