@@ -496,7 +496,8 @@ TOLVANE_API uint16_t TOLVANE_CALL AudioChangeFormat(const char* fileName, const 
 
 /* Conversions run in the caller's thread, or as a job of their own thread, which the host polls. A job keeps the
  * library loaded until it has ended, also when the host unloads it meanwhile. The new file appears, or replaces the
- * one of its name, only when it is whole (it lies beside it until then); a replaced file's rights are kept.
+ * one of its name, only when it is whole (it lies beside it until then); a replaced file's rights are kept. A relative
+ * name means what it means at the call, also for a job.
  * `struct tWAVEFORMATEX` is the system's WAVEFORMATEX, 18 bytes, of <mmreg.h>. */
 struct tWAVEFORMATEX;
 typedef struct ConvertJob ConvertJob;
@@ -506,15 +507,16 @@ typedef struct PcmConversion PcmConversion;
  * `formatTagIndex` names a format tag of the codec. Where it is called "PCM", channels, rate and bits of `pcmFormat`
  * (null = all 0) are the target format; of any other tag the user chooses the format in the system's dialog (on Linux
  * the codec's format nearest to 11,025 Hz, mono, 8 bits). 0xFFFFFFFF, like any index the codec does not have, takes
- * the format that the codec itself suggests. With `allowFallback` not 0 another codec may take over, and where PCM
- * was asked for, into another PCM format: at last 22,050 Hz, stereo, 16 bits.
+ * the format that the codec itself suggests, and asks nobody: what a host without a user passes. With `allowFallback`
+ * not 0 another codec may take over; where PCM was asked for, into the format of 18 bytes that the system suggests
+ * for the source, or at last into PCM at 22,050 Hz, stereo, 16 bits.
  * `wait` not 0: returns when the conversion is done; `job` is not used. `wait` 0: starts a job and stores its handle in
  * *job, to be closed with AudioConvertCloseHandle; null when memory or a thread was lacking.
  * The file gets the largest format record of the codec (PCM: 18 bytes), a fact chunk with the bytes of sound in
  * `source`, and the sound. After a failure or a cancel there is no new file, and an old one is as it was.
  * Results, also the reason of a job: TOLVANE_OK; TOLVANE_NO_CODEC (400) to TOLVANE_SOURCE_BAD_FORMAT (430);
  * TOLVANE_SOURCE_NOT_OPENED and TOLVANE_TARGET_NOT_CREATED at once where a path is missing or too long. A `target`
- * that is the `source`, or is being written by others, is TOLVANE_TARGET_NOT_CREATED. */
+ * that is the `source`, or on Windows one that others have open without sharing it, is TOLVANE_TARGET_NOT_CREATED. */
 TOLVANE_API uint16_t TOLVANE_CALL AudioConvert(uint16_t codecIndex, uint32_t formatTagIndex,
                                                const char* source, const char* target,
                                                const struct tWAVEFORMATEX* pcmFormat, uint32_t allowFallback,
@@ -538,10 +540,10 @@ TOLVANE_API uint16_t TOLVANE_CALL AudioConvertGetReasonForProcessExit(ConvertJob
 TOLVANE_API uint16_t TOLVANE_CALL AudioConvertCloseHandle(ConvertJob** job);
 
 /* Converts the wave file `source` into `target` in a PCM format, by whatever codec can: a compressed file first into
- * the PCM format that its codec suggests, then into `format` (null = 18 zero bytes). A file that has the format
- * already is copied. If the second of two steps fails, `target` holds what was converted until then. Results: TOLVANE_OK;
- * TOLVANE_INPUT_NOT_OPENED (350) to TOLVANE_OUTPUT_NOT_PREPARED (369); TOLVANE_NO_PCM_SUGGESTION;
- * TOLVANE_NO_STREAM; TOLVANE_SOURCE_CUT_SHORT (423) to TOLVANE_TARGET_FORM_OPEN (427);
+ * the PCM format that its codec suggests, then into `format`, which must be PCM (else, or null: TOLVANE_NO_STREAM). A
+ * file that has the format already is copied. If the second of two steps fails, `target` holds what was converted
+ * until then. Results: TOLVANE_OK; TOLVANE_INPUT_NOT_OPENED (350) to TOLVANE_OUTPUT_NOT_PREPARED (369);
+ * TOLVANE_NO_PCM_SUGGESTION; TOLVANE_NO_STREAM; TOLVANE_SOURCE_CUT_SHORT (423) to TOLVANE_TARGET_FORM_OPEN (427);
  * TOLVANE_PCM_SOURCE_NOT_WAVE; TOLVANE_PCM_SOURCE_NO_DATA. */
 TOLVANE_API uint32_t TOLVANE_CALL ACMAudioConvertFormatPCM(const char* source, const char* target,
                                                            const struct tWAVEFORMATEX* format);

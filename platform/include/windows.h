@@ -93,6 +93,7 @@ DECLARE_HANDLE(HINSTANCE);
 DECLARE_HANDLE(HMENU);
 DECLARE_HANDLE(HICON);
 DECLARE_HANDLE(HBRUSH);
+DECLARE_HANDLE(HWINSTA);
 typedef HINSTANCE HMODULE;
 typedef HICON HCURSOR;
 #define INVALID_HANDLE_VALUE ((HANDLE)(LONG_PTR)-1)
@@ -200,6 +201,10 @@ void WINAPI SetLastError(DWORD code);
 #define INVALID_FILE_ATTRIBUTES 0xFFFFFFFFu
 #define INVALID_SET_FILE_POINTER 0xFFFFFFFFu
 #define INVALID_FILE_SIZE 0xFFFFFFFFu
+#define FILE_TYPE_UNKNOWN 0u
+#define FILE_TYPE_DISK 1u
+#define FILE_TYPE_CHAR 2u
+#define FILE_TYPE_PIPE 3u
 #define FILE_BEGIN 0u
 #define FILE_CURRENT 1u
 #define FILE_END 2u
@@ -233,6 +238,7 @@ BOOL WINAPI FlushFileBuffers(HANDLE file);
 DWORD WINAPI GetFileSize(HANDLE file, LPDWORD size_high);
 BOOL WINAPI GetFileSizeEx(HANDLE file, PLARGE_INTEGER size);
 BOOL WINAPI GetFileInformationByHandle(HANDLE file, LPBY_HANDLE_FILE_INFORMATION information);
+DWORD WINAPI GetFileType(HANDLE file); /* a folder is of the disk too */
 DWORD WINAPI GetFileAttributesA(LPCSTR name);
 BOOL WINAPI SetFileAttributesA(LPCSTR name, DWORD attributes);
 BOOL WINAPI DeleteFileA(LPCSTR name);
@@ -475,6 +481,19 @@ LONG_PTR WINAPI GetWindowLongPtrA(HWND window, int index);
 LONG_PTR WINAPI SetWindowLongPtrA(HWND window, int index, LONG_PTR value);
 UINT_PTR WINAPI SetTimer(HWND window, UINT_PTR id, UINT milliseconds, TIMERPROC procedure);
 BOOL WINAPI KillTimer(HWND window, UINT_PTR id);
+
+/* ---- The desktop: one, which a user can see ---- */
+#define UOI_FLAGS 1
+#define WSF_VISIBLE 1u
+typedef struct tagUSEROBJECTFLAGS {
+    BOOL fInherit;
+    BOOL fReserved;
+    DWORD dwFlags;
+} USEROBJECTFLAGS, *PUSEROBJECTFLAGS;
+HWINSTA WINAPI GetProcessWindowStation(void);
+/* Only the flags. */
+BOOL WINAPI GetUserObjectInformationA(HANDLE object, int index, PVOID information, DWORD size,
+                                      LPDWORD needed);
 
 /* ---- Console ---- */
 #define STD_INPUT_HANDLE ((DWORD)-10)

@@ -183,6 +183,16 @@ BOOL WINAPI FlushFileBuffers(HANDLE file) {
     return fsync(object->fd.get()) == 0 ? TRUE : Fail(ErrorOfErrno(errno));
 }
 
+DWORD WINAPI GetFileType(HANDLE file) {
+    if (FaultStrikes("GetFileType", ERROR_INVALID_HANDLE)) return FILE_TYPE_UNKNOWN;
+    struct stat status;
+    Ref<File> object;
+    if (!StatusOf(file, status, object)) return FILE_TYPE_UNKNOWN;
+    SetLastError(NO_ERROR);
+    if (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode)) return FILE_TYPE_PIPE;
+    return S_ISREG(status.st_mode) || S_ISDIR(status.st_mode) ? FILE_TYPE_DISK : FILE_TYPE_CHAR;
+}
+
 BOOL WINAPI GetFileSizeEx(HANDLE file, PLARGE_INTEGER size) {
     if (FaultStrikes("GetFileSizeEx", ERROR_INVALID_HANDLE)) return FALSE;
     struct stat status;

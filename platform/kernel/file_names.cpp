@@ -99,19 +99,36 @@ DWORD StatusToReplace(const char* name, struct stat& status) {
     return S_ISREG(status.st_mode) && !IsReadOnly(status) ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
 }
 
-// Rights that the caller may not pass on are left as they are: the new file is his.
+// What the caller may not pass on is left as it is, the new file being his: the owner, or the group as well.
 DWORD TakeOverRights(const char* name, const struct stat& from) {
-    if (chown(name, from.st_uid, from.st_gid) != 0 && errno != EPERM) return ErrorOfErrno(errno);
-    return chmod(name, from.st_mode & 07777) == 0 ? ERROR_SUCCESS : ErrorOfErrno(errno);
+    const bool owned = chown(name, from.st_uid, from.st_gid) == 0;
+    if (!owned &&
+        (errno != EPERM || (chown(name, static_cast<uid_t>(-1), from.st_gid) != 0 && errno != EPERM)))
+        return ErrorOfErrno(errno);
+    return chmod(name, from.st_mode & 0777) == 0 ? ERROR_SUCCESS : ErrorOfErrno(errno);
+}
+
+// Copies a file to a new name in the folder of `real`.
+DWORD CopyBeside(const char* file, const char* real, char (&beside)[PATH_MAX + 16]) {
+    constexpr unsigned kMostTries = 64;
+    std::strcpy(beside, real);
+    char* name = std::strrchr(beside, '/') + 1;
+    DWORD error = ERROR_SUCCESS;
+    for (unsigned i = 0; i < kMostTries; ++i) {
+        std::snprintf(name, 16, "VMN%X.TMP", static_cast<unsigned>(getpid()) * kMostTries + i);
+        error = CopyWholeFile(file, beside, true);
+        if (error != ERROR_FILE_EXISTS) break;
+    }
+    return error;
 }
 
 // Behind a link into another volume the new file is brought first, so that it takes the place in one step.
 DWORD ReplaceAcross(const char* replacement, const char* real) {
     char beside[PATH_MAX + 16];
-    std::snprintf(beside, sizeof beside, "%s.%X", real, static_cast<unsigned>(getpid()));
-    DWORD error = CopyWholeFile(replacement, beside, true);
+    if (const DWORD error = CopyBeside(replacement, real, beside)) return error;
     struct stat status;
-    if (error == ERROR_SUCCESS && stat(replacement, &status) == 0) error = TakeOverRights(beside, status);
+    DWORD error = ERROR_SUCCESS;
+    if (stat(replacement, &status) == 0) error = TakeOverRights(beside, status);
     if (error == ERROR_SUCCESS && rename(beside, real) != 0) error = ErrorOfErrno(errno);
     if (error != ERROR_SUCCESS) return unlink(beside), error;
     return unlink(replacement) == 0 ? ERROR_SUCCESS : ErrorOfErrno(errno);

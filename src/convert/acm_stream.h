@@ -48,6 +48,7 @@ class StreamBlock {
     DWORD Used() const { return header_.cbSrcLengthUsed; }
     const void* Target() const { return target_.Data(); }
     DWORD Produced() const { return header_.cbDstLengthUsed; }
+    bool IsFull() const { return Produced() == header_.cbDstLength; }
 
   private:
     bool ConvertWith(DWORD flags);

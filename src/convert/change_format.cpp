@@ -106,6 +106,19 @@ uint16_t ChangeFormat(const char* file, const char* target, const PcmShape& want
     return result;
 }
 
+// By their whole names; an empty one where the target is none.
+struct ChangedFiles {
+    char source[kPathSize];
+    char target[kPathSize];
+
+    uint16_t Settle(const char* name, const char* wanted_target) {
+        char file[kPathSize];
+        if (const uint16_t refused = SettleEditedFile(name, file)) return refused;
+        if (!CopyFullPath(target, wanted_target)) *target = 0;
+        return CopyFullPath(source, file) ? TOLVANE_OK : TOLVANE_CANNOT_OPEN;
+    }
+};
+
 unsigned __stdcall ChangeInBackground(void* argument) {
     auto* job = static_cast<EditJob*>(argument);
     const auto* change = static_cast<const ChangeParameters*>(job->parameters);
@@ -117,22 +130,22 @@ unsigned __stdcall ChangeInBackground(void* argument) {
 }  // namespace
 
 uint16_t ChangeFormatNow(const char* name, const char* target, const PcmShape& wanted) {
-    char file[kPathSize];
-    const uint16_t refused = SettleEditedFile(name, file);
-    return refused ? refused : ChangeFormat(file, target, wanted, JobControl());
+    ChangedFiles files;
+    const uint16_t refused = files.Settle(name, target);
+    return refused ? refused : ChangeFormat(files.source, files.target, wanted, JobControl());
 }
 
 uint16_t StartChangeFormat(const char* name, const char* target, const PcmShape& wanted, EditJob** handle) {
-    char file[kPathSize];
-    if (const uint16_t refused = SettleEditedFile(name, file)) return refused;
+    ChangedFiles files;
+    if (const uint16_t refused = files.Settle(name, target)) return refused;
     if (!handle) return TOLVANE_NO_CHANGE_MEMORY;  // nobody could ever free the job
     *handle = nullptr;
     EditJobOwner job = NewEditJob(sizeof(ChangeParameters));
     if (!job) return TOLVANE_NO_CHANGE_MEMORY;
     auto* change = static_cast<ChangeParameters*>(job->parameters);
     *change = {sizeof *change, "", "", wanted.rate, wanted.bits, wanted.channels};
-    CopyText(change->file, kPathSize, file);
-    CopyText(change->target, kPathSize, IsUsablePath(target) ? target : "");
+    CopyText(change->file, kPathSize, files.source);
+    CopyText(change->target, kPathSize, files.target);
     return StartEditJob(std::move(job), ChangeInBackground, handle) ? TOLVANE_OK : TOLVANE_NO_CHANGE_MEMORY;
 }
 

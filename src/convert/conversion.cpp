@@ -1,8 +1,15 @@
 #include "convert/conversion.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace tolvane {
+
+namespace {
+
+constexpr DWORD kMostWritten = INT32_MAX;  // beyond, no position in the file could be told
+
+}  // namespace
 
 // False when nothing came.
 bool Conversion::Refill() {
@@ -32,6 +39,7 @@ TolvaneResult Conversion::Step() {
     const bool refilled = !exhausted && Refill();
     if (!exhausted && block_.Waiting() == 0) return TOLVANE_SOURCE_CUT_SHORT;
     if (!block_.Convert()) return TOLVANE_NOT_CONVERTED;
+    if (block_.Produced() > kMostWritten - written_) return TOLVANE_TARGET_NOT_WRITTEN;
     if (!target_.Write(block_.Target(), block_.Produced())) return TOLVANE_TARGET_NOT_WRITTEN;
     return TakeCounts(refilled);
 }

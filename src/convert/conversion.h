@@ -16,8 +16,10 @@ class Conversion {
 
     StreamBlock::Outcome Prepare(AcmStream stream) { return block_.Prepare(std::move(stream)); }
 
-    // Whether all of the source has been taken; what a stream then still holds comes with one step more.
+    // Whether all of the source has been taken. What a stream then still holds comes with one step more, and with
+    // another as long as it fills the whole block.
     bool IsExhausted() const { return consumed_ >= total_; }
+    bool MayHoldMore() const { return block_.IsFull(); }
 
     // Reads, converts and writes one block. Results: TOLVANE_OK; TOLVANE_SOURCE_CUT_SHORT;
     // TOLVANE_NOT_CONVERTED; TOLVANE_TARGET_NOT_WRITTEN.

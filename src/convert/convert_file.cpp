@@ -25,6 +25,13 @@ WAVEFORMATEX ToPcm(WAVEFORMATEX format) {
     return format;
 }
 
+// A dialog of a service would wait on a desktop where nobody can close it.
+bool IsDesktopVisible() {
+    USEROBJECTFLAGS flags = {};
+    return GetUserObjectInformationA(GetProcessWindowStation(), UOI_FLAGS, &flags, sizeof flags, nullptr) &&
+           (flags.dwFlags & WSF_VISIBLE);
+}
+
 // One conversion, from step to step; what a step acquires goes with it.
 class CodecConversion {
   public:
@@ -37,7 +44,8 @@ class CodecConversion {
     TolvaneResult OpenSource();
     TolvaneResult MakeFormat();
     TolvaneResult SuggestFormat();
-    void LetUserChoose();
+    TolvaneResult LetUserChoose();
+    AcmStream OpenWith(HACMDRIVER driver);
     AcmStream OpenFallback();
     TolvaneResult OpenStream(AcmStream* stream);
     TolvaneResult BeginTarget();
@@ -91,10 +99,12 @@ TolvaneResult CodecConversion::SuggestFormat() {
 
 // Where nobody can be asked, the driver's suggestion stays; who closes the dialog without a choice keeps what
 // it began with.
-void CodecConversion::LetUserChoose() {
+TolvaneResult CodecConversion::LetUserChoose() {
+    if (!IsDesktopVisible()) return TOLVANE_OK;
     GlobalBlock suggestion;
-    const bool kept = suggestion.Allocate(format_size_, GMEM_MOVEABLE) == GlobalBlock::Outcome::kDone;
-    if (kept) memcpy(suggestion.Data(), Target(), format_size_);
+    if (suggestion.Allocate(format_size_, GMEM_MOVEABLE) != GlobalBlock::Outcome::kDone)
+        return TOLVANE_NO_FORMAT_MEMORY;
+    memcpy(suggestion.Data(), Target(), format_size_);
     *Target() = {choice_.format_tag, 1, 11025, 11025, 1, 8, 0};
     ACMFORMATCHOOSEA dialog = {};
     dialog.cbStruct = sizeof dialog;
@@ -103,7 +113,8 @@ void CodecConversion::LetUserChoose() {
     dialog.cbwfx = format_size_;
     const MMRESULT result = acmFormatChooseA(&dialog);
     const bool asked = result == MMSYSERR_NOERROR || result == static_cast<MMRESULT>(ACMERR_CANCELED);
-    if (!asked && kept) memcpy(Target(), suggestion.Data(), format_size_);
+    if (!asked) memcpy(Target(), suggestion.Data(), format_size_);
+    return TOLVANE_OK;
 }
 
 TolvaneResult CodecConversion::MakeFormat() {
@@ -119,20 +130,26 @@ TolvaneResult CodecConversion::MakeFormat() {
         return TOLVANE_NO_FORMAT_MEMORY;
     if (choice_.to_pcm) return *Target() = ToPcm(request_.pcm_format), TOLVANE_OK;
     const TolvaneResult result = SuggestFormat();
-    if (result == TOLVANE_OK && choice_.names_tag) LetUserChoose();
-    return result;
+    return result == TOLVANE_OK && choice_.names_tag ? LetUserChoose() : result;
 }
 
-// With whatever driver can; a PCM target may become another PCM format.
+// Whoever made the format: what it claims beside its 18 bytes lies within the record.
+AcmStream CodecConversion::OpenWith(HACMDRIVER driver) {
+    Target()->cbSize = std::min(Target()->cbSize, static_cast<WORD>(format_size_ - sizeof(WAVEFORMATEX)));
+    return OpenAcmStream(driver, Source(), Target());
+}
+
+// With whatever driver can. A PCM target may become the first format of 18 bytes that is suggested for the source, of
+// whatever tag.
 AcmStream CodecConversion::OpenFallback() {
     if (choice_.to_pcm &&
         acmFormatSuggest(nullptr, Source(), Target(), sizeof(WAVEFORMATEX), 0) != MMSYSERR_NOERROR)
         *Target() = kLastAttempt;
-    return OpenAcmStream(nullptr, Source(), Target());
+    return OpenWith(nullptr);
 }
 
 TolvaneResult CodecConversion::OpenStream(AcmStream* stream) {
-    *stream = OpenAcmStream(driver_.Get(), Source(), Target());
+    *stream = OpenWith(driver_.Get());
     if (!*stream && request_.allow_fallback) *stream = OpenFallback();
     return *stream ? TOLVANE_OK : TOLVANE_NO_STREAM;
 }
@@ -182,14 +199,15 @@ void CodecConversion::Show(const Conversion& conversion) const {
     JobControl{&job_->progress, nullptr}.ShowProgress(conversion.Consumed(), conversion.Total());
 }
 
-// The last step, with everything taken, makes the stream give what it still holds.
+// The last steps, with everything taken, make the stream give what it still holds.
 TolvaneResult CodecConversion::RunLoop(Conversion& conversion) {
     TolvaneResult result = TOLVANE_OK;
     for (bool last = false; result == TOLVANE_OK && !last;) {
         if (IsCancelled()) return TOLVANE_CANCELLED;
         Show(conversion);
-        last = conversion.IsExhausted();
+        const bool exhausted = conversion.IsExhausted();
         result = conversion.Step();
+        last = exhausted && !conversion.MayHoldMore();
     }
     Show(conversion);
     return result;
@@ -198,7 +216,6 @@ TolvaneResult CodecConversion::RunLoop(Conversion& conversion) {
 TolvaneResult CodecConversion::FinishTarget() {
     if (!target_.EndChunk()) return TOLVANE_TARGET_DATA_OPEN;
     if (!target_.EndWave() || !target_.Close()) return TOLVANE_TARGET_FORM_OPEN;
-    source_.Reset();
     return replacement_.Commit() ? TOLVANE_OK : TOLVANE_TARGET_NOT_CREATED;
 }
 

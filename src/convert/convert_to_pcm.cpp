@@ -16,6 +16,12 @@ namespace tolvane {
 
 namespace {
 
+// Nothing stands behind the 18 bytes of a PCM format, whatever it claims.
+WAVEFORMATEX WithoutExtra(WAVEFORMATEX format) {
+    format.cbSize = 0;
+    return format;
+}
+
 // The text of a message for the debugger holds one number.
 void TellDebugger(const char* text, DWORD number) {
     char line[64];
@@ -41,7 +47,7 @@ TolvaneResult Open(const char* path, PcmInput* input) {
     return read == FormatRead::kDone ? TOLVANE_OK : TOLVANE_INPUT_BAD_FORMAT;
 }
 
-// What a pass writes: the format that was asked for, or a PCM format into which any codec can decode.
+// A PCM format into which any codec can decode the input.
 TolvaneResult SuggestOutput(const PcmInput& input, WAVEFORMATEX* output) {
     DWORD largest = 0;
     if (acmMetrics(nullptr, ACM_METRIC_MAX_SIZE_FORMAT, &largest) != MMSYSERR_NOERROR)
@@ -55,16 +61,8 @@ TolvaneResult SuggestOutput(const PcmInput& input, WAVEFORMATEX* output) {
     if (acmFormatSuggest(nullptr, const_cast<WAVEFORMATEX*>(input.Format()), format, largest,
                          ACM_FORMATSUGGESTF_WFORMATTAG) != MMSYSERR_NOERROR)
         return TOLVANE_NO_PCM_SUGGESTION;
-    memcpy(output, format, sizeof *output);
+    *output = WithoutExtra(*format);
     return TOLVANE_OK;
-}
-
-TolvaneResult WriteHeader(WaveWriter& output, const WAVEFORMATEX& format) {
-    if (!output.BeginWave()) return TOLVANE_OUTPUT_NO_FORM;
-    if (!output.BeginChunk(kFormatChunk)) return TOLVANE_OUTPUT_NO_FORMAT;
-    if (!output.Write(&format, sizeof format)) return TOLVANE_OUTPUT_FORMAT_LOST;
-    if (!output.EndChunk()) return TOLVANE_FORMAT_NOT_CLOSED;
-    return output.BeginChunk(kDataChunk) ? TOLVANE_OK : TOLVANE_OUTPUT_NO_DATA;
 }
 
 TolvaneResult CodeOf(StreamBlock::Outcome outcome) {
@@ -81,7 +79,6 @@ TolvaneResult RunLoop(Conversion& conversion, const JobControl* job) {
         if (job && job->IsCancelled()) return TOLVANE_OK;
         result = conversion.Step();
     }
-    if (job && result == TOLVANE_OK) job->ShowProgress(conversion.Consumed(), conversion.Total());
     return result;
 }
 
@@ -91,80 +88,119 @@ TolvaneResult Finish(WaveWriter& output) {
     return form && closed ? TOLVANE_OK : TOLVANE_TARGET_FORM_OPEN;
 }
 
-// One pass over the data. `written` tells how much of it is in the output, also after a failure.
-struct Pass {
-    const char* output;
-    const JobControl* job;
-    bool tell;
-    DWORD written = 0;
+// One pass over the data, into a file that the writer begins anew.
+class Pass {
+  public:
+    // `job` (may be null) is told of the progress; `tell`: the debugger is told of the sizes.
+    Pass(const PcmInput& input, const JobControl* job, bool tell) : input_(input), job_(job), tell_(tell) {}
 
-    TolvaneResult Run(const PcmInput& input, const WAVEFORMATEX& format);
-    TolvaneResult ConvertData(const PcmInput& input, const WAVEFORMATEX& format, DWORD size,
-                              WaveWriter& writer);
+    // Without a format, into the one that is suggested for the input.
+    TolvaneResult Run(const char* output, const WAVEFORMATEX* format);
+
+    // How much of the sound is in the output, also after a failure.
+    DWORD Written() const { return written_; }
+
+  private:
+    TolvaneResult FindData();
+    TolvaneResult WriteFormat(const WAVEFORMATEX* wanted);
+    TolvaneResult OpenStream();
+    TolvaneResult BeginData();
+    TolvaneResult ConvertData();
+
+    const PcmInput& input_;
+    const JobControl* const job_;
+    const bool tell_;
+    WaveWriter writer_;
+    Chunk data_ = {};
+    WAVEFORMATEX format_ = {};
+    AcmStream stream_;
+    DWORD written_ = 0;
 };
 
-TolvaneResult Pass::ConvertData(const PcmInput& input, const WAVEFORMATEX& format, DWORD size,
-                                WaveWriter& writer) {
-    AcmStream stream = OpenAcmStream(nullptr, input.Format(), &format);
-    if (!stream) return TOLVANE_NO_STREAM;
-    Conversion conversion(input.file, size, writer);
-    TolvaneResult result = CodeOf(conversion.Prepare(std::move(stream)));
-    if (result == TOLVANE_OK) result = RunLoop(conversion, job);
-    written = conversion.Written();
-    TellDebugger("%ld bytes written in all", written);
-    if (tell) TellDebugger("%ld bytes read from file\n", conversion.BytesRead());
-    return result;
+TolvaneResult Pass::FindData() {
+    Chunk chunk;
+    if (!FindSubchunk(input_.file, input_.riff, kFormatChunk, &chunk) ||
+        mmioAscend(input_.file.Get(), &chunk, 0) != MMSYSERR_NOERROR)
+        return TOLVANE_FORMAT_NOT_CLOSED;
+    if (!FindSubchunk(input_.file, input_.riff, kDataChunk, &data_)) return TOLVANE_PCM_SOURCE_NO_DATA;
+    if (tell_) TellDebugger("Total File Size: %ld\n", data_.cksize);
+    return TOLVANE_OK;
 }
 
-// A file that has been begun is finished in any case, so that what is in it can be played.
-TolvaneResult Pass::Run(const PcmInput& input, const WAVEFORMATEX& format) {
-    WaveWriter writer;
-    Chunk chunk;
-    if (!writer.Create(output)) return TOLVANE_OUTPUT_NOT_WRITTEN;
-    if (!FindSubchunk(input.file, input.riff, kFormatChunk, &chunk) ||
-        mmioAscend(input.file.Get(), &chunk, 0) != MMSYSERR_NOERROR)
-        return TOLVANE_FORMAT_NOT_CLOSED;
-    if (!FindSubchunk(input.file, input.riff, kDataChunk, &chunk)) return TOLVANE_PCM_SOURCE_NO_DATA;
-    if (tell) TellDebugger("Total File Size: %ld\n", chunk.cksize);
-    TolvaneResult result = WriteHeader(writer, format);
+TolvaneResult Pass::WriteFormat(const WAVEFORMATEX* wanted) {
+    if (!writer_.BeginWave()) return TOLVANE_OUTPUT_NO_FORM;
+    if (!writer_.BeginChunk(kFormatChunk)) return TOLVANE_OUTPUT_NO_FORMAT;
+    const TolvaneResult result = wanted ? TOLVANE_OK : SuggestOutput(input_, &format_);
     if (result != TOLVANE_OK) return result;
-    const MmioFile& file = input.file;
-    if (mmioSeek(file.Get(), static_cast<LONG>(chunk.dwDataOffset), SEEK_SET) < 0)
-        return TOLVANE_SOURCE_CUT_SHORT;
-    result = ConvertData(input, format, chunk.cksize, writer);
-    const TolvaneResult finished = Finish(writer);
+    if (wanted) format_ = *wanted;
+    if (!writer_.Write(&format_, sizeof format_)) return TOLVANE_OUTPUT_FORMAT_LOST;
+    return writer_.EndChunk() ? TOLVANE_OK : TOLVANE_FORMAT_NOT_CLOSED;
+}
+
+TolvaneResult Pass::OpenStream() {
+    stream_ = OpenAcmStream(nullptr, input_.Format(), &format_);
+    return stream_ ? TOLVANE_OK : TOLVANE_NO_STREAM;
+}
+
+TolvaneResult Pass::BeginData() {
+    return writer_.BeginChunk(kDataChunk) ? TOLVANE_OK : TOLVANE_OUTPUT_NO_DATA;
+}
+
+TolvaneResult Pass::ConvertData() {
+    Conversion conversion(input_.file, data_.cksize, writer_);
+    TolvaneResult result = CodeOf(conversion.Prepare(std::move(stream_)));
+    if (result == TOLVANE_OK) result = RunLoop(conversion, job_);
+    written_ = conversion.Written();
+    if (result != TOLVANE_OK) return result;
+    TellDebugger("%ld bytes written in all", written_);
+    if (tell_) TellDebugger("%ld bytes read from file\n", conversion.BytesRead());
+    return TOLVANE_OK;
+}
+
+// Sound that has been begun is finished in any case, so that what is in the file can be played.
+TolvaneResult Pass::Run(const char* output, const WAVEFORMATEX* format) {
+    if (!writer_.Create(output)) return TOLVANE_OUTPUT_NOT_WRITTEN;
+    TolvaneResult result = FindData();
+    if (result == TOLVANE_OK) result = WriteFormat(format);
+    if (result == TOLVANE_OK && !format) result = OpenStream();
+    if (result == TOLVANE_OK) result = BeginData();
+    if (result == TOLVANE_OK && format) result = OpenStream();
+    if (result != TOLVANE_OK) return result;
+    result = ConvertData();
+    const TolvaneResult finished = Finish(writer_);
     return result == TOLVANE_OK ? finished : result;
 }
 
-TolvaneResult CopyInPlace(const char* from, const char* target) {
-    Replacement replacement;
-    const bool done =
-        replacement.Begin(target) && CopyFileA(from, replacement.Path(), FALSE) && replacement.Commit();
+TolvaneResult CopyInto(Replacement& replacement, const char* from) {
+    const bool done = CopyFileA(from, replacement.Path(), FALSE) && replacement.Commit();
     return done ? TOLVANE_OK : TOLVANE_OUTPUT_NOT_WRITTEN;
 }
 
+TolvaneResult Place(Replacement& replacement) {
+    return replacement.Commit() ? TOLVANE_OK : TOLVANE_OUTPUT_NOT_WRITTEN;
+}
+
 bool HasFormat(const PcmInput& input, const WAVEFORMATEX& format) {
-    return input.IsPcm() && memcmp(input.Format(), &format, sizeof format) == 0;
+    const WAVEFORMATEX own = WithoutExtra(*input.Format());
+    return input.IsPcm() && memcmp(&own, &format, sizeof format) == 0;
 }
 
-// The sound has the right format already; a file needs no copy of itself.
-TolvaneResult CopySound(const char* source, const char* target, const JobControl* job) {
-    const TolvaneResult result = IsSameFile(source, target) ? TOLVANE_OK : CopyInPlace(source, target);
-    if (job && result == TOLVANE_OK) job->ShowProgress(1, 1);
-    return result;
+TolvaneResult RunOnlyPass(PcmInput input, Replacement& replacement, const WAVEFORMATEX& format,
+                          const JobControl* job) {
+    const TolvaneResult result = Pass(input, job, !job).Run(replacement.Path(), &format);
+    input = PcmInput();  // it may be the target
+    return result == TOLVANE_OK ? Place(replacement) : result;
 }
 
-TolvaneResult RunSecondPass(const char* source, const char* target, const WAVEFORMATEX& format) {
+TolvaneResult RunSecondPass(const char* source, Replacement& replacement, const WAVEFORMATEX& format) {
     PcmInput input;
     if (const TolvaneResult result = Open(source, &input); result != TOLVANE_OK) return result;
-    if (HasFormat(input, format)) return CopyInPlace(source, target);
-    Replacement replacement;
-    if (!replacement.Begin(target)) return TOLVANE_OUTPUT_NOT_WRITTEN;
-    Pass pass{replacement.Path(), nullptr, false};
-    const TolvaneResult result = pass.Run(input, format);
-    if (result != TOLVANE_OK && pass.written == 0) return result;
-    const bool placed = replacement.Commit();
-    return result == TOLVANE_OK && !placed ? TOLVANE_OUTPUT_NOT_WRITTEN : result;
+    if (HasFormat(input, format)) return CopyInto(replacement, source);
+    Pass pass(input, nullptr, false);
+    const TolvaneResult result = pass.Run(replacement.Path(), &format);
+    if (result != TOLVANE_OK && pass.Written() == 0) return result;
+    const TolvaneResult placed = Place(replacement);
+    return result == TOLVANE_OK ? placed : result;
 }
 
 // A file of the system's temp folder, for the time of a conversion.
@@ -179,19 +215,31 @@ struct TempFile {
     }
 };
 
-TolvaneResult RunBothPasses(PcmInput input, const char* target, const WAVEFORMATEX& format,
+TolvaneResult RunBothPasses(PcmInput input, Replacement& replacement, const WAVEFORMATEX& format,
                             const JobControl* job) {
-    const bool is_pcm = input.IsPcm();
-    WAVEFORMATEX first = format;
-    if (!is_pcm)
-        if (const TolvaneResult result = SuggestOutput(input, &first); result != TOLVANE_OK) return result;
     TempFile scratch;
     if (!scratch.made) return TOLVANE_OUTPUT_NOT_WRITTEN;
-    Pass pass{scratch.path, job, !job};
-    const TolvaneResult result = pass.Run(input, first);
-    input = PcmInput();
-    if (result != TOLVANE_OK) return result;
-    return is_pcm ? CopyInPlace(scratch.path, target) : RunSecondPass(scratch.path, target, format);
+    const TolvaneResult result = Pass(input, job, !job).Run(scratch.path, nullptr);
+    input = PcmInput();  // it may be the target
+    return result == TOLVANE_OK ? RunSecondPass(scratch.path, replacement, format) : result;
+}
+
+// The sound has the right format already; a file needs no copy of itself.
+TolvaneResult CopySound(const char* source, const char* target, bool begun, Replacement& replacement) {
+    if (IsSameFile(source, target)) return TOLVANE_OK;
+    return begun ? CopyInto(replacement, source) : TOLVANE_OUTPUT_NOT_WRITTEN;
+}
+
+// The place for the target is made while nobody holds the source, which may be the same file.
+TolvaneResult Convert(const char* source, const char* target, const WAVEFORMATEX& format,
+                      const JobControl* job) {
+    Replacement replacement;
+    const bool begun = replacement.Begin(target);
+    PcmInput input;
+    if (const TolvaneResult result = Open(source, &input); result != TOLVANE_OK) return result;
+    if (HasFormat(input, format)) return CopySound(source, target, begun, replacement);
+    if (!begun) return TOLVANE_OUTPUT_NOT_WRITTEN;
+    return (input.IsPcm() ? RunOnlyPass : RunBothPasses)(std::move(input), replacement, format, job);
 }
 
 }  // namespace
@@ -200,10 +248,10 @@ TolvaneResult ConvertToPcmFile(const char* source, const char* target, const WAV
                                const JobControl* job) {
     if (!source) return TOLVANE_NO_INPUT_PATH;
     if (!target) return TOLVANE_NO_OUTPUT_PATH;
-    PcmInput input;
-    if (const TolvaneResult result = Open(source, &input); result != TOLVANE_OK) return result;
-    if (HasFormat(input, format)) return CopySound(source, target, job);
-    return RunBothPasses(std::move(input), target, format, job);
+    if (format.wFormatTag != WAVE_FORMAT_PCM) return TOLVANE_NO_STREAM;
+    const TolvaneResult result = Convert(source, target, WithoutExtra(format), job);
+    if (job && result == TOLVANE_OK && !job->IsCancelled()) job->ShowProgress(1, 1);
+    return result;
 }
 
 }  // namespace tolvane

@@ -27,6 +27,7 @@ constexpr DWORD kTimeToAbort = 100;  // milliseconds
 
 unsigned __stdcall RunConvertJob(void* record) {
     auto& job = *static_cast<ConvertJob*>(record);
+    job.thread_id = GetCurrentThreadId();
     ConvertRequest request;
     request.codec_index = job.codec_index;
     request.format_tag_index = job.format_tag_index;
@@ -53,6 +54,11 @@ std::unique_ptr<ConvertJob> MakeJob(const ConvertRequest& request) {
     return job;
 }
 
+// An empty name stays one: to open it fails in the worker.
+bool KeepPath(char (&kept)[kPathSize], const char* path) {
+    return path && (!*path || CopyFullPath(kept, path));
+}
+
 void Leave(PcmConversion* conversion) {
     if (--conversion->owners == 0) delete conversion;
 }
@@ -70,14 +76,17 @@ unsigned __stdcall RunPcmConversion(void* record) {
 
 }  // namespace
 
-TolvaneResult StartConversion(const ConvertRequest& request, ConvertJob** handle, bool wait) {
-    if (!IsUsablePath(request.source)) return TOLVANE_SOURCE_NOT_OPENED;
-    if (!IsUsablePath(request.target)) return TOLVANE_TARGET_NOT_CREATED;
+TolvaneResult StartConversion(ConvertRequest request, ConvertJob** handle, bool wait) {
+    char source[kPathSize], target[kPathSize];
+    if (!CopyFullPath(source, request.source)) return TOLVANE_SOURCE_NOT_OPENED;
+    if (!CopyFullPath(target, request.target)) return TOLVANE_TARGET_NOT_CREATED;
+    request.source = source;
+    request.target = target;
     if (wait) return ConvertFile(request, nullptr);
     std::unique_ptr<ConvertJob> job = MakeJob(request);
     if (handle) *handle = job.get();
     if (job && !handle) job->finished = ConvertJob::kClosed;  // nobody will close it
-    if (job && StartWorker(RunConvertJob, job.get(), &job->thread_id)) return job.release(), TOLVANE_OK;
+    if (job && StartWorker(RunConvertJob, job.get())) return job.release(), TOLVANE_OK;
     if (handle) *handle = nullptr;
     return TOLVANE_OK;
 }
@@ -95,15 +104,12 @@ void CloseConversion(ConvertJob** handle) {
 }
 
 PcmConversion* BeginPcmConversion(const char* source, const char* target, const WAVEFORMATEX* format) {
-    if (!source || !target || !IsBounded(source) || !IsBounded(target)) return nullptr;
     std::unique_ptr<PcmConversion> conversion(new (std::nothrow) PcmConversion{});
-    if (!conversion) return nullptr;
-    CopyText(conversion->source, kPathSize, source);
-    CopyText(conversion->target, kPathSize, target);
+    if (!conversion || !KeepPath(conversion->source, source) || !KeepPath(conversion->target, target))
+        return nullptr;
     if (format) conversion->format = *format;
     conversion->owners = 2;
-    uint32_t thread_id = 0;
-    conversion->thread = StartWorker(RunPcmConversion, conversion.get(), &thread_id);
+    conversion->thread = StartWorker(RunPcmConversion, conversion.get());
     return conversion->thread ? conversion.release() : nullptr;
 }
 

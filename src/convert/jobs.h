@@ -8,7 +8,7 @@ namespace tolvane {
 
 // With `wait` the conversion runs here; otherwise *handle receives the record of the running one, null without
 // memory or thread. Without a place for the handle it runs all the same, and frees its record itself.
-TolvaneResult StartConversion(const ConvertRequest& request, ConvertJob** handle, bool wait);
+TolvaneResult StartConversion(ConvertRequest request, ConvertJob** handle, bool wait);
 
 // Null where the handle is none of a job's.
 ConvertJob* ValidJob(ConvertJob* handle);

@@ -10,8 +10,6 @@ namespace {
 constexpr uint32_t kOver = 1;
 constexpr uint32_t kClosedByHost = 2;
 
-constexpr uint32_t kWholeProgress = 100;
-
 bool IsValid(const EditJob* job) {
     return job && job->tag == kEditJobTag;
 }
@@ -36,12 +34,13 @@ EditJobOwner NewEditJob(size_t parameters_size) {
 bool StartEditJob(EditJobOwner job, WorkerMain worker, EditJob** handle) {
     if (!handle) job->finished = kClosedByHost;
     if (handle) *handle = job.get();
-    if (StartWorker(worker, job.get(), &job->thread_id)) return job.release();
+    if (StartWorker(worker, job.get())) return job.release();
     if (handle) *handle = nullptr;
     return false;
 }
 
 JobControl ControlOf(EditJob& job) {
+    job.thread_id = GetCurrentThreadId();
     return {&job.progress, &job.cancel};
 }
 
@@ -59,11 +58,7 @@ uint32_t IsEditJobOver(const EditJob* job) {
 }
 
 uint32_t GetEditJobProgress(EditJob* job) {
-    if (!IsValid(job)) return 0;
-    uint32_t progress = job->progress;
-    while (progress > kWholeProgress && !job->progress.compare_exchange_weak(progress, kWholeProgress)) {
-    }
-    return progress > kWholeProgress ? kWholeProgress : progress;
+    return IsValid(job) ? LowerProgress(job->progress) : 0;
 }
 
 uint16_t GetEditJobReason(const EditJob* job) {

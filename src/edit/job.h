@@ -47,6 +47,7 @@ EditJobOwner NewEditJob(size_t parameters_size);
 // the record frees itself in the end. Where no thread can be had the record is freed and the host's handle null.
 bool StartEditJob(EditJobOwner job, WorkerMain worker, EditJob** handle);
 
+// For the worker, whose thread the record names from then on.
 JobControl ControlOf(EditJob& job);
 
 // The worker's last touch of the record: whoever sees the job finished sees its reason.

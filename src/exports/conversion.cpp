@@ -28,8 +28,8 @@ uint32_t TOLVANE_CALL AudioConvertProcessIsOver(ConvertJob* job) {
 }
 
 uint32_t TOLVANE_CALL AudioConvertGetProcessProgress(ConvertJob* job) {
-    const ConvertJob* valid = tolvane::ValidJob(job);
-    return valid ? valid->progress.load() : 0;
+    ConvertJob* valid = tolvane::ValidJob(job);
+    return valid ? tolvane::LowerProgress(valid->progress) : 0;
 }
 
 uint16_t TOLVANE_CALL AudioConvertGetReasonForProcessExit(ConvertJob* job) {

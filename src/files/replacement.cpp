@@ -24,9 +24,19 @@ bool Identify(const char* path, BY_HANDLE_FILE_INFORMATION* information) {
     return file && GetFileInformationByHandle(file.Get(), information);
 }
 
+bool IsThere(const char* path) {
+    return GetFileAttributesA(path) != INVALID_FILE_ATTRIBUTES;
+}
+
 // What is not there can be put in place; what is there must be a file that nobody holds and that may be written.
 bool CanBeReplaced(const char* path) {
-    return GetFileAttributesA(path) == INVALID_FILE_ATTRIBUTES || OpenExisting(path, GENERIC_WRITE, 0);
+    if (!IsThere(path)) return true;
+    const FileHandle file = OpenExisting(path, GENERIC_WRITE | DELETE, 0);
+    return file && GetFileType(file.Get()) == FILE_TYPE_DISK;
+}
+
+bool ReplaceWith(const char* target, const char* file) {
+    return IsThere(target) && ReplaceFileA(target, file, nullptr, 0, nullptr, nullptr);
 }
 
 bool FolderOf(const char* path, char (&folder)[kPathSize]) {
@@ -35,7 +45,6 @@ bool FolderOf(const char* path, char (&folder)[kPathSize]) {
                            return c == '/' || c == '\\' || c == ':';
                        }).base();
     CopyText(folder, static_cast<size_t>(name - path) + 1, path);
-    if (name == path) CopyText(folder, kPathSize, ".");
     return strlen(folder) <= MAX_PATH - 14;  // what GetTempFileNameA asks for
 }
 
@@ -62,24 +71,29 @@ bool IsSameFile(const char* path, const char* other) {
 }
 
 bool Replacement::Begin(const char* target) {
-    if (!IsUsablePath(target) || !CanBeReplaced(target)) return false;
     char name[kPathSize];
-    if (!MakeBeside(target, name)) return false;
+    if (!CopyFullPath(target_, target) || !CanBeReplaced(target_) || !MakeBeside(target_, name)) return false;
     CopyText(path_, kPathSize, name);
-    CopyText(target_, kPathSize, target);
     return true;
 }
 
 bool Replacement::Commit() {
-    const bool done = GetFileAttributesA(target_) == INVALID_FILE_ATTRIBUTES
-                          ? MoveFileExA(path_, target_, MOVEFILE_REPLACE_EXISTING)
-                          : ReplaceFileA(target_, path_, nullptr, 0, nullptr, nullptr);
-    if (done) path_[0] = 0;
+    LetBeChanged();
+    const bool was_there = IsThere(target_);
+    const bool done = ReplaceWith(target_, path_) || MoveFileExA(path_, target_, MOVEFILE_REPLACE_EXISTING);
+    if (done || (was_there && !IsThere(target_))) path_[0] = 0;
     return done;
 }
 
+// A copy of a file that may only be read is such a file too.
+void Replacement::LetBeChanged() {
+    SetFileAttributesA(path_, FILE_ATTRIBUTE_NORMAL);
+}
+
 Replacement::~Replacement() {
-    if (*path_) DeleteFileA(path_);
+    if (!*path_) return;
+    LetBeChanged();
+    DeleteFileA(path_);
 }
 
 // The file first takes the place of an empty one beside the target, and with it the rights of a new file.

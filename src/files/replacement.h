@@ -17,7 +17,8 @@ class Replacement {
     // Where to write; the writer has closed it before the commit.
     const char* Path() const { return path_; }
 
-    // False when the target cannot be replaced; the new file is removed then.
+    // False when the target cannot be replaced; the new file is removed then, unless the system lost the old one over
+    // the attempt.
     bool Commit();
 
     Replacement() = default;
@@ -26,6 +27,8 @@ class Replacement {
     ~Replacement();
 
   private:
+    void LetBeChanged();
+
     char path_[kPathSize] = "";
     char target_[kPathSize] = "";
 };

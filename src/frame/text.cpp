@@ -12,6 +12,11 @@ bool IsSpace(char c) {
 
 }  // namespace
 
+bool CopyFullPath(char (&full)[kPathSize], const char* path) {
+    const DWORD length = IsUsablePath(path) ? GetFullPathNameA(path, kPathSize, full, nullptr) : 0;
+    return length > 0 && length < kPathSize;
+}
+
 void CopyText(char* to, size_t size, const char* from) {
     size_t length = std::min(strlen(from), size - 1);
     memcpy(to, from, length);

@@ -26,6 +26,9 @@ inline bool IsUsablePath(const char* path) {
     return !IsEmpty(path) && IsBounded(path);
 }
 
+// The whole name of what a usable path names now, whatever folder is the current one later. False where it does not fit.
+bool CopyFullPath(char (&full)[kPathSize], const char* path);
+
 // Copies a text into a buffer of `size` bytes, cut where it does not fit.
 void CopyText(char* to, size_t size, const char* from);
 

@@ -26,9 +26,12 @@ struct JobControl {
 };
 
 // Starts `main(job)` on a thread of its own, which keeps the library loaded until it has called EndWorker. No
-// handle when it cannot be started.
+// handle when it cannot be started. The job may be over, and its record gone, before this returns.
 using WorkerMain = unsigned(__stdcall*)(void* job);
-KernelHandle StartWorker(WorkerMain main, void* job, uint32_t* thread_id);
+KernelHandle StartWorker(WorkerMain main, void* job);
+
+// The percentage of a job for its host: one above 100 is lowered in the record first.
+uint32_t LowerProgress(std::atomic<uint32_t>& progress);
 
 // The last act of a worker: it leaves the library, which may go with it.
 [[noreturn]] void EndWorker();

@@ -14,19 +14,43 @@ struct CurrentFile {
     Lock lock;
     char path[kPathSize] = "";
     bool copy_valid = false;  // the playback copy file holds a PCM copy of it
+    uint32_t choice = 0;  // which choice this is, counted whenever another begins or the copy is forgotten
 };
+
+void ForgetCopyOf(CurrentFile& current) {
+    current.copy_valid = false;
+    ++current.choice;
+}
+
+void Set(CurrentFile& current, const char* path) {
+    CopyText(current.path, kPathSize, IsUsablePath(path) ? path : "");
+    ForgetCopyOf(current);
+}
 
 void SetCurrentFile(const char* path) {
     CurrentFile& current = Immortal<CurrentFile>();
     LockGuard guard(current.lock);
-    CopyText(current.path, kPathSize, IsUsablePath(path) ? path : "");
-    current.copy_valid = false;
+    Set(current, path);
 }
 
-void SetCopyValid(bool valid) {
+struct Choice {
+    uint32_t number;
+    bool copied;
+};
+
+// In one step: what is the last file and what is the current one must not come from two starts.
+Choice Choose(const char* path) {
     CurrentFile& current = Immortal<CurrentFile>();
     LockGuard guard(current.lock);
-    current.copy_valid = valid;
+    if (!IsSameFileAsLast(path)) Set(current, path);
+    return {current.choice, current.copy_valid};
+}
+
+// A copy that was made for this choice. Another thread may have chosen another file, or thrown the copy away.
+void KeepCopy(const Choice& choice) {
+    CurrentFile& current = Immortal<CurrentFile>();
+    LockGuard guard(current.lock);
+    if (current.choice == choice.number) current.copy_valid = true;
 }
 
 bool IsPlaying() {
@@ -56,21 +80,21 @@ bool IsCopyValid() {
 }
 
 void ForgetPlaybackCopy() {
-    SetCopyValid(false);
+    CurrentFile& current = Immortal<CurrentFile>();
+    LockGuard guard(current.lock);
+    ForgetCopyOf(current);
 }
 
 // The copy of an unchanged file is played again; played as it is, the file leaves its copy good for later.
 uint16_t PlayWave(const char* path, const char* mix_path, StartOptions options, bool convert) {
     if (IsEmpty(path)) return TOLVANE_NO_PATH;
-    const bool same = IsSameFileAsLast(path) != 0;
-    if (!same) SetCurrentFile(path);
-    const bool copied = same && IsCopyValid();
+    const Choice choice = Choose(path);
     options.direct = !convert;
-    options.from_copy = copied && convert;
+    options.from_copy = choice.copied && convert;
     bool made_copy = false;
     uint16_t result = StartWavePlayback(path, mix_path, options, &made_copy);
     if (result != TOLVANE_OK) SetCurrentFile("");
-    if (made_copy) SetCopyValid(result == TOLVANE_OK);
+    if (made_copy && result == TOLVANE_OK) KeepCopy(choice);
     return result;
 }
 

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <functional>
+#include <utility>
 #include <vector>
 
 #include "convert/registered_codec.h"
@@ -23,14 +25,15 @@ inline Bytes Flipped(Bytes bytes) {
 }
 
 struct FlipCodec {
-    uint32_t block = 1;         // takes whole blocks only, but for the end
-    bool hoards = false;        // takes everything and gives it at the end
-    bool stuck = false;         // takes and gives nothing
-    bool sizeless = false;      // cannot tell how large its output gets
-    int fails_at = 0;           // this call, counted from 1, is an error
-    bool suggests = true;       // knows a format for every source
-    std::atomic<int> opened{};  // streams so far
-    std::atomic<int> calls{};   // conversions so far
+    uint32_t block = 1;                     // takes whole blocks only, but for the end
+    bool hoards = false;                    // takes everything and gives it at the end
+    bool stuck = false;                     // takes and gives nothing
+    bool sizeless = false;                  // cannot tell how large its output gets
+    int fails_at = 0;                       // this call, counted from 1, is an error
+    bool suggests = true;                   // knows a format for every source
+    std::function<void()> at_work = [] {};  // happens once, within the next conversion
+    std::atomic<int> opened{};              // streams so far
+    std::atomic<int> calls{};               // conversions so far
 };
 
 struct FlipStream {
@@ -40,6 +43,7 @@ struct FlipStream {
     uint32_t Convert(const uint8_t* source, uint32_t size, uint32_t* used, uint8_t* target, uint32_t room,
                      uint32_t* produced, bool end) {
         *used = *produced = 0;
+        std::exchange(codec.at_work, [] {})();
         if (++codec.calls == codec.fails_at) return 1;
         if (codec.stuck) return 0;
         *used = std::min(end ? size : size - size % codec.block, codec.hoards ? size : room);

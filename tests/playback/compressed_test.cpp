@@ -61,6 +61,29 @@ TEST_F(PlaybackCopy, IsMadeOnceAndAgainAfterAChange) {
     EXPECT_EQ(PlayWhole(), 1) << "a failed start forgets the copy";
 }
 
+// What another thread of the host may do while the copy is made: the copy then serves nobody later.
+TEST_F(PlaybackCopy, IsNotTakenForThatOfAnotherFile) {
+    const Bytes sound = sound_, other_sound = Pattern(25000, 3);
+    const std::string path = path_,
+                      other = folder_.Write("other.wav", WaveFile(kFlipFormat, Flipped(other_sound)));
+    const std::function<void()> interruptions[] = {
+        [&] { EXPECT_EQ(AudioPlayWave(other.c_str(), 0, 0, 0, 1, 0), TOLVANE_ALREADY_PLAYING); },
+        [&] { EXPECT_EQ(AudioLoadFile(other.c_str()), TOLVANE_ALREADY_PLAYING); }};
+    for (const auto& interruption : interruptions) {
+        codec_.at_work = interruption;
+        EXPECT_EQ(PlayWhole(), 1);
+        path_ = other;
+        sound_ = other_sound;
+        EXPECT_EQ(PlayWhole(), 1);
+        path_ = path;
+        sound_ = sound;
+    }
+    codec_.at_work = [&] { EXPECT_EQ(SetTempPath(folder_.MakeFolder("temp").c_str()), 0u); };
+    EXPECT_EQ(Play(), TOLVANE_CANNOT_OPEN);
+    EXPECT_THAT(NamesIn(folder_.Path("temp")), testing::SizeIs(5)) << "the copy that was made is gone";
+    EXPECT_EQ(PlayWhole(), 1);
+}
+
 TEST_F(PlaybackCopy, IsPlayedLikeAnyFile) {
     ASSERT_EQ(Play(10000, 25000), TOLVANE_OK);
     EXPECT_EQ(AudioPlayWave(path_.c_str(), 0, 0, 0, 1, 0), TOLVANE_ALREADY_PLAYING);
