@@ -1,6 +1,11 @@
 // Converting files as a host does, with a codec of the test's own: layout of the result, every code, the ways a codec
 // can misbehave, and what is left behind when a service fails.
+#include <filesystem>
 #include <iostream>
+#include <memory>
+#include <utility>
+
+#include <platform.h>
 
 #include "convert/converting.h"
 #include "support/faults.h"
@@ -137,6 +142,160 @@ TEST_F(Converting, EveryCodeOfTheCodec) {
     driver_.reset();
     GetNumberOfCodec();
     EXPECT_EQ(Convert(source), TOLVANE_NO_CODEC) << "an empty catalogue";
+}
+
+TEST_F(Converting, EveryCodeOfTheSystem) {
+    struct Fault {
+        const char* service;
+        uint32_t nth;
+        uint32_t code;
+    };
+    const auto each = [this](std::initializer_list<Fault> faults, const Bytes& file,
+                             const std::function<uint32_t(const std::string&)>& convert) {
+        for (const Fault& fault : faults) {
+            const std::string source = folder_.Write("in.wav", file);
+            const FaultScope scope(fault.service, fault.nth);
+            EXPECT_EQ(convert(source), fault.code) << fault.service << " " << fault.nth;
+            ExpectNothingLeft();
+        }
+    };
+    each({{"GetFullPathNameA", 1, 407}, {"GetFullPathNameA", 2, 408}, {"acmMetrics", 1, 403},
+          {"acmDriverOpen", 1, 404},    {"mmioOpenA", 1, 407},        {"acmMetrics", 2, 401},
+          {"GlobalAlloc", 1, 430},      {"GlobalAlloc", 2, 402},      {"GlobalAlloc", 3, 412},
+          {"GlobalAlloc", 4, 413},      {"acmFormatSuggest", 1, 405}, {"acmStreamOpen", 1, 406},
+          {"GetTempFileNameA", 1, 408}, {"mmioOpenA", 2, 408},        {"mmioCreateChunk", 1, 415},
+          {"mmioCreateChunk", 2, 416},  {"mmioWrite", 1, 417},        {"mmioAscend", 1, 418},
+          {"mmioCreateChunk", 3, 419},  {"mmioWrite", 2, 420},        {"mmioAscend", 2, 421},
+          {"mmioCreateChunk", 4, 422},  {"acmStreamSize", 1, 411},    {"acmStreamPrepareHeader", 1, 414},
+          {"acmStreamConvert", 1, 424}, {"mmioWrite", 3, 425},        {"mmioAscend", 3, 426},
+          {"mmioAscend", 4, 427},       {"mmioClose", 1, 427},        {"MoveFileExA", 1, 408}},
+         WaveFile(kFlipPcm, sound_), [this](const std::string& source) { return Convert(source); });
+    each({{"GlobalAlloc", 3, 402}}, WaveFile(kFlipPcm, sound_),
+         [this](const std::string& source) { return Convert(source, 1); });
+    const auto to_pcm = [this](const std::string& source) { return ToPcm(source); };
+    each({{"GetFullPathNameA", 1, 358},
+          {"mmioOpenA", 1, 350},
+          {"GlobalAlloc", 1, 357},
+          {"GetTempPathA", 1, 358},
+          {"mmioOpenA", 2, 358},
+          {"mmioAscend", 1, 367},
+          {"mmioCreateChunk", 1, 363},
+          {"mmioCreateChunk", 2, 364},
+          {"acmMetrics", 1, 405},
+          {"GlobalAlloc", 2, 357},
+          {"acmFormatSuggest", 1, 405},
+          {"mmioWrite", 1, 366},
+          {"mmioAscend", 2, 367},
+          {"acmStreamOpen", 1, 406},
+          {"mmioCreateChunk", 3, 365},
+          {"GlobalAlloc", 3, 357},
+          {"acmStreamSize", 1, 354},
+          {"GlobalAlloc", 4, 357},
+          {"acmStreamPrepareHeader", 1, 369},
+          {"acmStreamConvert", 1, 424},
+          {"mmioWrite", 2, 425},
+          {"mmioAscend", 3, 426},
+          {"mmioAscend", 4, 427},
+          {"CopyFileA", 1, 358},
+          {"MoveFileExA", 1, 358}},
+         WaveFile(kFlipFormat, Flipped(sound_)), to_pcm);
+    // What comes first where two things are wrong: the output, the sound, the form, the suggestion, the stream and
+    // the sound's chunk, of a PCM source the other way round.
+    const Bytes silent = Riff(Chunk("fmt ", FormatRecord(kFlipFormat)));
+    each({{"mmioOpenA", 2, 358}, {"mmioCreateChunk", 1, 467}}, silent, to_pcm);
+    each({{"mmioCreateChunk", 3, 406}}, WaveFile({8000, 1, 8, 0x99}, sound_), to_pcm);
+    each({{"mmioCreateChunk", 3, 365}, {"acmStreamOpen", 9, 406}}, WaveFile({8000, 2, 8, 1}, sound_), to_pcm);
+    codec_.suggests = false;
+    each({{"mmioCreateChunk", 2, 364}, {"mmioWrite", 1, 405}}, WaveFile(kFlipFormat, sound_), to_pcm);
+}
+
+// Of the codec's formats the user takes the first; or none; or nobody can be asked.
+TEST_F(Converting, AsksForTheFormatOfANamedTag) {
+    struct Case {
+        int32_t answer;
+        const char* fault;
+        Format source;
+        uint16_t code;
+        int asked;
+    };
+    static int answer, asked;
+    PlatformSetFormatChooser(
+        [](void*, const char* tag, const char* const* formats, uint32_t, uint32_t) {
+            EXPECT_STREQ(tag, "Flip");
+            EXPECT_STREQ(formats[0], "8000 Hz, Mono, 16 Bit");
+            return ++asked, answer;
+        },
+        nullptr);
+    for (const Case& one :
+         {Case{0, "", {8000, 1, 16, 1}, TOLVANE_OK, 1}, Case{0, "", {11025, 1, 8, 1}, TOLVANE_NO_STREAM, 1},
+          Case{-1, "", {11025, 1, 8, 1}, TOLVANE_OK, 1}, Case{-1, "", {8000, 1, 16, 1}, TOLVANE_NO_STREAM, 1},
+          Case{0, "acmFormatChooseA", {22050, 2, 8, 1}, TOLVANE_OK, 0},
+          Case{0, "GetUserObjectInformationA", {22050, 2, 8, 1}, TOLVANE_OK, 0}}) {
+        SCOPED_TRACE(testing::Message() << one.answer << one.fault << " " << one.source.rate);
+        answer = one.answer;
+        asked = 0;
+        const std::string source = Source(sound_, one.source);
+        const FaultScope fault(one.fault, 1);
+        EXPECT_EQ(Convert(source, 1), one.code);
+        EXPECT_EQ(asked, one.asked);
+        if (one.code != TOLVANE_OK) continue;
+        Format format = one.source;
+        format.tag = kFlipTag;
+        EXPECT_EQ(ReadAll(target_), Expected(format, 40, 200001, Flipped(sound_)));
+    }
+    PlatformSetFormatChooser(nullptr, nullptr);
+}
+
+TEST_F(Converting, IntoWhatStandsThere) {
+    namespace fs = std::filesystem;
+    const Bytes file = WaveFile(kFlipPcm, sound_), fresh = Expected(kFlipFormat, 40, 200001, Flipped(sound_));
+    const std::string source = Source(sound_), behind = folder_.Write("behind.wav", Pattern(9));
+    fs::permissions(source, fs::perms::owner_read | fs::perms::group_read);
+    for (const bool there : {false, true}) {  // to be copied, and written over again
+        EXPECT_EQ(ToPcm(source), uint32_t{TOLVANE_OK}) << there;
+        EXPECT_EQ(ReadAll(target_), file);
+        EXPECT_NE(fs::status(target_).permissions() & fs::perms::owner_write, fs::perms::none) << there;
+    }
+    fs::permissions(behind, fs::perms(0640));
+    fs::remove(target_);
+    fs::create_symlink("behind.wav", target_);
+    ASSERT_EQ(Convert(source), TOLVANE_OK);
+    EXPECT_TRUE(fs::is_symlink(target_));
+    EXPECT_EQ(ReadAll(behind), fresh);
+    EXPECT_EQ(fs::status(behind).permissions(), fs::perms(0640));
+    fs::remove(behind);
+    ASSERT_EQ(Convert(source), TOLVANE_OK);
+    EXPECT_FALSE(fs::is_symlink(target_)) << "it led nowhere";
+    EXPECT_EQ(ReadAll(target_), fresh);
+    FaultScope fault("ReplaceFileA", 1);
+    EXPECT_EQ(ToPcm(source), uint32_t{TOLVANE_OK}) << "moved where it cannot be exchanged";
+    EXPECT_EQ(ReadAll(target_), file);
+    for (const char* bad : {"", "/dev/null"}) {
+        EXPECT_EQ(AudioConvert(0, kNoTag, source.c_str(), bad, nullptr, 0, nullptr, 1),
+                  TOLVANE_TARGET_NOT_CREATED);
+        EXPECT_EQ(ACMAudioConvertFormatPCM(source.c_str(), bad, &kPcmTarget), uint32_t{358});
+    }
+    EXPECT_THAT(folder_.Names(), testing::ElementsAre("in.wav", "out.wav"));
+}
+
+TEST_F(Converting, TellsTheDebuggerAndTakesPcmAlone) {
+    std::string heard;
+    PlatformSetDebugHook([](const char* text, void* to) { *static_cast<std::string*>(to) += text; }, &heard);
+    const std::string source = folder_.Write("in.wav", WaveFile(kFlipFormat, Flipped(sound_)));
+    codec_.fails_at = 2;
+    EXPECT_EQ(ToPcm(source), uint32_t{TOLVANE_NOT_CONVERTED});
+    EXPECT_EQ(std::exchange(heard, ""), "Total File Size: 200001\n");
+    EXPECT_EQ(ToPcm(source), uint32_t{TOLVANE_OK});
+    EXPECT_EQ(heard, "Total File Size: 200001\n200001 bytes written in all200001 bytes read from file\n");
+    PlatformSetDebugHook(nullptr, nullptr);
+    const auto guarded = std::make_unique<WAVEFORMATEX>(kPcmTarget);  // nothing lies behind it
+    guarded->cbSize = 65535;
+    EXPECT_EQ(ToPcm(source, *guarded), uint32_t{TOLVANE_OK});
+    EXPECT_EQ(Part(ReadAll(target_), 20, 38), FormatRecord(kFlipPcm) + Little(0, 2));
+    guarded->wFormatTag = kFlipTag;
+    EXPECT_EQ(ToPcm(source, *guarded), uint32_t{TOLVANE_NO_STREAM});
+    EXPECT_EQ(ACMAudioConvertFormatPCM(source.c_str(), target_.c_str(), nullptr),
+              uint32_t{TOLVANE_NO_STREAM});
 }
 
 TEST_F(Converting, IntoPcmInOneStepTwoOrNone) {

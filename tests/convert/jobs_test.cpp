@@ -1,6 +1,8 @@
 // Conversions in the background: watching them, stopping them at any moment, closing their handles.
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <filesystem>
 #include <iostream>
 #include <random>
 #include <thread>
@@ -80,6 +82,31 @@ TEST_F(ConversionJobs, MayEndAtOnce) {
     EXPECT_EQ(job, nullptr) << "no worker that could lose its code";
 }
 
+// Relative names are those of the moment of the call, however far the job has come when the folder changes.
+TEST_F(ConversionJobs, KeepTheirFolder) {
+    namespace fs = std::filesystem;
+    const fs::path before = fs::current_path();
+    Source(sound_);
+    const std::string deep = folder_.MakeFolder(std::string(150, 'd'));
+    fs::current_path(folder_.Path());
+    codec_.at_work = [&] { fs::current_path(deep); };
+    ConvertJob* job = nullptr;
+    EXPECT_EQ(AudioConvert(0, kNoTag, "in.wav", "flip.wav", nullptr, 0, &job, 0), TOLVANE_OK);
+    EXPECT_EQ(Await(job), TOLVANE_OK);
+    EXPECT_EQ(ReadAll(folder_.Path("flip.wav")), Expected(kFlipFormat, 40, 200001, Flipped(sound_)));
+    codec_.at_work = [&] { fs::current_path("/"); };
+    PcmConversion* conversion = ACMBeginConvertPCMEx("../flip.wav", ".././out.wav", &kPcmTarget);
+    EXPECT_EQ(Await(conversion), uint32_t{TOLVANE_CONVERSION_DONE});
+    AbortACMConversion(conversion);
+    EXPECT_EQ(Part(ReadAll(target_), 46, 46 + sound_.size()), sound_);
+    fs::current_path(deep);
+    const std::string name(150, 'n');  // itself short enough, not so with its folder
+    EXPECT_EQ(AudioConvert(0, kNoTag, name.c_str(), "x", nullptr, 0, &job, 0), TOLVANE_SOURCE_NOT_OPENED);
+    EXPECT_EQ(AudioConvert(0, kNoTag, "x", name.c_str(), nullptr, 0, &job, 0), TOLVANE_TARGET_NOT_CREATED);
+    EXPECT_EQ(ACMBeginConvertPCMEx("x", name.c_str(), &kPcmTarget), nullptr);
+    fs::current_path(before);
+}
+
 TEST_F(ConversionJobs, EndWithTheirCode) {
     const std::string source = Source(sound_);
     ConvertJob* job = Start(source, kNoTag, 5);
@@ -105,6 +132,10 @@ TEST_F(ConversionJobs, HandlesThatAreNone) {
         EXPECT_EQ(AudioConvertGetReasonForProcessExit(job), 0);
     }
     EXPECT_EQ(other, std::vector<uint32_t>(200, 589));
+    std::vector<uint32_t> record(588 / 4, 250);
+    record[0] = 588;
+    EXPECT_EQ(AudioConvertGetProcessProgress(reinterpret_cast<ConvertJob*>(record.data())), 100u);
+    EXPECT_EQ(std::count(record.begin(), record.end(), 100u), 1) << "lowered in the record";
     ConvertJob* none = nullptr;
     EXPECT_EQ(AudioConvertCloseHandle(&none), 0);
     EXPECT_EQ(AudioConvertCloseHandle(nullptr), 0);
