@@ -31,10 +31,11 @@ WorkFile::~WorkFile() {
     if (!path_.empty()) DeleteFileA(path_.c_str());
 }
 
+// A replacement keeps the old file's rights; not every file system can do it.
 bool WorkFile::PutInPlace(const std::string& target, bool replace) {
-    const bool done = replace && Exists(target)
-                          ? ReplaceFileA(target.c_str(), path_.c_str(), nullptr, 0, nullptr, nullptr)
-                          : MoveFileExA(path_.c_str(), target.c_str(), 0);
+    const bool done = (replace && Exists(target) &&
+                       ReplaceFileA(target.c_str(), path_.c_str(), nullptr, 0, nullptr, nullptr)) ||
+                      MoveFileExA(path_.c_str(), target.c_str(), replace ? MOVEFILE_REPLACE_EXISTING : 0);
     if (done) path_.clear();
     return done;
 }
