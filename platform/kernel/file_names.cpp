@@ -149,7 +149,15 @@ BOOL Answer(DWORD error) {
     return error == ERROR_SUCCESS ? TRUE : Fail(error);
 }
 
-// Takes "." and ".." and doubled slashes out of an absolute name, in place.
+// Whether ".." behind this name may lead elsewhere than to the folder that the name is in.
+bool LeadsAway(const char* name) {
+    const size_t length = std::strlen(name);
+    struct stat status;
+    return (length >= 3 && std::strcmp(name + length - 3, "/..") == 0) ||
+           (lstat(name, &status) == 0 && S_ISLNK(status.st_mode));
+}
+
+// Takes "." and ".." and doubled slashes out of an absolute name, in place; the name means what it meant.
 void Simplify(char* name) {
     char* out = name;
     for (const char* in = name; *in;) {
@@ -157,7 +165,9 @@ void Simplify(char* name) {
             ++in;
         const char* end = strchrnul(in, '/');
         const auto length = static_cast<size_t>(end - in);
-        if (length == 2 && in[0] == '.' && in[1] == '.') {
+        const bool up = length == 2 && in[0] == '.' && in[1] == '.';
+        if (up) *out = 0;
+        if (up && !LeadsAway(name)) {
             while (out > name && *--out != '/') {
             }
         } else if (length && !(length == 1 && in[0] == '.')) {

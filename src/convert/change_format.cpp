@@ -21,28 +21,6 @@ struct ChangeParameters {
 };
 static_assert(sizeof(ChangeParameters) == 532);
 
-// A file that a pass writes before it takes the place of what it read; it goes afterwards.
-class ScratchWave {
-  public:
-    bool Make() {
-        char folder[kPathSize];
-        CopyTempFolder(folder);
-        if (!*folder || !GetTempFileNameA(folder, "VMX", 0, path_)) *path_ = 0;
-        return *path_ != 0;
-    }
-    const char* Path() const { return path_; }
-
-    ScratchWave() = default;
-    ScratchWave(const ScratchWave&) = delete;
-    ScratchWave& operator=(const ScratchWave&) = delete;
-    ~ScratchWave() {
-        if (*path_) DeleteFileA(path_);
-    }
-
-  private:
-    char path_[kPathSize] = "";
-};
-
 struct Changes {
     bool rate, channels, size;
     uint32_t Count() const { return uint32_t{rate} + uint32_t{channels} + uint32_t{size}; }
@@ -78,8 +56,8 @@ using Pass = uint16_t (*)(const char* input, const char* output, const PcmShape&
 
 // Changes the target through a scratch file.
 uint16_t ChangeTarget(const char* target, Pass pass, const PcmShape& wanted, PassProgress* progress) {
-    ScratchWave scratch;
-    if (!scratch.Make()) return TOLVANE_OUTPUT_NOT_WRITTEN;
+    const TempFile scratch = TempFile::InLibraryFolder();
+    if (!scratch) return TOLVANE_OUTPUT_NOT_WRITTEN;
     const uint16_t result = pass(target, scratch.Path(), wanted, *progress);
     progress->base += progress->share;
     return result == TOLVANE_OK ? CopyOver(scratch.Path(), target) : result;

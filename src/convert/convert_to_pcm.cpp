@@ -203,25 +203,13 @@ TolvaneResult RunSecondPass(const char* source, Replacement& replacement, const 
     return result == TOLVANE_OK ? placed : result;
 }
 
-// A file of the system's temp folder, for the time of a conversion.
-struct TempFile {
-    char path[kPathSize];
-    bool made = MakeTempName(path);
-    TempFile() = default;
-    TempFile(const TempFile&) = delete;
-    TempFile& operator=(const TempFile&) = delete;
-    ~TempFile() {
-        if (made) DeleteFileA(path);
-    }
-};
-
 TolvaneResult RunBothPasses(PcmInput input, Replacement& replacement, const WAVEFORMATEX& format,
                             const JobControl* job) {
-    TempFile scratch;
-    if (!scratch.made) return TOLVANE_OUTPUT_NOT_WRITTEN;
-    const TolvaneResult result = Pass(input, job, !job).Run(scratch.path, nullptr);
+    const TempFile scratch = TempFile::InSystemFolder();
+    if (!scratch) return TOLVANE_OUTPUT_NOT_WRITTEN;
+    const TolvaneResult result = Pass(input, job, !job).Run(scratch.Path(), nullptr);
     input = PcmInput();  // it may be the target
-    return result == TOLVANE_OK ? RunSecondPass(scratch.path, replacement, format) : result;
+    return result == TOLVANE_OK ? RunSecondPass(scratch.Path(), replacement, format) : result;
 }
 
 // The sound has the right format already; a file needs no copy of itself.

@@ -119,10 +119,24 @@ void CopyScratchName(ScratchFile file, char (&name)[kPathSize]) {
     CopyText(name, kPathSize, NameOf(Files(), file));
 }
 
-bool MakeTempName(char (&name)[kPathSize]) {
+TempFile::TempFile(const char* folder, const char* prefix) {
+    MakeUniqueFile(folder, prefix, path_);
+}
+
+TempFile::~TempFile() {
+    if (*path_) DeleteFileA(path_);
+}
+
+TempFile TempFile::InSystemFolder() {
     char folder[kPathSize];
     SystemTempFolder(folder);
-    return MakeUniqueFile(folder, "kora", name);
+    return TempFile(folder, "kora");
+}
+
+TempFile TempFile::InLibraryFolder() {
+    char folder[kPathSize];
+    CopyTempFolder(folder);
+    return TempFile(folder, "VMX");
 }
 
 }  // namespace tolvane

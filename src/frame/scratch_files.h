@@ -46,8 +46,21 @@ class ScratchLease {
     char names_[kScratchFileCount][kPathSize];
 };
 
-// Makes a new empty file in the system's temp folder (not the library's); false, and an empty name, when it
-// cannot.
-bool MakeTempName(char (&name)[kPathSize]);
+// A new empty file for the time of an operation; false where it could not be made.
+class TempFile {
+  public:
+    static TempFile InSystemFolder();
+    static TempFile InLibraryFolder();  // that of SetTempPath
+    ~TempFile();
+    TempFile(const TempFile&) = delete;
+    TempFile& operator=(const TempFile&) = delete;
+    const char* Path() const { return path_; }
+    explicit operator bool() const { return *path_ != 0; }
+
+  private:
+    TempFile(const char* folder, const char* prefix);
+
+    char path_[kPathSize];
+};
 
 }  // namespace tolvane

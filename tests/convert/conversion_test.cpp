@@ -256,7 +256,7 @@ TEST_F(Converting, IntoWhatStandsThere) {
         EXPECT_EQ(ReadAll(target_), file);
         EXPECT_NE(fs::status(target_).permissions() & fs::perms::owner_write, fs::perms::none) << there;
     }
-    fs::permissions(behind, fs::perms(0640));
+    fs::permissions(behind, fs::perms(06640));  // of which the first two bits are no rights
     fs::remove(target_);
     fs::create_symlink("behind.wav", target_);
     ASSERT_EQ(Convert(source), TOLVANE_OK);

@@ -272,6 +272,15 @@ TEST(FileNames, FoldersAndFullNames) {
     EXPECT_STREQ(last, "d");
     EXPECT_EQ(GetFullPathNameA("/../..", MAX_PATH, full, &last), 1u);
     EXPECT_EQ(last, nullptr);
+    const std::string link = folder + "/link";
+    ASSERT_TRUE(CreateDirectoryA(folder.c_str(), nullptr));
+    std::filesystem::create_symlink("/usr/lib", link);
+    for (const std::string& name : {link + "/../x", link + "/.././../x"}) {
+        ASSERT_GT(GetFullPathNameA(name.c_str(), MAX_PATH, full, nullptr), 0u);
+        EXPECT_EQ(std::filesystem::weakly_canonical(full), std::filesystem::weakly_canonical(name));
+        EXPECT_EQ(std::string(full).find("/./"), std::string::npos) << full;
+    }
+    std::filesystem::remove_all(folder);
     EXPECT_EQ(GetFullPathNameA("/abc", 4, full, nullptr), 5u) << "room needed, with the zero";
     EXPECT_EQ(GetFullPathNameA("x", MAX_PATH, full, nullptr),
               std::filesystem::current_path().string().size() + 2);

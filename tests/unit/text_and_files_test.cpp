@@ -48,22 +48,24 @@ TEST(Paths, AreUsableUpToTheirLimit) {
     EXPECT_EQ(std::string(cut, 4), std::string("lo\0#", 4));
 }
 
-TEST(MakeTempName, MakesAnotherEmptyFileEachTime) {
-    char first[kPathSize], second[kPathSize];
-    ASSERT_TRUE(MakeTempName(first));
-    ASSERT_TRUE(MakeTempName(second));
-    EXPECT_STRNE(first, second);
-    for (const char* name : {first, second}) {
-        EXPECT_EQ(fs::file_size(name), 0u);
-        EXPECT_TRUE(fs::exists(fs::temp_directory_path() / fs::path(name).filename()));
-        EXPECT_THAT(fs::path(name).filename().string().substr(0, 3), ::testing::AnyOf("kor", "KOR"));
-        fs::remove(name);
+TEST(TempFile, IsAnotherEmptyFileEachTimeAndGoes) {
+    std::string gone;
+    {
+        const TempFile first = TempFile::InSystemFolder(), second = TempFile::InSystemFolder();
+        ASSERT_TRUE(first && second);
+        EXPECT_STRNE(first.Path(), second.Path());
+        for (const char* name : {first.Path(), second.Path()}) {
+            EXPECT_EQ(fs::file_size(name), 0u);
+            EXPECT_TRUE(fs::exists(fs::temp_directory_path() / fs::path(name).filename()));
+            EXPECT_THAT(fs::path(name).filename().string().substr(0, 3), ::testing::AnyOf("kor", "KOR"));
+        }
+        gone = first.Path();
     }
+    EXPECT_FALSE(fs::exists(gone));
     if (!test::FaultsAvailable()) return;
     for (const char* service : {"GetTempPathA", "GetTempFileNameA"}) {
         test::FaultScope fault(service, 1);
-        EXPECT_FALSE(MakeTempName(first)) << service;
-        EXPECT_STREQ(first, "");
+        EXPECT_STREQ(TempFile::InSystemFolder().Path(), "") << service;
     }
 }
 
