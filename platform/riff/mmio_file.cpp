@@ -82,8 +82,10 @@ LONG MmioFile::Read(void* bytes, LONG size) {
     return done;
 }
 
+// As much as ends on a multiple of the buffer's size.
 LONG MmioFile::WriteDirectly(const char* bytes, LONG size) {
-    return Empty() ? WriteAt(fd_.get(), bytes, size, position_) : 0;
+    const auto rest = capacity_ ? static_cast<LONG>((position_ + size) % capacity_) : 0;
+    return Empty() ? WriteAt(fd_.get(), bytes, size - rest, position_) : 0;
 }
 
 // Bytes not yet written stand in one piece: what neither goes on in it nor lies inside it begins the buffer
