@@ -256,6 +256,13 @@ class ConvertStopped(Converting):
             codes.add(process.returncode)
         self.assertIn(130, codes)
 
+    def stop_at_work(self, process, folder):
+        """Ctrl-C once a file of the work lies in the folder."""
+        deadline = time.monotonic() + 30
+        while not any(name.startswith(("tv", "VMN")) for name in os.listdir(folder)):
+            self.assertLess(time.monotonic(), deadline)
+        process.send_signal(signal.SIGINT)
+
     def test_at_any_moment(self):
         source = self.long_wave(60)
         law = self.folder / "law.wav"
@@ -269,8 +276,7 @@ class ConvertStopped(Converting):
         source = self.long_wave(60)
         process = subprocess.Popen(command("convert", source, self.target, "--codec", "mp3"), env=self.env,
                                    stdout=subprocess.PIPE)
-        time.sleep(0.5)
-        process.send_signal(signal.SIGINT)
+        self.stop_at_work(process, self.folder)
         self.assertEqual((process.communicate(timeout=5)[0], process.returncode),
                          (b"Stopped; nothing was written.\n", 130))
         self.assert_nothing_else(source)
@@ -279,8 +285,7 @@ class ConvertStopped(Converting):
         source, song = self.long_wave(150), self.folder / "song.wav"
         self.assert_result(self.tolvane("convert", source, song, "--codec", "mp3"), 0)
         process = subprocess.Popen(command("play", song, "--card", "virtual", "--quiet"), env=self.env)
-        time.sleep(0.15)
-        process.send_signal(signal.SIGINT)
+        self.stop_at_work(process, self.scratch)
         self.assertEqual(process.wait(5), 130)
         self.assert_nothing_else(source, song)
 
@@ -327,10 +332,10 @@ class ConvertScreen(Converting):
             self.assertEqual(terminal.output == b"", "--quiet" in arguments)
 
     def test_progress(self):
-        source = self.long_wave(150)
-        for columns in (80, 40, 12):
+        for columns, seconds in ((80, 240), (40, 100), (12, 100)):
+            source = self.long_wave(seconds)
             terminal = self.terminal("convert", source, self.target, "--codec", "mp3", "-y", columns=columns)
-            self.assertEqual(terminal.wait(60), 0)
+            self.assertEqual(terminal.wait(150), 0)
             lines = [line for line in re.split("[\r\n]", ESCAPES.sub("", terminal.output.decode()))
                      if line.startswith("Conv") and "%" in line or columns == 12 and line.startswith("Conv")]
             self.assertGreater(len(lines), 5)
