@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "edit_step.h"
 #include "sound_format.h"
 #include "time_text.h"
 
@@ -53,12 +54,26 @@ struct ReformatRequest {
     uint16_t bits = 0, channels = 0;
 };
 
+// One edit; what the kind has no use for is ignored.
+struct EditRequest {
+    EditKind kind = EditKind::kCut;
+    std::string file;
+    Place start = kBeginning, end = kEnd;  // where something is inserted, `start` alone
+    std::string other;                     // receives what is cut or copied, is pasted
+    std::string target;                    // empty: the file itself
+    uint32_t channels = kAllChannels;
+    uint16_t level = 100;  // hundredths of a percent
+    Moment length;
+    bool yes = false, quiet = false;
+};
+
 int RunInfo(const std::vector<std::string>& files);
 int RunDevices(const CardRequest& card);
 int RunCodecs();
 int RunPlay(const PlayRequest& request);
 int RunConvert(const ConvertRequest& request);
 int RunReformat(const ReformatRequest& request);
+int RunEdit(const EditRequest& request);
 
 }  // namespace tolvane::host
 

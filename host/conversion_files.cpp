@@ -43,12 +43,12 @@ bool ConcernsTarget(uint16_t code) {
            (code >= TOLVANE_TARGET_NOT_WRITTEN && code <= TOLVANE_TARGET_FORM_OPEN);
 }
 
-int ReportExisting(const ConversionFiles& files) {
-    if (!files.yes)
-        return ReportFailure(kCannotWrite, files.target, "It exists already.",
+int CheckExisting(const std::string& path, bool replace) {
+    if (!replace)
+        return ReportFailure(kCannotWrite, path, "It exists already.",
                              "Name another file, or replace it with -y.");
-    if (Open(files.target, "r+b")) return kExitDone;
-    return ReportFailure(kCannotWrite, files.target, fmt::format("{}.", std::strerror(errno)),
+    if (Open(path, "r+b")) return kExitDone;
+    return ReportFailure(kCannotWrite, path, fmt::format("{}.", std::strerror(errno)),
                          "Name a file that may be replaced.");
 }
 
@@ -63,21 +63,25 @@ int CheckSource(const std::string& path, SoundFormat& sound) {
     return sound.Bytes() > 0 ? kExitDone : ReportFileFailure(kCannot, path, TOLVANE_EMPTY_DATA);
 }
 
-int CheckTarget(const ConversionFiles& files) {
+int CheckNewFile(const std::string& path, bool replace) {
     std::error_code ignored;
-    const std::string& target = files.target;
-    const std::string folder = FolderOf(target);
-    if (target.size() > TOLVANE_MAX_PATH)
-        return ReportFailure(kCannotWrite, target,
+    const std::string folder = FolderOf(path);
+    if (path.size() > TOLVANE_MAX_PATH)
+        return ReportFailure(kCannotWrite, path,
                              fmt::format("The path has more than {} characters.", int{TOLVANE_MAX_PATH}),
                              "Use a shorter path.");
-    if (fs::is_directory(target, ignored))
-        return ReportFailure(kCannotWrite, target, "It is a folder.", "Name a wave file inside it.");
+    if (fs::is_directory(path, ignored))
+        return ReportFailure(kCannotWrite, path, "It is a folder.", "Name a file inside it.");
     if (!folder.empty() && !fs::is_directory(folder, ignored))
-        return ReportFailure(kCannotWrite, target, "Its folder does not exist.", "Make the folder first.");
-    if (fs::equivalent(files.source, target, ignored))
-        return ReportFailure(kCannotWrite, target, "It is the file to convert.", "Name another file.");
-    return fs::exists(target, ignored) ? ReportExisting(files) : kExitDone;
+        return ReportFailure(kCannotWrite, path, "Its folder does not exist.", "Make the folder first.");
+    return fs::exists(path, ignored) ? CheckExisting(path, replace) : kExitDone;
+}
+
+int CheckTarget(const ConversionFiles& files) {
+    std::error_code ignored;
+    if (fs::equivalent(files.source, files.target, ignored))
+        return ReportFailure(kCannotWrite, files.target, "It is the file to convert.", "Name another file.");
+    return CheckNewFile(files.target, files.yes);
 }
 
 int ReportConversionEnd(const ConversionFiles& files, uint16_t code, std::string_view advice) {

@@ -14,6 +14,7 @@ namespace tolvane::host {
 // Each returns kExitDone, or a failure that has been reported.
 int CheckSource(const std::string& path, SoundFormat& sound);
 int CheckTarget(const ConversionFiles& files);
+int CheckNewFile(const std::string& path, bool replace);
 
 // Says why a conversion ended with `code` and on which of its files, with another `advice` than usual where one is
 // given; of one that the user cancelled, that there is nothing of it.

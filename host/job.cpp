@@ -33,8 +33,6 @@ ConversionJob::ConversionJob(const CodecTag& codec, const std::string& source, c
         AudioConvert(codec.codec, codec.index, source.c_str(), target.c_str(), &format, 0, &job_, 0));
 }
 
-ChangeJob::ChangeJob(const std::string& source, const std::string& target, const PcmShape& wanted)
-    : refused_(WhyRefused(AudioChangeFormat(source.c_str(), target.c_str(), wanted.rate, wanted.bits,
-                                            wanted.channels, &job_, 0))) {}
+EditingJob::EditingJob(const Start& start) : refused_(WhyRefused(start(&job_))) {}
 
 }  // namespace tolvane::host

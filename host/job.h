@@ -4,6 +4,7 @@
 
 #include <tolvane.h>
 
+#include <functional>
 #include <string>
 
 #include "codec_names.h"
@@ -40,13 +41,15 @@ class ConversionJob final : public Job {
     uint16_t refused_;
 };
 
-// A change of rate, bits or channels by the library itself.
-class ChangeJob final : public Job {
+// An edit or a change of format by the library itself: `start` begins it and receives the handle's place.
+class EditingJob final : public Job {
   public:
-    ChangeJob(const std::string& source, const std::string& target, const PcmShape& wanted);
-    ~ChangeJob() override { AudioEditCloseHandle(&job_); }
-    ChangeJob(const ChangeJob&) = delete;
-    ChangeJob& operator=(const ChangeJob&) = delete;
+    using Start = std::function<uint16_t(EditJob**)>;
+
+    explicit EditingJob(const Start& start);
+    ~EditingJob() override { AudioEditCloseHandle(&job_); }
+    EditingJob(const EditingJob&) = delete;
+    EditingJob& operator=(const EditingJob&) = delete;
 
     bool IsOver() override { return AudioEditProcessIsOver(job_) != 0; }
     uint32_t Percent() override { return AudioEditGetProcessProgress(job_); }

@@ -23,6 +23,7 @@ struct Request {
     PlayRequest play;
     ConvertRequest convert;
     ReformatRequest reformat;
+    EditRequest edit;
 };
 
 std::string CheckPcmShape(const std::string& text) {
@@ -37,6 +38,19 @@ std::string CheckMoment(const std::string& text) {
                ? ""
                : "'" + text +
                      "' is no time; times look like 12.5, 1:02.5, 250ms, 44100s (samples), 4096b (bytes)";
+}
+
+std::string CheckPlace(const std::string& text) {
+    return text == "end" ? "" : CheckMoment(text);
+}
+
+std::string CheckChannels(const std::string& text) {
+    return ParseChannelMask(text) ? ""
+                                  : "'" + text + "' is no channel; there are left, right, all or numbers";
+}
+
+uint16_t HundredthsOf(double percent) {
+    return static_cast<uint16_t>(percent * 100 + 0.5);
 }
 
 CLI::Option* AddMoment(CLI::App* command, const char* name, std::optional<Moment>& moment, const char* help) {
@@ -154,6 +168,83 @@ void AddReformat(CLI::App& app, Request& request) {
         "  tolvane reformat music.wav old.wav --rate 11025 --bits 8 --channels 1");
 }
 
+void AddPlace(CLI::App* command, const char* name, Place& place, const char* help, bool required) {
+    command
+        ->add_option_function<std::string>(
+            name, [&place](const std::string& text) { place = *ParsePlace(text); }, help)
+        ->check(CLI::Validator(CheckPlace, ""))
+        ->required(required)
+        ->type_name(*name == '-' ? "TIME" : "");
+}
+
+void AddSelection(CLI::App* command, EditRequest& edit, bool required) {
+    AddPlace(command, "START", edit.start, "Where the selection begins", required);
+    AddPlace(command, "END", edit.end, "Where it ends; the end of the sound if left out", false);
+}
+
+CLI::App* AddEdit(CLI::App& app, EditRequest& edit, EditKind kind, const char* help, const char* example) {
+    CLI::App* command = app.add_subcommand(std::string(NameOf(kind)), help);
+    command->add_option("FILE", edit.file, "Wave file (PCM)")->required()->type_name("");
+    if (TakesSelection(kind)) AddSelection(command, edit, kind != EditKind::kMute && kind != EditKind::kTrim);
+    if (ChangesTheFile(kind))
+        command->add_option("-o,--output", edit.target, "Write the result here and leave FILE as it is")
+            ->type_name("WAVE");
+    command->add_flag("-y,--yes", edit.yes, "Replace other files where they exist");
+    command->add_flag("--quiet", edit.quiet, "Say nothing but failures");
+    command->callback([&edit, kind] { edit.kind = kind; });
+    command->footer(std::string(kTimes) + "\n       `end` is the end of the sound.\n" +
+                    "Ctrl-C stops; the file is as it was then.\nExample:\n  " + example);
+    return command;
+}
+
+void AddEditsOfSelection(CLI::App& app, EditRequest& edit) {
+    AddEdit(app, edit, EditKind::kCut, "Take a part out of a file and put it into another",
+            "tolvane cut music.wav 1:02.5 1:10 --to piece.wav")
+        ->add_option("--to", edit.other, "Wave file to write with what was cut")
+        ->required()
+        ->type_name("WAVE");
+    AddEdit(app, edit, EditKind::kCopy, "Write a part of a file into another",
+            "tolvane copy music.wav 44100s 88200s --to second.wav")
+        ->add_option("--to", edit.other, "Wave file to write")
+        ->required()
+        ->type_name("WAVE");
+    AddEdit(app, edit, EditKind::kClear, "Take a part out of a file",
+            "tolvane clear music.wav 1:02.5 1:10 -o shorter.wav");
+    AddEdit(app, edit, EditKind::kCrop, "Keep nothing but a part of a file",
+            "tolvane crop music.wav 0:10 0:20");
+    AddEdit(app, edit, EditKind::kMute, "Silence channels of a part",
+            "tolvane mute music.wav 0:10 0:20 --channels left")
+        ->add_option_function<std::string>(
+            "--channels", [&edit](const std::string& text) { edit.channels = *ParseChannelMask(text); },
+            "left, right, all (if left out) or numbers: 1,3")
+        ->check(CLI::Validator(CheckChannels, ""))
+        ->type_name("CHANNELS");
+    AddEdit(app, edit, EditKind::kTrim, "Take the silence off both ends of a file or a part",
+            "tolvane trim speech.wav --level 2")
+        ->add_option_function<double>(
+            "--level", [&edit](double percent) { edit.level = HundredthsOf(percent); },
+            "What is not louder is silence; percent of full scale, 1 if left out")
+        ->check(CLI::Range(0.0, 100.0).description(""))
+        ->type_name("PERCENT");
+}
+
+void AddInsertions(CLI::App& app, EditRequest& edit) {
+    CLI::App* paste = AddEdit(app, edit, EditKind::kPaste, "Insert the sound of another file",
+                              "tolvane paste music.wav --from piece.wav --at 0:30");
+    paste->add_option("--from", edit.other, "Wave file of the same format")->required()->type_name("WAVE");
+    AddPlace(paste, "--at", edit.start, "Where it is inserted", true);
+    CLI::App* silence = AddEdit(app, edit, EditKind::kSilence, "Insert silence",
+                                "tolvane silence speech.wav --at 0:02 --length 500ms");
+    AddPlace(silence, "--at", edit.start, "Where it is inserted", true);
+    silence
+        ->add_option_function<std::string>(
+            "--length", [&edit](const std::string& text) { edit.length = *ParseMoment(text); },
+            "How long it is, in whole milliseconds")
+        ->check(CLI::Validator(CheckMoment, ""))
+        ->required()
+        ->type_name("TIME");
+}
+
 // What one argument means for another.
 std::string Contradiction(const ConvertRequest& convert) {
     if (convert.pcm && !convert.codec.empty()) return "say either --codec or --pcm";
@@ -174,10 +265,12 @@ int ReportBadArguments(const std::string& why, const std::string& command) {
     return kExitBadArguments;
 }
 
-std::string WhyNoCommand(int argc, char** argv) {
-    if (argc < 2) return "Say what to do: info, devices, codecs, play, convert or reformat.";
-    return "'" + std::string(argv[1]) +
-           "' is no command; there are info, devices, codecs, play, convert and reformat.";
+std::string WhyNoCommand(const CLI::App& app, int argc, char** argv) {
+    std::string names;
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
+        names += (names.empty() ? "" : ", ") + command->get_name();
+    if (argc < 2) return "Say what to do: " + names + ".";
+    return "'" + std::string(argv[1]) + "' is no command; there are " + names + ".";
 }
 
 int Run(const CLI::App& app, Request& request) {
@@ -185,6 +278,7 @@ int Run(const CLI::App& app, Request& request) {
     if (app.got_subcommand("devices")) return RunDevices(request.card);
     if (app.got_subcommand("codecs")) return RunCodecs();
     if (app.got_subcommand("reformat")) return RunReformat(request.reformat);
+    if (FindEdit(app.get_subcommands().front()->get_name())) return RunEdit(request.edit);
     if (app.got_subcommand("convert")) {
         const std::string why = Contradiction(request.convert);
         return why.empty() ? RunConvert(request.convert) : ReportBadArguments(why, "convert ");
@@ -196,7 +290,7 @@ int Run(const CLI::App& app, Request& request) {
 }
 
 int ParseAndRun(int argc, char** argv) {
-    CLI::App app("Plays, examines and converts wave files.", "tolvane");
+    CLI::App app("Plays, examines, converts and edits wave files.", "tolvane");
     Request request;
     app.require_subcommand(1);
     app.allow_windows_style_options(false);  // a path may begin with a slash
@@ -208,6 +302,8 @@ int ParseAndRun(int argc, char** argv) {
     AddPlay(app, request);
     AddConvert(app, request);
     AddReformat(app, request);
+    AddEditsOfSelection(app, request.edit);
+    AddInsertions(app, request.edit);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& asked) {
@@ -215,7 +311,7 @@ int ParseAndRun(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         const auto commands = app.get_subcommands();
         if (!commands.empty()) return ReportBadArguments(error.what(), commands.front()->get_name() + ' ');
-        return ReportBadArguments(WhyNoCommand(argc, argv), "");
+        return ReportBadArguments(WhyNoCommand(app, argc, argv), "");
     }
     return Run(app, request);
 }

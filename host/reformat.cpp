@@ -66,7 +66,10 @@ int RunReformat(const ReformatRequest& request) {
     uint16_t code = TOLVANE_OK;
     {
         JobScreen screen(window, "Reformatting", files.quiet);
-        ChangeJob job(files.source, work.path(), wanted);
+        EditingJob job([&](EditJob** handle) {
+            return AudioChangeFormat(files.source.c_str(), work.path().c_str(), wanted.rate, wanted.bits,
+                                     wanted.channels, handle, 0);
+        });
         code = screen.Follow(job);
     }
     return code == TOLVANE_OK ? FinishConversion(files, work, "PCM") : ReportConversionEnd(files, code);

@@ -29,6 +29,9 @@ constexpr std::string_view kSeeCodecs = "`tolvane codecs` lists what is installe
 constexpr std::string_view kChangePcm =
     "`tolvane convert --pcm RATE/BITS/CHANNELS` makes PCM of any rate and channels.";
 constexpr std::string_view kDamaged = "Make the file anew, it is damaged.";
+constexpr std::string_view kSelect = "Name two different times inside the sound.";
+constexpr std::string_view kTempDisk =
+    "An edit needs twice the file's size there: make room, or name another temp folder (TMPDIR).";
 constexpr std::string_view kDisk = "Check the free space, and that you may write in its folder.";
 
 constexpr Entry kEntries[] = {
@@ -116,20 +119,25 @@ constexpr Entry kEntries[] = {
     {TOLVANE_PCM_SOURCE_NOT_WAVE, "The file to convert is no wave file.", kLookInside},
     {TOLVANE_PCM_SOURCE_NO_DATA, "The file to convert has no data chunk.", kDamaged},
     {TOLVANE_EDIT_NOT_WRITTEN, "The edited sound cannot be written, or the file breaks off.", kDisk},
-    {TOLVANE_NOTHING_TO_CUT, "Nothing is selected.", ""},
-    {TOLVANE_DISK_FULL, "There is not enough room on the disk of the temp folder.", kDisk},
-    {TOLVANE_NO_UNDO_COPY, "The copy for undo cannot be made, or not be copied back.", ""},
-    {TOLVANE_NOTHING_TO_COPY, "Nothing is selected.", ""},
-    {TOLVANE_NO_PASTE_FILE, "The file to paste does not exist.", ""},
-    {TOLVANE_NOTHING_TO_PASTE, "There is nothing to paste.", ""},
-    {TOLVANE_BEYOND_END, "The position lies behind the end of the sound.", ""},
+    {TOLVANE_NOTHING_TO_CUT, "Nothing is selected.", kSelect},
+    {TOLVANE_DISK_FULL, "There is not enough room on the disk of the temp folder.", kTempDisk},
+    {TOLVANE_NO_UNDO_COPY, "The copy for undo cannot be made, or not be copied back.", kTempDisk},
+    {TOLVANE_NOTHING_TO_COPY, "Nothing is selected.", kSelect},
+    {TOLVANE_NO_PASTE_FILE, "The file to paste does not exist.", "Name a wave file that exists."},
+    {TOLVANE_PASTE_NOT_FITTING, "The file to paste is no PCM wave file of the same format, with sound in it.",
+     kChangePcm},
+    {TOLVANE_NOTHING_TO_PASTE, "There is nothing to paste.",
+     "Name a wave file with sound in it; in a session cut or copy first."},
+    {TOLVANE_BEYOND_END, "The position lies behind the end of the sound.",
+     "Name an earlier time; `end` names the end."},
     {TOLVANE_UNDO_OFF, "Undo is switched off.", ""},
-    {TOLVANE_NO_REDO_COPY, "The copy for redo cannot be made.", ""},
-    {TOLVANE_NOTHING_TO_UNDO, "There is no edit to take back or to repeat.", ""},
+    {TOLVANE_NO_REDO_COPY, "The copy for redo cannot be made.", kTempDisk},
+    {TOLVANE_NOTHING_TO_UNDO, "There is no edit to take back or to repeat.",
+     "Only the last edit can be taken back, and repeated."},
     {TOLVANE_NOT_REDONE, "The edit cannot be repeated: is the disk full?", kDisk},
-    {TOLVANE_NOT_PUT_IN_PLACE, "The file cannot be replaced by the edited one.", ""},
-    {TOLVANE_NOTHING_SELECTED, "Nothing is selected.", ""},
-    {TOLVANE_NOTHING_TO_CROP, "Nothing is selected.", ""},
+    {TOLVANE_NOT_PUT_IN_PLACE, "The file cannot be replaced by the edited one.", kDisk},
+    {TOLVANE_NOTHING_SELECTED, "Nothing is selected.", kSelect},
+    {TOLVANE_NOTHING_TO_CROP, "Nothing is selected.", kSelect},
 };
 
 const Entry* Find(uint32_t code) {
