@@ -168,6 +168,7 @@ TEST_F(ConversionJobs, StopAtAnyMoment) {
     Resources before;
     for (int i = 0; i < rounds; ++i) {
         if (i == 50) before = Resources::Now();
+        watchdog_.At(std::to_string(i));
         WriteFile(target_, old);
         ConvertJob* job = Start(plain);
         pause();
