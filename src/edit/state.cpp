@@ -47,10 +47,12 @@ uint32_t CanRestore(ScratchFile file) {
     return IsUndoOn() && GetFileLength(name) > 0;
 }
 
-bool CopyInPlace(const char* from, const char* target) {
-    Replacement replacement;
-    return replacement.Begin(target) && CopyWithProgress(from, replacement.Path(), JobControl()) &&
-           replacement.Commit();
+// By way of the work file, so that nothing unfinished ever lies beside the target on its own volume.
+bool Restore(const ScratchLease& scratch, ScratchFile from, const char* target) {
+    const char* work = scratch.Name(ScratchFile::kEditWork);
+    const bool restored = CopyWithProgress(scratch.Name(from), work, JobControl()) && PlaceFile(work, target);
+    if (!restored) DeleteFileA(work);
+    return restored;
 }
 
 void Empty(ScratchFile file) {
@@ -105,11 +107,11 @@ uint32_t CanRedo() {
 uint16_t Undo() {
     char file[kPathSize];
     if (const uint16_t refused = FileOfEdit(&EditState::undo_fits, file)) return refused;
-    if (!CanUndo()) return TOLVANE_NOTHING_TO_UNDO;
     const ScratchLease scratch;
+    if (GetFileLength(scratch.Name(ScratchFile::kUndo)) == 0) return TOLVANE_NOTHING_TO_UNDO;
     SetFits(&EditState::redo_fits, false);
     if (!CopyWithProgress(file, scratch.Name(ScratchFile::kRedo), JobControl())) return TOLVANE_NO_REDO_COPY;
-    if (!CopyInPlace(scratch.Name(ScratchFile::kUndo), file)) return TOLVANE_NO_UNDO_COPY;
+    if (!Restore(scratch, ScratchFile::kUndo, file)) return TOLVANE_NO_UNDO_COPY;
     SetFits(&EditState::redo_fits, true);
     return TOLVANE_OK;
 }
@@ -117,9 +119,9 @@ uint16_t Undo() {
 uint16_t Redo() {
     char file[kPathSize];
     if (const uint16_t refused = FileOfEdit(&EditState::redo_fits, file)) return refused;
-    if (!CanRedo()) return TOLVANE_NOTHING_TO_UNDO;
     const ScratchLease scratch;
-    return CopyInPlace(scratch.Name(ScratchFile::kRedo), file) ? TOLVANE_OK : TOLVANE_NOT_REDONE;
+    if (GetFileLength(scratch.Name(ScratchFile::kRedo)) == 0) return TOLVANE_NOTHING_TO_UNDO;
+    return Restore(scratch, ScratchFile::kRedo, file) ? TOLVANE_OK : TOLVANE_NOT_REDONE;
 }
 
 }  // namespace tolvane

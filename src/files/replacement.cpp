@@ -24,6 +24,12 @@ bool Identify(const char* path, BY_HANDLE_FILE_INFORMATION* information) {
     return file && GetFileInformationByHandle(file.Get(), information);
 }
 
+// Asked before the system is: from another volume a replacement could fail with the old file already gone.
+bool AreOnOneVolume(const char* path, const char* other) {
+    BY_HANDLE_FILE_INFORMATION a = {}, b = {};
+    return Identify(path, &a) && Identify(other, &b) && a.dwVolumeSerialNumber == b.dwVolumeSerialNumber;
+}
+
 bool IsThere(const char* path) {
     return GetFileAttributesA(path) != INVALID_FILE_ATTRIBUTES;
 }
@@ -96,8 +102,13 @@ Replacement::~Replacement() {
     DeleteFileA(path_);
 }
 
-// The file first takes the place of an empty one beside the target, and with it the rights of a new file.
+// In one step where that can be. Otherwise, and for a target that is not there yet, the file first takes the place of an
+// empty one beside the target, and with it the rights of a new file.
 bool PlaceFile(const char* file, const char* target) {
+    char path[kPathSize];
+    if (CopyFullPath(path, target) && AreOnOneVolume(path, file) && CanBeReplaced(path) &&
+        ReplaceWith(path, file))
+        return true;
     Replacement replacement;
     if (!replacement.Begin(target)) return false;
     const bool moved = ReplaceFileA(replacement.Path(), file, nullptr, 0, nullptr, nullptr) != 0;

@@ -83,11 +83,17 @@ void RenewScratchFile(ScratchFile file) {
     Renew(Files(), file);
 }
 
+// A file of which the system only would not tell now is there: it must not be taken for lost with what it holds.
+static bool IsGone(const char* name) {
+    return !*name ||
+           (GetFileAttributesA(name) == INVALID_FILE_ATTRIBUTES && GetLastError() == ERROR_FILE_NOT_FOUND);
+}
+
 ScratchLease::ScratchLease() {
     ScratchFiles& files = Files();
     LockGuard guard(files.lock);
     for (const ScratchFile file : kDeletionOrder)
-        if (GetFileAttributesA(NameOf(files, file)) == INVALID_FILE_ATTRIBUTES) Renew(files, file);
+        if (IsGone(NameOf(files, file))) Renew(files, file);
     memcpy(names_, files.names, sizeof names_);
 }
 

@@ -308,7 +308,9 @@ class EditFaults : public Editing {
         folder_.Write("clip.wav", WaveFile(kMono, clip_));
         Mono(sound_);
     }
-    void Sweep(const char* name, const std::function<uint16_t()>& edit, const Bytes& edited) {
+    void Sweep(
+        const char* name, const std::function<uint16_t()>& edit, const Bytes& edited,
+        const std::function<void()>& prepare = [] {}) {
         const Bytes old = WaveFile(kMono, sound_), fresh = WaveFile(kMono, edited);
         uint16_t result = 0;
         const auto check = [&] {
@@ -321,7 +323,11 @@ class EditFaults : public Editing {
             ASSERT_EQ(AudioEditUndo(), TOLVANE_OK);
             EXPECT_TRUE(ReadAll(path_) == old);
         };
-        const uint32_t points = FailEachCall([&] { result = edit(); }, check, [&] { Mono(sound_); });
+        const uint32_t points = FailEachCall([&] { result = edit(); }, check,
+                                             [&] {
+                                                 Mono(sound_);
+                                                 prepare();
+                                             });
         std::cout << name << ": " << points << " service calls failed in turn\n";
     }
 
@@ -366,6 +372,14 @@ TEST_F(EditFaults, LeaveTheOldFileOrTheNewOne) {
     Sweep(
         "trim", [&] { return AudioEditTrimSilence(path(), 100, 600, 2, nullptr, 1, 9000, nullptr); },
         head + Part(sound_, loud, loud_end) + tail);
+    const auto clear_what_is_put_before = [this] {
+        ASSERT_EQ(Clear(Mono(clip_ + sound_), 0, 300), TOLVANE_OK);
+    };
+    Sweep("undo", AudioEditUndo, clip_ + sound_, clear_what_is_put_before);
+    Sweep("redo", AudioEditRedo, tail, [&] {
+        ASSERT_EQ(Clear(Mono(sound_), 0, 600), TOLVANE_OK);
+        ASSERT_EQ(AudioEditUndo(), TOLVANE_OK);
+    });
     EXPECT_PRED2([](auto& a, auto& b) { return NothingLeaked(a, b, 32768); }, before, Resources::Now());
 }
 

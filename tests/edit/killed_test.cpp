@@ -1,0 +1,260 @@
+// A program that edits is killed at random moments: every file is what it was before the step or what it is after it,
+// byte for byte, and nothing lies about but scratch files.
+#include <gtest/gtest.h>
+
+#ifdef _WIN32
+TEST(Killed, LeaveTheOldFileOrTheNewOne) {
+    GTEST_SKIP() << "a process is not ended from outside at random moments";
+}
+#else
+
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <thread>
+
+#include "edit/killed_steps.h"
+#include "support/watchdog.h"
+
+namespace tolvane::test {
+namespace {
+
+using Kind = EditStep::Kind;
+
+Bytes ReadAll(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// The files of the program in memory: only their sound, since nothing else is in them.
+class Model {
+  public:
+    explicit Model(const Format& format) : format_(format), frame_(format.Block()) {}
+
+    Bytes file, taken, out, undo, redo;
+
+    uint32_t Frames() const { return static_cast<uint32_t>(file.size() / frame_); }
+    void Apply(const EditStep& step);
+
+  private:
+    static auto At(Bytes& bytes, size_t at) { return bytes.begin() + static_cast<ptrdiff_t>(at); }
+    void Change(const EditStep& step, Bytes& sound) const;
+    void Trim(Bytes& sound, size_t low, size_t high, uint32_t level) const;
+    bool IsLoud(const uint8_t* frame, uint32_t level) const;
+
+    Format format_;
+    size_t frame_;
+    bool can_undo_ = false, can_redo_ = false;
+};
+
+bool Model::IsLoud(const uint8_t* frame, uint32_t level) const {
+    for (size_t at = 0; at < frame_; at += format_.bits / 8) {
+        const int wide = static_cast<int16_t>(frame[at] | frame[at + format_.bits / 8 - 1] << 8);
+        const int value = format_.bits == 16 ? wide : frame[at] - 128;
+        const uint32_t full = format_.bits == 16 ? 32767 : 127;
+        if (std::abs(value) > static_cast<int>(level * full / 10000)) return true;
+    }
+    return false;
+}
+
+void Model::Trim(Bytes& sound, size_t low, size_t high, uint32_t level) const {
+    size_t first = low, end = high;
+    while (first < high && !IsLoud(&sound[first], level))
+        first += frame_;
+    while (end > first && !IsLoud(&sound[end - frame_], level))
+        end -= frame_;
+    if (first == high) first = low, end = low + frame_;
+    sound.erase(At(sound, end), At(sound, high));
+    sound.erase(At(sound, low), At(sound, first));
+}
+
+void Model::Change(const EditStep& step, Bytes& sound) const {
+    const size_t low = step.low * frame_, high = step.high * frame_, width = format_.bits / 8;
+    switch (step.kind) {
+        case Kind::kCut:
+        case Kind::kCutInFile:
+        case Kind::kClear:
+            sound.erase(At(sound, low), At(sound, high));
+            return;
+        case Kind::kPaste:
+            sound.insert(At(sound, low), taken.begin(), taken.end());
+            return;
+        case Kind::kCrop:
+            sound = Part(sound, low, high);
+            return;
+        case Kind::kMute:
+            for (size_t at = low; at < high; ++at)
+                if (step.amount & 3 & (1u << at % frame_ / width)) sound[at] = format_.bits == 8 ? 128 : 0;
+            return;
+        case Kind::kTrim:
+            return Trim(sound, low, high, step.amount);
+        default:
+            sound.insert(At(sound, low), step.amount * 8 * frame_,
+                         static_cast<uint8_t>(format_.bits == 8 ? 128 : 0));
+    }
+}
+
+void Model::Apply(const EditStep& step) {
+    if (step.kind == Kind::kCopy || step.kind == Kind::kCutInFile)
+        taken = Part(file, step.low * frame_, step.high * frame_);
+    if (step.kind == Kind::kCopy) return;
+    if (step.kind == Kind::kUndo || step.kind == Kind::kRedo) {
+        const bool undoes = step.kind == Kind::kUndo;
+        if (!step.undo_on || !(undoes ? can_undo_ : can_redo_)) return;
+        if (undoes) redo = file;
+        can_redo_ = true;
+        file = undoes ? undo : redo;
+        return;
+    }
+    Bytes changed = file;
+    Change(step, changed);
+    can_undo_ = step.undo_on;
+    can_redo_ = false;
+    if (step.undo_on) undo = file;
+    (step.elsewhere ? out : file) = std::move(changed);
+}
+
+// The program, from its start to its end by force.
+class Victim {
+  public:
+    Victim(const std::string& folder, const std::string& temp, uint32_t seed) {
+        const std::string number = std::to_string(seed);
+        const char* const arguments[] = {TOLVANE_KILLED_PROGRAM, folder.c_str(), temp.c_str(), number.c_str(),
+                                         nullptr};
+        EXPECT_EQ(
+            posix_spawn(&process_, *arguments, nullptr, nullptr, const_cast<char**>(arguments), environ), 0);
+    }
+    // False where it had ended by itself.
+    bool Kill() const {
+        int status = 0;
+        kill(process_, SIGKILL);
+        return waitpid(process_, &status, 0) == process_ && WIFSIGNALED(status) &&
+               WTERMSIG(status) == SIGKILL;
+    }
+
+  private:
+    pid_t process_ = 0;
+};
+
+std::string OtherVolume() {
+    const bool in_memory = std::filesystem::temp_directory_path().string().starts_with("/dev/shm");
+    return (in_memory ? "/var/tmp/tolvane-killed-" : "/dev/shm/tolvane-killed-") + std::to_string(getpid());
+}
+
+class Killed : public testing::Test {
+  protected:
+    Killed() { std::filesystem::create_directory(other_volume_); }
+    ~Killed() override { std::filesystem::remove_all(other_volume_); }
+
+    void Once(uint32_t seed, bool other_volume);
+    size_t WaitForStep(const std::string& steps) const {
+        std::error_code none_yet;
+        for (int i = 0; i < 20000 && !(std::filesystem::file_size(steps, none_yet) > 0 && !none_yet); ++i)
+            std::this_thread::sleep_for(std::chrono::microseconds(500));
+        return std::filesystem::file_size(steps);
+    }
+    void CheckFiles(const TempFolder& folder, const Format& format, const Model& old, const Model& fresh);
+    void CheckLeftovers(const TempFolder& folder, const std::string& temp, bool other_volume,
+                        const EditStep& last);
+
+    const std::string other_volume_ = OtherVolume();
+    std::mt19937 random_{std::random_device{}()};
+    int old_ = 0, fresh_ = 0, beside_ = 0, unfinished_ = 0;
+    size_t steps_ = 0;
+};
+
+void Killed::CheckFiles(const TempFolder& folder, const Format& format, const Model& old,
+                        const Model& fresh) {
+    const struct {
+        const char* name;
+        const Bytes Model::*sound;
+    } files[] = {{"x.wav", &Model::file}, {"taken.wav", &Model::taken}, {"out.wav", &Model::out}};
+    bool is_fresh[3] = {};
+    for (int i = 0; i < 3; ++i) {
+        const Bytes now = ReadAll(folder.Path(files[i].name));
+        const Bytes &before = old.*files[i].sound, &after = fresh.*files[i].sound;
+        is_fresh[i] = now == WaveFile(format, after);
+        ASSERT_TRUE(is_fresh[i] || now == WaveFile(format, before)) << files[i].name;
+        if (before == after) continue;
+        (is_fresh[i] ? fresh_ : old_) += 1;
+    }
+    EXPECT_TRUE(is_fresh[1] || (old.file == fresh.file || !is_fresh[0])) << "cut, and in neither file";
+}
+
+// Beside the destination lies nothing but what is brought from another volume or written for a name of the caller's.
+void Killed::CheckLeftovers(const TempFolder& folder, const std::string& temp, bool other_volume,
+                            const EditStep& last) {
+    const bool taken = last.kind == Kind::kCutInFile || last.kind == Kind::kCopy;
+    for (const std::string& name : folder.Names()) {
+        if (name == "x.wav" || name == "taken.wav" || name == "out.wav" || name == "steps" || name == "temp")
+            continue;
+        ++beside_;
+        EXPECT_TRUE(name.starts_with("VMN") && (other_volume || taken)) << name;
+    }
+    for (const std::string& name : NamesIn(temp)) {
+        EXPECT_TRUE(name.starts_with("VM") && std::string("XEURCN").find(name[2]) != std::string::npos)
+            << name;
+        const std::filesystem::path path = std::filesystem::path(temp) / name;
+        unfinished_ += name[2] == 'E' && std::filesystem::file_size(path) > 0;
+        std::filesystem::remove(path);
+    }
+}
+
+void Killed::Once(uint32_t seed, bool other_volume) {
+    const TempFolder folder;
+    const std::string temp = other_volume ? other_volume_ : folder.MakeFolder("temp");
+    EditSteps steps(seed);
+    const Format format = steps.FileFormat();
+    Model model(format);
+    model.file = Pattern(steps.FirstFrames() * format.Block(), seed);
+    model.taken = model.out = Pattern(100 * format.Block(), seed + 1);
+    folder.Write("x.wav", WaveFile(format, model.file));
+    folder.Write("taken.wav", WaveFile(format, model.taken));
+    folder.Write("out.wav", WaveFile(format, model.out));
+    const Victim victim(folder.Path(), temp, seed);
+    WaitForStep(folder.Path("steps"));
+    std::this_thread::sleep_for(std::chrono::microseconds(random_() % (1u << (6 + random_() % 9))));
+    ASSERT_TRUE(victim.Kill());
+    const size_t announced = std::filesystem::file_size(folder.Path("steps"));
+    Model old = model;
+    EditStep step = {};
+    for (size_t i = 0; i < announced; ++i) {
+        step = steps.Next(model.Frames());
+        if (i + 1 == announced) old = model;
+        model.Apply(step);
+    }
+    steps_ += announced;
+    CheckFiles(folder, format, old, model);
+    CheckLeftovers(folder, temp, other_volume, step);
+}
+
+// How often: TOLVANE_KILLS.
+TEST_F(Killed, LeaveTheOldFileOrTheNewOne) {
+    const char* wish = getenv("TOLVANE_KILLS");
+    const int kills = wish ? atoi(wish) : 200;
+    Watchdog watchdog;
+    const auto first = static_cast<uint32_t>(random_());
+    for (int i = 0; i < kills && !HasFailure(); ++i) {
+        const uint32_t seed = first + static_cast<uint32_t>(i);
+        SCOPED_TRACE(seed);
+        watchdog.At(std::to_string(seed));
+        Once(seed, i % 4 == 3);
+    }
+    EXPECT_GT(old_, kills / 10);
+    EXPECT_GT(fresh_, 0);
+    EXPECT_GT(unfinished_, kills / 50);
+    std::cout << kills << " kills in " << steps_ << " edits: " << old_ << " files of the edit in flight old, "
+              << fresh_ << " new; " << unfinished_ << " unfinished work files, " << beside_
+              << " files beside a destination\n";
+}
+
+}  // namespace
+}  // namespace tolvane::test
+#endif
