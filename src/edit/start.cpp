@@ -1,5 +1,7 @@
 #include "edit/start.h"
 
+#include <cstring>
+
 #include "edit/front_checks.h"
 #include "edit/state.h"
 #include "files/inspect.h"
@@ -8,22 +10,37 @@ namespace tolvane {
 
 namespace {
 
-// Cut, it would name another file.
-bool IsTooLong(const char* path) {
-    return path && !IsBounded(path);
+// The whole name, because the current folder may be another when a job opens it; empty for null and empty. False where
+// it does not fit.
+bool Keep(char (&kept)[kPathSize], const char* path) {
+    kept[0] = 0;
+    return IsEmpty(path) || CopyFullPath(kept, path);
 }
 
-void Fill(EditJob& record, const EditCall& call) {
-    const auto copy = [](char(&to)[kPathSize], const char* from) {
-        CopyText(to, kPathSize, from ? from : "");
-    };
-    copy(record.second_file, call.second_file);
-    copy(record.third_file, call.third_file);
+// A result code.
+uint16_t Fill(EditJob& record, const EditCall& call) {
+    if (!Keep(record.second_file, call.second_file)) return TOLVANE_NOT_PUT_IN_PLACE;
+    if (!Keep(record.third_file, call.third_file)) return TOLVANE_NOTHING_TO_PASTE;
+    char file[kPathSize];
+    if (const uint16_t refused = SettleFileToEdit(call.file, file)) return refused;
+    if (!Keep(record.file, file)) return TOLVANE_CANNOT_OPEN;
     record.start = call.start;
     record.end = call.end;
     record.unit = call.unit;
     record.channel_mask = call.channel_mask;
     record.silence_level = call.silence_level;
+    return TOLVANE_OK;
+}
+
+void CopyRequest(EditJob& to, const EditJob& from) {
+    memcpy(to.file, from.file, sizeof to.file);
+    memcpy(to.second_file, from.second_file, sizeof to.second_file);
+    memcpy(to.third_file, from.third_file, sizeof to.third_file);
+    to.start = from.start;
+    to.end = from.end;
+    to.unit = from.unit;
+    to.channel_mask = from.channel_mask;
+    to.silence_level = from.silence_level;
 }
 
 template <const EditOperation& operation>
@@ -53,19 +70,14 @@ WorkerMain WorkerOf(const EditOperation& operation) {
 }  // namespace
 
 uint16_t StartEdit(const EditOperation& operation, const EditCall& call, EditJob** handle, bool wait) {
-    char file[kPathSize];
-    if (IsTooLong(call.second_file)) return TOLVANE_NOT_PUT_IN_PLACE;
-    if (IsTooLong(call.third_file)) return TOLVANE_NOTHING_TO_PASTE;
-    if (const uint16_t refused = SettleFileToEdit(call.file, file)) return refused;
-    if (operation.modifies) NoteEditBegins();
     EditJob here;
-    EditJobOwner background = wait ? nullptr : NewEditJob(0);
-    if (!wait && handle) *handle = nullptr;
-    if (!wait && !background) return TOLVANE_OK;
-    EditJob& record = wait ? here : *background;
-    CopyText(record.file, kPathSize, file);
-    Fill(record, call);
-    if (wait) return RunEdit(operation, record, JobControl());
+    if (const uint16_t refused = Fill(here, call)) return refused;
+    if (operation.modifies) NoteEditBegins();
+    if (wait) return RunEdit(operation, here, JobControl());
+    if (handle) *handle = nullptr;
+    EditJobOwner background = NewEditJob(0);
+    if (!background) return TOLVANE_OK;
+    CopyRequest(*background, here);
     StartEditJob(std::move(background), WorkerOf(operation), handle);
     return TOLVANE_OK;
 }

@@ -171,6 +171,24 @@ TEST_F(Editing, WritesToFilesOfTheCaller) {
     EXPECT_THAT(folder_.Names(), testing::ElementsAre("cut.wav", "result.wav", "x.wav"));
 }
 
+TEST_F(Editing, MeansTheFileThatTheNameMeantAtFirst) {
+    const auto here = std::filesystem::current_path();
+    const Bytes sound = Pattern(2000000);
+    Mono(sound);
+    const std::string other = folder_.MakeFolder("other");
+    std::filesystem::current_path(folder_.Path());
+    EditJob* job = nullptr;
+    EXPECT_EQ(AudioClear("x.wav", 0, 1000000, 2, &job, 0, "result.wav"), TOLVANE_OK);
+    std::filesystem::current_path(other);
+    EXPECT_EQ(Await(job), TOLVANE_OK);
+    EXPECT_EQ(ReadAll(folder_.Path("result.wav")).size(), 44u + 1000000);
+    std::filesystem::current_path(folder_.Path());
+    EXPECT_EQ(Clear("x.wav", 0, 1000000), TOLVANE_OK);
+    std::filesystem::current_path(here);
+    EXPECT_EQ(AudioEditUndo(), TOLVANE_OK);
+    EXPECT_EQ(ReadAll(path_).size(), 44u + 2000000);
+}
+
 TEST_F(Editing, UndoKnowsWhatBelongsToTheLastEdit) {
     EXPECT_EQ(AudioEditUndo(), TOLVANE_NOTHING_TO_UNDO);
     EXPECT_EQ(AudioEditRedo(), TOLVANE_NOTHING_TO_UNDO);
