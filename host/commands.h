@@ -67,6 +67,14 @@ struct EditRequest {
     bool yes = false, quiet = false;
 };
 
+struct DrawRequest {
+    std::string file;
+    std::string picture;  // empty: in the terminal
+    Place from = kBeginning, to = kEnd;
+    uint32_t width = 0;  // 0: the terminal's, or the usual one of a picture
+    bool yes = false;
+};
+
 int RunInfo(const std::vector<std::string>& files);
 int RunDevices(const CardRequest& card);
 int RunCodecs();
@@ -74,6 +82,7 @@ int RunPlay(const PlayRequest& request);
 int RunConvert(const ConvertRequest& request);
 int RunReformat(const ReformatRequest& request);
 int RunEdit(const EditRequest& request);
+int RunDraw(const DrawRequest& request);
 
 }  // namespace tolvane::host
 

@@ -8,6 +8,7 @@
 #include <exception>
 
 #include "commands.h"
+#include "drawing.h"
 
 namespace tolvane::host {
 namespace {
@@ -24,6 +25,7 @@ struct Request {
     ConvertRequest convert;
     ReformatRequest reformat;
     EditRequest edit;
+    DrawRequest draw;
 };
 
 std::string CheckPcmShape(const std::string& text) {
@@ -245,6 +247,22 @@ void AddInsertions(CLI::App& app, EditRequest& edit) {
         ->type_name("TIME");
 }
 
+void AddDraw(CLI::App& app, DrawRequest& draw) {
+    CLI::App* command = app.add_subcommand("draw", "Draw the waveform in the terminal or as a picture");
+    command->add_option("FILE", draw.file, "Wave file (PCM)")->required()->type_name("");
+    command->add_option("-o,--output", draw.picture, "Write a picture instead")->type_name("PNG");
+    AddPlace(command, "--from", draw.from, "Begin at this time", false);
+    AddPlace(command, "--to", draw.to, "End at this time", false);
+    command->add_option("--width", draw.width, "Columns of the terminal, or dots of the picture")
+        ->check(CLI::Range(1u, kLargestDrawing).description(""))
+        ->type_name("N");
+    command->add_flag("-y,--yes", draw.yes, "Replace the picture where it exists");
+    command->footer(
+        std::string(kTimes) +
+        "\nExamples:\n  tolvane draw music.wav\n  tolvane draw music.wav --from 1:02.5 --to 1:10\n"
+        "  tolvane draw music.wav -o music.png --width 2000");
+}
+
 // What one argument means for another.
 std::string Contradiction(const ConvertRequest& convert) {
     if (convert.pcm && !convert.codec.empty()) return "say either --codec or --pcm";
@@ -278,6 +296,7 @@ int Run(const CLI::App& app, Request& request) {
     if (app.got_subcommand("devices")) return RunDevices(request.card);
     if (app.got_subcommand("codecs")) return RunCodecs();
     if (app.got_subcommand("reformat")) return RunReformat(request.reformat);
+    if (app.got_subcommand("draw")) return RunDraw(request.draw);
     if (FindEdit(app.get_subcommands().front()->get_name())) return RunEdit(request.edit);
     if (app.got_subcommand("convert")) {
         const std::string why = Contradiction(request.convert);
@@ -304,6 +323,7 @@ int ParseAndRun(int argc, char** argv) {
     AddReformat(app, request);
     AddEditsOfSelection(app, request.edit);
     AddInsertions(app, request.edit);
+    AddDraw(app, request.draw);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& asked) {

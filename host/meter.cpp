@@ -7,6 +7,7 @@
 #include <cmath>
 #include <string_view>
 
+#include "painter.h"
 #include "time_text.h"
 
 namespace tolvane::host {
@@ -18,8 +19,6 @@ constexpr double kPeakFallPerSecond = 0.35;
 constexpr double kHoldSeconds = 0.8;
 constexpr int kSmallestBar = 8, kSmallestMeter = 6, kLargestMeter = 20, kLargestWorkBar = 60;
 
-constexpr std::string_view kGreen = "\x1b[32m", kYellow = "\x1b[33m", kRed = "\x1b[31m", kDim = "\x1b[2m",
-                           kReset = "\x1b[0m";
 constexpr std::string_view kEighths[] = {" ", "▏", "▎", "▍", "▌", "▋", "▊", "▉", "█"};
 
 double OnScale(uint32_t percent) {
@@ -27,25 +26,6 @@ double OnScale(uint32_t percent) {
     const double decibels = 20 * std::log10(percent / 100.0);
     return std::clamp(1 + decibels / kRangeDecibels, 0.02, 1.0);
 }
-
-// Collects the text of a line; a colour is said once for the cells that share it.
-class Painter {
-  public:
-    explicit Painter(bool colour) : colour_(colour) {}
-    void Paint(std::string_view text, std::string_view colour = kReset) {
-        if (colour_ && colour != now_) text_ += now_ = colour;
-        text_ += text;
-    }
-    std::string Finish() {
-        Paint("");
-        return std::move(text_);
-    }
-
-  private:
-    std::string text_;
-    std::string_view now_ = kReset;
-    bool colour_;
-};
 
 std::string_view ZoneColour(double place) {
     constexpr double kLoud = 1 - 12 / kRangeDecibels, kVeryLoud = 1 - 3 / kRangeDecibels;

@@ -70,6 +70,7 @@ Key EscapeKey() {
 }  // namespace
 
 Terminal::Terminal() : input_(GetStdHandle(STD_INPUT_HANDLE)), output_(GetStdHandle(STD_OUTPUT_HANDLE)) {
+    style_.utf8 = ShowsUtf8();
     if (!_isatty(_fileno(stdout))) return;
     const bool input_is_terminal = _isatty(_fileno(stdin)) != 0;
     has_keys_ = input_is_terminal && GetConsoleMode(input_, &input_mode_) &&
@@ -77,7 +78,7 @@ Terminal::Terminal() : input_(GetStdHandle(STD_INPUT_HANDLE)), output_(GetStdHan
     is_ours_ = has_keys_ || !input_is_terminal;
     escapes_ = !TerminalIsDumb() && GetConsoleMode(output_, &output_mode_) &&
                SetConsoleMode(output_, output_mode_ | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
-    style_ = {escapes_ && !Set("NO_COLOR"), ShowsUtf8()};
+    style_.colour = escapes_ && !Set("NO_COLOR");
 }
 
 Terminal::~Terminal() {

@@ -3,14 +3,16 @@
 Ctrl-C leaves the file as it was."""
 import os
 import random
+import re
 import signal
 import struct
 import subprocess
 import time
 import unittest
+import zlib
 
 import support
-from support import NATIVE, Case, command, noise, run, wave_frames, write_wave
+from support import NATIVE, Case, Terminal, command, noise, run, wave_frames, write_wave
 
 FRAME = 4
 
@@ -217,6 +219,131 @@ class EditStopped(Editing):
                 self.assert_nothing_else(sound, piece)
                 codes.add(process.returncode)
             self.assertIn(130, codes, arguments)
+
+
+def braille_dots(line):
+    """The dots of a line of braille: four rows of two dots a character."""
+    places = ((0x01, 0x08), (0x02, 0x10), (0x04, 0x20), (0x40, 0x80))
+    cells = [0 if sign == " " else ord(sign) - 0x2800 for sign in line]
+    return [[bool(cell & place) for cell in cells for place in row] for row in places]
+
+
+def ascii_dots(line):
+    return [[sign in signs for sign in line] for signs in ("'|", ".|")]
+
+
+def png_rows(content):
+    """The numbers of the dots of a picture with a palette of four bits, every check sum looked at."""
+    assert content[:8] == b"\x89PNG\r\n\x1a\n"
+    at, data, width, height = 8, b"", 0, 0
+    while at < len(content):
+        size, name = struct.unpack_from(">I4s", content, at)
+        body = content[at + 8:at + 8 + size]
+        assert struct.unpack_from(">I", content, at + 8 + size)[0] == zlib.crc32(name + body)
+        if name == b"IHDR":
+            width, height = struct.unpack_from(">II", body)
+        data += body if name == b"IDAT" else b""
+        at += 12 + size
+    rows, stride = zlib.decompress(data), 1 + (width + 1) // 2
+    assert len(rows) == stride * height
+    return [[rows[y * stride + 1 + x // 2] >> (0 if x % 2 else 4) & 15 for x in range(width)] for y in range(height)]
+
+
+class Drawn(Editing):
+    COLUMNS = 60  # of dots
+
+    def make_levels(self, name, channels, bits, per_column=37):
+        """A sound whose lowest and highest samples of each column are known, as parts of full scale."""
+        generator, frames, levels = random.Random(bits * channels), [], []
+        for _ in range(self.COLUMNS):
+            column = [(-generator.random(), generator.random()) for _ in range(channels)]
+            places = [generator.sample(range(per_column), 2) for _ in range(channels)]
+            frames += [[column[c][places[c].index(at)] if at in places[c] else 0 for c in range(channels)] for at in range(per_column)]
+            levels.append(column)
+        scale, offset, width = (1 << (bits - 1)) - 1, 128 if bits == 8 else 0, bits // 8
+        if bits == 8:  # 0 to 255 are the whole of full scale
+            levels = [[tuple((round(part * scale) + offset) / 127.5 - 1 for part in level) for level in column] for column in levels]
+        body = b"".join((round(value * scale) + offset).to_bytes(width, "little", signed=bits > 8) for frame in frames for value in frame)
+        return write_wave(self.folder / name, body, channels=channels, bits=bits, rate=8000), levels
+
+    def assert_levels(self, rows, column, level, what):
+        """A column of dots is one line from its highest to its lowest sample, give or take one dot."""
+        inked = [at for at, row in enumerate(rows) if row[column]]
+        self.assertEqual(inked, list(range(inked[0], inked[-1] + 1)), what)
+        for at, part in ((inked[0], level[1]), (inked[-1], level[0])):
+            self.assertLessEqual(abs(at + 0.5 - (1 - part) / 2 * len(rows)), 1.01, what)
+
+    def draw(self, *arguments, locale="C.UTF-8"):
+        told = subprocess.run(command("draw", *arguments), env={**self.env, "LC_ALL": locale}, capture_output=True)
+        self.assertEqual((told.returncode, told.stderr), (0, b""))
+        return told.stdout.decode().replace("\r\n", "\n").splitlines()
+
+    def test_peaks_stand_in_their_columns(self):
+        for channels, bits, rows in ((1, 16, 10), (2, 16, 6), (2, 8, 6), (1, 24, 10), (3, 16, 4), (1, 8, 10), (2, 32, 6), (5, 8, 4)):
+            path, levels = self.make_levels(f"{channels}-{bits}.wav", channels, bits)
+            for locale, dots_of, width in (("C.UTF-8", braille_dots, self.COLUMNS // 2), ("C", ascii_dots, self.COLUMNS)):
+                lines = self.draw(path, "--width", width, locale=locale)
+                self.assertEqual(len(lines), channels * rows + 1)
+                for channel in range(channels):
+                    dots = [row for line in lines[channel * rows:(channel + 1) * rows] for row in dots_of(line)]
+                    for column, level in enumerate(levels):
+                        self.assert_levels(dots, column, level[channel], (channels, bits, locale, channel, column))
+            picture = self.folder / f"{channels}-{bits}.png"
+            self.assertEqual(self.draw(path, "-o", picture, "--width", self.COLUMNS), [f"{picture}: 60 x {168 * channels + 24} dots"])
+            ink = [[dot in (1, 2) for dot in row] for row in png_rows(picture.read_bytes())]
+            for channel in range(channels):
+                for column, level in enumerate(levels):
+                    self.assert_levels(ink[channel * 168:channel * 168 + 160], column, level[channel], (channels, bits, channel, column))
+            told = subprocess.run(["ffprobe", "-v", "error", "-show_entries", "stream=codec_name,width", "-of", "csv=p=0", picture],
+                                  capture_output=True, text=True, check=True)
+            self.assertEqual((told.stdout.strip(), told.stderr), ("png,60", ""))
+
+    def test_parts_and_short_sounds_and_the_axis(self):
+        path, levels = self.make_levels("long.wav", 1, 16, per_column=4000)  # half a second each
+        lines = self.draw(path, "--from", "2.5", "--to", "48000s", "--width", 7, locale="C")
+        dots = [row for line in lines[:10] for row in ascii_dots(line)]
+        for column in range(7):
+            self.assert_levels(dots, column, levels[5 + column][0], column)
+        self.assertEqual(self.draw(path, "--from", "2.5", "--to", "48000s", "--width", 60, locale="C")[-1],
+                         "        |0:03            |0:04            |0:05")
+        lines = self.draw(path, "--width", 60, locale="C")
+        self.assertEqual(lines[-1], "|0:00               |0:10               |0:20")
+        short = write_wave(self.folder / "short.wav", struct.pack("<3h", 32767, 0, -32768), channels=1)
+        lines = self.draw(short, "--width", 6, locale="C")
+        self.assertEqual([line.rstrip() for line in lines[:10]], ["''", "", "", "", "  ..", "", "", "", "", "    .."])
+        damaged = self.folder / "damaged.wav"
+        damaged.write_bytes(path.read_bytes()[:44 + 8000 * 30])  # half of it
+        whole = [row for line in self.draw(damaged, "--width", 30, locale="C")[:10] for row in ascii_dots(line)]
+        for column in range(30):
+            self.assert_levels(whole, column, levels[column][0], column)
+
+    def test_refusals(self):
+        good = self.make_wave(seconds=0.5)
+        law, empty, there = (self.folder / name for name in ("law.wav", "empty.wav", "there.png"))
+        subprocess.run(["sox", good, "-e", "u-law", law], check=True)
+        write_wave(empty, b"")
+        there.write_text("old")
+        for arguments, code, reason in (([law], 2, "compressed"), ([empty], 2, "holds no sound"), ([good, "--from", "1"], 2, "is 0:00.500 long"),
+                                        ([good, "--from", "0.2", "--to", "0.1"], 2, "no sound between"), ([good, "-o", there], 2, "exists already"),
+                                        ([good, "-o", self.folder], 2, "It is a folder"), ([self.folder / "none"], 2, "No such file"),
+                                        ([good, "--width", "0"], 1, "--width"), ([good, "--from", "x"], 1, "no time"), ([], 1, "FILE")):
+            with self.subTest(arguments):
+                self.assert_result(self.tolvane("draw", *arguments), code, err=["tolvane: ", reason])
+        self.assertEqual(there.read_text(), "old")
+        self.assert_result(self.tolvane("draw", good, "-o", there, "-y"), 0, out=["1200 x 360"])
+        self.assertEqual(len(png_rows(there.read_bytes())), 360)
+        self.assert_nothing_else(good, law, empty, there)
+
+    @unittest.skipUnless(NATIVE, "the terminals of Windows are not to be had under Wine")
+    def test_in_a_terminal(self):
+        path, _ = self.make_levels("mono.wav", 1, 16)
+        for columns, env, coloured in ((50, {"LC_ALL": "C.UTF-8"}, True), (33, {"LC_ALL": "C"}, True), (50, {"NO_COLOR": "1"}, False)):
+            terminal = Terminal("draw", path, columns=columns, env=env)
+            self.assertEqual(terminal.wait(), 0)
+            lines = terminal.output.decode().splitlines()
+            self.assertEqual(any("\x1b[32m" in line for line in lines), coloured)
+            self.assertEqual(len(re.sub("\x1b\\[[0-9;]*m", "", lines[5])), columns - 1)
+            terminal.close()
 
 
 if __name__ == "__main__":
