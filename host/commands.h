@@ -62,7 +62,7 @@ struct EditRequest {
     std::string other;                     // receives what is cut or copied, is pasted
     std::string target;                    // empty: the file itself
     uint32_t channels = kAllChannels;
-    uint16_t level = 100;  // hundredths of a percent
+    uint16_t level = kUsualLevel;
     Moment length;
     bool yes = false, quiet = false;
 };
@@ -75,6 +75,15 @@ struct DrawRequest {
     bool yes = false;
 };
 
+// Edits command by command; `target`: on a copy of the file.
+struct SessionRequest {
+    std::string file, target;
+    std::string device;
+    CardRequest card;
+    std::string into;
+    bool yes = false;
+};
+
 int RunInfo(const std::vector<std::string>& files);
 int RunDevices(const CardRequest& card);
 int RunCodecs();
@@ -83,6 +92,7 @@ int RunConvert(const ConvertRequest& request);
 int RunReformat(const ReformatRequest& request);
 int RunEdit(const EditRequest& request);
 int RunDraw(const DrawRequest& request);
+int RunSession(const SessionRequest& request);
 
 }  // namespace tolvane::host
 

@@ -15,6 +15,8 @@ class MessageWindow;
 
 enum class EditKind { kCut, kCopy, kPaste, kClear, kCrop, kMute, kTrim, kSilence };
 
+constexpr uint16_t kUsualLevel = 100;  // of silence, in hundredths of a percent
+
 struct EditStep {
     EditKind kind = EditKind::kCut;
     std::string file;

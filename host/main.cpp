@@ -26,6 +26,7 @@ struct Request {
     ReformatRequest reformat;
     EditRequest edit;
     DrawRequest draw;
+    SessionRequest session;
 };
 
 std::string CheckPcmShape(const std::string& text) {
@@ -263,6 +264,24 @@ void AddDraw(CLI::App& app, DrawRequest& draw) {
         "  tolvane draw music.wav -o music.png --width 2000");
 }
 
+void AddSession(CLI::App& app, SessionRequest& session) {
+    CLI::App* command = app.add_subcommand("edit", "Edit a file command by command, with clipboard and undo");
+    command->add_option("FILE", session.file, "Wave file (PCM)")->required()->type_name("");
+    command->add_option("-o,--output", session.target, "Edit a copy, and leave FILE as it is")
+        ->type_name("WAVE");
+    command->add_flag("-y,--yes", session.yes, "Replace the copy where it exists");
+    command->add_option("--device", session.device, "Output device: number or (part of) its name")
+        ->type_name("N|NAME");
+    AddCard(command, session.card);
+    command->add_option("--into", session.into, "Write what the virtual card plays into this wave file")
+        ->type_name("WAVE");
+    command->footer(
+        "Every edit changes the file at once; `undo` takes the last one back. `help` lists the commands.\n"
+        "A script can be piped in; it ends with the first failure, its line and exit code.\n"
+        "Examples:\n  tolvane edit music.wav\n"
+        "  printf 'cut 0:10 0:20\\npaste end\\n' | tolvane edit music.wav -o moved.wav");
+}
+
 // What one argument means for another.
 std::string Contradiction(const ConvertRequest& convert) {
     if (convert.pcm && !convert.codec.empty()) return "say either --codec or --pcm";
@@ -297,6 +316,10 @@ int Run(const CLI::App& app, Request& request) {
     if (app.got_subcommand("codecs")) return RunCodecs();
     if (app.got_subcommand("reformat")) return RunReformat(request.reformat);
     if (app.got_subcommand("draw")) return RunDraw(request.draw);
+    if (app.got_subcommand("edit")) {
+        if (!request.session.into.empty()) request.session.card.name = "virtual";
+        return RunSession(request.session);
+    }
     if (FindEdit(app.get_subcommands().front()->get_name())) return RunEdit(request.edit);
     if (app.got_subcommand("convert")) {
         const std::string why = Contradiction(request.convert);
@@ -324,6 +347,7 @@ int ParseAndRun(int argc, char** argv) {
     AddEditsOfSelection(app, request.edit);
     AddInsertions(app, request.edit);
     AddDraw(app, request.draw);
+    AddSession(app, request.session);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& asked) {

@@ -44,6 +44,12 @@ MessageWindow::~MessageWindow() {
     if (window_) DestroyWindow(window_);
 }
 
+void MessageWindow::HeedInterruptAgain() {
+    while (NextEvent() != Event::kNone) {
+    }
+    interrupt_target = window_;
+}
+
 Event MessageWindow::Wait(std::optional<std::chrono::milliseconds> limit) {
     Event event = NextEvent();
     if (event != Event::kNone) return event;

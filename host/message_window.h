@@ -23,6 +23,9 @@ class MessageWindow {
 
     HWND handle() const { return window_; }
 
+    // After a Ctrl-C that was taken: the next one is an event again.
+    void HeedInterruptAgain();
+
     // Without a limit it sleeps until there is an event.
     Event Wait(std::optional<std::chrono::milliseconds> limit);
 

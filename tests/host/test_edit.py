@@ -346,5 +346,146 @@ class Drawn(Editing):
             terminal.close()
 
 
+class Sessions(Editing):
+    def setUp(self):
+        super().setUp()
+        self.sound = self.make_wave(seconds=1, rate=8000, channels=1)
+        self.old = wave_frames(self.sound)
+
+    def script(self, *lines, options=(), file=None):
+        result = subprocess.run(command("edit", file or self.sound, *options), input="\n".join(map(str, lines)).encode(),
+                                env={**self.env, "LC_ALL": "C"}, capture_output=True, timeout=60)
+        result.stdout, result.stderr = (text.decode().replace("\r\n", "\n") for text in (result.stdout, result.stderr))
+        return result
+
+    def test_clipboard_undo_and_redo(self):
+        a, b, c, d = (self.old[at * 4000:(at + 1) * 4000] for at in range(4))  # a quarter of a second each
+        quiet, silence = bytes(4000), bytes(992)
+        scripts = [(["cut 0.25 0.5", "paste end"], a + c + d + b), (["select 0.25 0.5", "cut", "undo"], a + b + c + d),
+                   (["cut 2000s 4000s", "undo", "redo", "paste"], a + b + c + d), (["copy 0.75", "paste 0", "clear 0.25 0.5"], d + b + c + d),
+                   (["select 0.5", "copy", "crop 0.25 500ms", "paste 0"], c + d + b), (["copy 0 0.25", "paste end", "cut", "paste 0"], a + a + b + c + d),
+                   (["mute 0.5 0.75", "trim 0.5 1", "undo"], a + b + quiet + d), (["mute 0.5 0.75 all", "select 0.5 1", "trim 0%", "mute"], a + b + quiet),
+                   (["select 0.25 0.5", "silence 1000b", "undo", "silence 0.124 2000s", "undo", "redo"], a + 2 * silence + b + c + d),
+                   (["silence 496s 0.25", "copy", "undo", "paste 0.25"], a + silence + b + c + d),
+                   (["crop 0.25 0.75", "clear 0.25", "undo", "undo", "redo", "redo"], b + c), (["select all", "clear", "undo", "quit", "clear"], a + b + c + d),
+                   (["# nothing", "", "  mute   0 '0.25'  # the first", 'clear "0.5" end'], quiet + b), (["mute right"], a + b + c + d)]
+        for lines, expected in scripts:
+            with self.subTest(lines):
+                out = self.folder / "copy.wav"
+                self.assert_result(self.script(*lines, options=["-o", out, "-y"]), 0)
+                self.assertEqual(wave_frames(out), expected)
+        self.assertEqual(wave_frames(self.sound), self.old)
+        self.assert_nothing_else(self.sound, out)
+        self.assert_result(self.script(f"save-as '{out}' -y", "clear 0.5"), 0)
+        self.assertEqual((wave_frames(out), wave_frames(self.sound)), (self.old, a + b))
+
+    def test_what_is_told(self):
+        told = self.script("info", "select 0.25 0.5", "cut", "paste 0", "info", "undo", "info", "select none", "help")
+        self.assert_result(told, 0)
+        for text in ("0:01.000 (8000 samples a channel), at 0:00.000\nclipboard empty, undo impossible, redo impossible",
+                     "0:00.750 (6000 samples a channel), at 0:00.250\n0:01.000 (8000 samples a channel), selected 0:00.000 to 0:00.250\n",
+                     "clipboard full, undo possible, redo impossible", "clipboard full, undo possible, redo possible", "save-as FILE [-y]"):
+            self.assertIn(text, told.stdout)
+        self.sound = self.make_wave(seconds=1, rate=8000, channels=1)
+        drawn = self.script("select 0.25 0.5", "draw", "draw 0 0.375", "select 0.5", "select 0.5 0.5", "draw").stdout.splitlines()
+        width = len(drawn[1])
+        self.assertAlmostEqual(drawn[11].find("["), width / 4, delta=1)
+        self.assertAlmostEqual(drawn[11].find("]"), width / 2, delta=1)
+        self.assertAlmostEqual(drawn[23].find("["), width * 2 / 3, delta=1)
+        self.assertEqual(drawn[23].find("]"), width - 1)
+        self.assertAlmostEqual(drawn[-2].find("^"), width / 2, delta=1)
+
+    def test_failures_end_a_script(self):
+        cases = [(["dance"], 1, "no such command"), (["select"], 1, "Say from when"), (["select 1 2 3"], 1, "no time"), (["clear x"], 1, "no time"),
+                 (["mute 0 1 loud"], 1, "no time"), (["silence"], 1, "how long"), (["silence end"], 1, "how long"), (["paste 0 1"], 1, "one time only"),
+                 (["save-as"], 1, "name of one file"), (["clear 'x"], 1, "quote"), (["select 0 1.1"], 2, "is 0:01.000 long"), (["clear"], 2, "Nothing is selected"),
+                 (["crop 2 3"], 2, "is 0:01.000 long"), (["paste"], 2, "nothing to paste"), (["undo"], 2, "no edit to take back"), (["redo"], 2, "no edit to take back"),
+                 (["clear 0 0"], 2, "Nothing is selected"), ([f"save-as {self.sound} -y"], 2, "is the file that is edited"), ([f"save-as {self.folder}"], 2, "folder")]
+        for lines, code, reason in cases:
+            with self.subTest(lines):
+                told = self.script("info", "", *lines, "clear 0 end")
+                self.assert_result(told, code, err=["tolvane: cannot ", reason, f"tolvane: the script stopped in line 3: {lines[0]}\n"])
+        self.assertEqual(wave_frames(self.sound), self.old)
+        law = self.folder / "law.wav"
+        subprocess.run(["sox", self.sound, "-e", "u-law", law], check=True)
+        for file, options, code, reason in ((law, [], 2, "compressed"), (self.folder / "none", [], 2, "No such file"), (self.sound, ["-o", law], 2, "exists already"),
+                                            (self.sound, ["-o", self.sound, "-y"], 2, "is the file that is edited")):
+            self.assert_result(self.script("clear 0", file=file, options=options), code, err=["tolvane: cannot ", reason])
+        self.assertEqual(wave_frames(self.sound), self.old)
+        self.assert_nothing_else(self.sound, law)
+
+    @unittest.skipUnless(NATIVE, "the virtual card takes the place of the system's services")
+    def test_playing(self):
+        heard = self.folder / "heard.wav"
+        for lines, first, last in ((["play"], 0, 8000), (["select 0.25 0.5", "play"], 2000, 4000), (["play 0.75"], 6000, 8000),
+                                   (["clear 0.25", "play", "play 0 0.125"], 0, 1000)):
+            self.assert_result(self.script(*lines, options=["--into", heard]), 0, out=["Playing "])
+            self.assertEqual(wave_frames(heard), self.old[first * 2:last * 2])
+
+
+@unittest.skipUnless(NATIVE, "the terminals and signals of Windows are not to be had under Wine")
+class SessionScreen(Editing):
+    def session(self, seconds=1, **more):
+        self.sound = write_wave(self.folder / "sound.wav", noise(1, rate=8000, channels=1) * seconds, rate=8000, channels=1)
+        self.old = wave_frames(self.sound)
+        terminal = Terminal("edit", self.sound, *more.get("options", ()), env={"TMPDIR": str(self.scratch), "LC_ALL": "C.UTF-8"})
+        self.addCleanup(terminal.close)
+        terminal.read_until("sound.wav> ")
+        return terminal
+
+    def type(self, terminal, text, expected):
+        terminal.press(text)
+        return terminal.read_until(expected)
+
+    def test_completion_history_and_giving_up(self):
+        terminal = self.session()
+        self.type(terminal, "sel\t0.25 0.5\r", "selected 0:00.250 to 0:00.500")
+        self.type(terminal, "c\t", "clear  copy  crop  cut")
+        self.type(terminal, "l\t\r", "0:00.750")
+        self.type(terminal, "undo\r", "0:01.000")
+        self.type(terminal, "nonsense\x03", "sound.wav> ")
+        self.type(terminal, "\x1b[A\x1b[A\r", "0:00.750")  # clear
+        self.type(terminal, "undo\r", "0:01.000")
+        self.type(terminal, "dance\r", "no such command")
+        self.type(terminal, f"save-as {self.folder}/sou\t", "nd.wav ")
+        self.type(terminal, "\r", "is the file that is edited")
+        terminal.press("\x04")
+        self.assertEqual(terminal.wait(), 0)
+        self.assertTrue(terminal.modes_restored())
+        self.assertEqual(wave_frames(self.sound), self.old)
+        self.assert_nothing_else(self.sound)
+
+    def test_ctrl_c_stops_edits_but_not_the_session(self):
+        terminal = self.session(seconds=4000)
+        before = self.sound.read_bytes()
+        for _ in range(3):
+            terminal.press("mute\r")
+            terminal.read_until("\n")
+            time.sleep(0.01)
+            terminal.process.send_signal(signal.SIGINT)
+            terminal.read_until("sound.wav> ", 20)
+            if "Stopped; " in terminal.output.decode():
+                break
+        self.assertIn(f"Stopped; {self.sound} is as it was.", terminal.output.decode())
+        self.assertEqual(self.sound.read_bytes(), before)
+        self.type(terminal, "info\r", "undo impossible")
+        terminal.press("quit\r")
+        self.assertEqual(terminal.wait(), 0)
+        self.assert_nothing_else(self.sound)
+
+    def test_playing_goes_on_while_one_types(self):
+        heard = self.folder / "heard.wav"
+        terminal = self.session(seconds=20, options=["--into", heard])
+        self.type(terminal, "play\r", "Playing 0:00.000 to 0:20.000")
+        self.type(terminal, "clear 0 1\r", "is being played")
+        terminal.read_for(0.7)
+        self.type(terminal, "stop\r", "sound.wav> ")
+        self.type(terminal, "clear 0 1\r", "0:19.000")
+        terminal.press("quit\r")
+        self.assertEqual(terminal.wait(), 0)
+        frames = wave_frames(heard)
+        self.assertTrue(0 < len(frames) < len(self.old) // 2 and self.old.startswith(frames), len(frames))
+
+
 if __name__ == "__main__":
     support.main()
