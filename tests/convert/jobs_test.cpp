@@ -165,8 +165,15 @@ TEST_F(ConversionJobs, StopAtAnyMoment) {
     std::mt19937 random(1);
     int cancelled = 0, short_ones = 0;
     const auto pause = [&] { std::this_thread::sleep_for(std::chrono::microseconds(random() % 1500)); };
+    // An aborted worker may go on for longer than it is waited for; the next round begins when it has gone.
+    const size_t threads = Resources::Now().threads;
+    const auto wait_for_workers = [&] {
+        while (Resources::Now().threads > threads)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    };
     Resources before;
     for (int i = 0; i < rounds; ++i) {
+        wait_for_workers();
         if (i == 50) before = Resources::Now();
         watchdog_.At(std::to_string(i));
         WriteFile(target_, old);
@@ -181,9 +188,9 @@ TEST_F(ConversionJobs, StopAtAnyMoment) {
         PcmConversion* conversion = ACMBeginConvertPCMEx(flipped.c_str(), target_.c_str(), &kPcmTarget);
         pause();
         ASSERT_EQ(AbortACMConversion(conversion), 0u);
+        wait_for_workers();
         const Bytes pcm = ReadAll(target_);
-        ASSERT_TRUE(pcm == now || pcm.size() >= 46);
-        if (pcm == now) continue;  // not yet in place: it took more than the time that is waited
+        ASSERT_GE(pcm.size(), 46u);
         const Bytes heard = Part(pcm, 46, pcm.size());
         ASSERT_EQ(Flipped(heard), Part(sound, 0, heard.size()));
         ASSERT_EQ(Part(pcm, 42, 46), Little(heard.size(), 4));
@@ -191,8 +198,6 @@ TEST_F(ConversionJobs, StopAtAnyMoment) {
     }
     EXPECT_GT(cancelled, 0);
     EXPECT_GT(short_ones, 0);
-    for (int i = 0; i < 1000 && PlatformOpenStreams(); ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
     const auto settled = [&] { return NothingLeaked(before, Resources::Now(), 65536); };
     for (int i = 0; i < 100 && !settled(); ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
