@@ -72,8 +72,9 @@ int RunSession(const SessionRequest& request) {
     const bool typed = _isatty(_fileno(stdin)) && _isatty(_fileno(stdout));
     const std::string& file = request.target.empty() ? request.file : request.target;
     SoundFormat sound;
-    if (const auto code = ReadSound(request.file, sound); code != TOLVANE_OK)
-        return ReportFileFailure("cannot edit", request.file, code);
+    uint16_t code = ReadSound(request.file, sound);
+    if (code == TOLVANE_OK && !sound.IsPcm()) code = TOLVANE_EDIT_NOT_PCM;
+    if (code != TOLVANE_OK) return ReportFileFailure("cannot edit", request.file, code);
     if (const int failed = PrepareSound(request)) return failed;
     if (!request.target.empty())
         if (const int failed = CopyWhole(request.file, request.target, request.yes)) return failed;

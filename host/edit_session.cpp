@@ -102,10 +102,8 @@ EditSession::~EditSession() {
 }
 
 int EditSession::Open() {
-    const auto code = ReadSound(file_, sound_);
-    if (code != TOLVANE_OK || !sound_.IsPcm())
-        return ReportFileFailure("cannot edit", file_,
-                                 code != TOLVANE_OK ? code : uint16_t{TOLVANE_EDIT_NOT_PCM});
+    if (const auto code = ReadSound(file_, sound_); code != TOLVANE_OK)
+        return ReportFileFailure("cannot edit", file_, code);
     selection_.end = std::min(selection_.end, sound_.data_size);
     selection_.begin = std::min(selection_.begin, selection_.end);
     return kExitDone;

@@ -22,7 +22,7 @@ class Editing(Case):
         super().setUp()
         self.scratch = self.folder / "scratch"
         self.scratch.mkdir()
-        self.env = {**os.environ, "TMPDIR": str(self.scratch)}
+        self.env = {**os.environ, **({"TMPDIR": str(self.scratch)} if NATIVE else {})}
         self.out = self.folder / "out.wav"
 
     def tolvane(self, *arguments, **more):
@@ -408,7 +408,7 @@ class Sessions(Editing):
         self.assertEqual(wave_frames(self.sound), self.old)
         law = self.folder / "law.wav"
         subprocess.run(["sox", self.sound, "-e", "u-law", law], check=True)
-        for file, options, code, reason in ((law, [], 2, "compressed"), (self.folder / "none", [], 2, "No such file"), (self.sound, ["-o", law], 2, "exists already"),
+        for file, options, code, reason in ((law, [], 2, "compressed"), (law, ["-o", self.out], 2, "compressed"), (self.folder / "none", [], 2, "No such file"), (self.sound, ["-o", law], 2, "exists already"),
                                             (self.sound, ["-o", self.sound, "-y"], 2, "is the file that is edited")):
             self.assert_result(self.script("clear 0", file=file, options=options), code, err=["tolvane: cannot ", reason])
         self.assertEqual(wave_frames(self.sound), self.old)
