@@ -311,6 +311,12 @@ class Drawn(Editing):
         short = write_wave(self.folder / "short.wav", struct.pack("<3h", 32767, 0, -32768), channels=1)
         lines = self.draw(short, "--width", 6, locale="C")
         self.assertEqual([line.rstrip() for line in lines[:10]], ["''", "", "", "", "  ..", "", "", "", "", "    .."])
+        picture = self.folder / "picture.png"
+        self.draw(short, "-o", picture, "--width", 3)
+        self.assertEqual([{row[x] for row in png_rows(picture.read_bytes())[:160]} - {0, 3} for x in range(3)], [{2}, {1}, {2}])
+        self.draw(path, "-o", picture, "-y", "--width", 600)
+        rows = png_rows(picture.read_bytes())
+        self.assertEqual([set(rows[168]), [x for x, dot in enumerate(rows[171]) if dot]], [{4}, [0, 100, 200, 300, 400, 500]])
         damaged = self.folder / "damaged.wav"
         damaged.write_bytes(path.read_bytes()[:44 + 8000 * 30])  # half of it
         whole = [row for line in self.draw(damaged, "--width", 30, locale="C")[:10] for row in ascii_dots(line)]
