@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <limits>
 
 namespace tolvane::host {
@@ -42,6 +43,10 @@ uint32_t MillisecondsOf(const SoundFormat& sound, Moment length) {
     const uint64_t rate = sound.BytesPerSecond();
     if (length.unit == Unit::kMilliseconds || rate == 0) return length.value;
     return static_cast<uint32_t>(std::min((Unbounded(sound, length) * 1000 + rate / 2) / rate, kLargest));
+}
+
+uint16_t HundredthsOf(double percent) {
+    return static_cast<uint16_t>(std::lround(percent * 100));
 }
 
 std::optional<uint32_t> ParseChannelMask(std::string_view text) {

@@ -28,6 +28,9 @@ uint32_t BytesAt(const SoundFormat& sound, const Place& place);
 // The whole milliseconds next to a length; the library counts silence so.
 uint32_t MillisecondsOf(const SoundFormat& sound, Moment length);
 
+// A level as the library takes it; `percent` is from 0 to 100.
+uint16_t HundredthsOf(double percent);
+
 constexpr uint32_t kAllChannels = 0xFFFFFFFF;
 
 // "left", "right", "all" or numbers (1,3) become one bit a channel; nothing when the text is none of them.

@@ -31,7 +31,7 @@ std::optional<uint16_t> ParseLevel(const std::string& word) {
     const double percent = std::strtod(word.c_str(), &end);
     if (end == word.c_str() || std::string_view(end) != "%" || !(percent >= 0 && percent <= 100))
         return std::nullopt;
-    return static_cast<uint16_t>(percent * 100 + 0.5);
+    return HundredthsOf(percent);
 }
 
 // What an edit takes besides times.

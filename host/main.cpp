@@ -52,10 +52,6 @@ std::string CheckChannels(const std::string& text) {
                                   : "'" + text + "' is no channel; there are left, right, all or numbers";
 }
 
-uint16_t HundredthsOf(double percent) {
-    return static_cast<uint16_t>(percent * 100 + 0.5);
-}
-
 CLI::Option* AddMoment(CLI::App* command, const char* name, std::optional<Moment>& moment, const char* help) {
     return command
         ->add_option_function<std::string>(

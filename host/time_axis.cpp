@@ -28,9 +28,11 @@ std::vector<TimeMark> TimeMarks(TimeSpan span, uint32_t length, uint32_t distanc
     const double cells = length / std::max(span.end_ms - span.begin_ms, 1e-6);  // a millisecond
     const auto* step = std::ranges::find_if(kSteps, [&](uint32_t one) { return one * cells >= distance; });
     if (step == std::end(kSteps)) return marks;
-    for (double time = std::ceil(span.begin_ms / *step) * *step; time < span.end_ms; time += *step)
-        marks.push_back({static_cast<uint32_t>((time - span.begin_ms) * cells),
-                         TimeText(static_cast<uint64_t>(time), DecimalsOf(*step))});
+    const auto first = static_cast<uint64_t>(std::ceil(span.begin_ms / *step)) * *step;
+    const auto end = static_cast<uint64_t>(std::ceil(span.end_ms));
+    for (uint64_t time = first; time < end; time += *step)
+        marks.push_back({static_cast<uint32_t>((static_cast<double>(time) - span.begin_ms) * cells),
+                         TimeText(time, DecimalsOf(*step))});
     return marks;
 }
 
