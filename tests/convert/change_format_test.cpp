@@ -224,7 +224,9 @@ TEST_F(ChangeOfFormat, RefusesWithACodeAndWritesNothing) {
         {"no target", good, "", kHalf, TOLVANE_OUTPUT_NOT_WRITTEN},
         {"overlong target", good, overlong, kHalf, TOLVANE_OUTPUT_NOT_WRITTEN},
         {"a target in no folder", good, folder_.Path("none/out.wav"), kHalf, TOLVANE_OUTPUT_NOT_WRITTEN},
-        {"a full disk, where there is one", good, "/dev/full", kHalf, TOLVANE_OUTPUT_NOT_WRITTEN},
+#ifndef _WIN32
+        {"a full disk", good, "/dev/full", kHalf, TOLVANE_OUTPUT_NOT_WRITTEN},
+#endif
         {"a folder as target", good, temp_.Path(), {44100, 1}, TOLVANE_OUTPUT_NOT_WRITTEN},
     };
     const Bytes source = ReadFile(good);

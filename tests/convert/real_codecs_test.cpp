@@ -68,6 +68,8 @@ exec > answers
 )";
 
 TEST_F(ToolsOfOthers, ReadWhatWeWrite) {
+    if (!AreOwnCodecs())
+        GTEST_SKIP() << "the system's IMA encoder leaves a reserved byte that other tools refuse";
     std::string script = kAsk;
     std::vector<std::pair<const Codec*, Format>> written;
     for (const Choice& choice : Choices())

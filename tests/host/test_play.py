@@ -62,7 +62,7 @@ class Heard(VirtualCard):
             told = self.play(law, *arguments, env={**os.environ, "TMPDIR": str(scratch)})
             self.assert_result(told, 0, out=["law.wav: CCITT u-Law, 22050 Hz, stereo", "0:01.0", "Played to the end."])
             self.assertEqual(wave_frames(self.heard), frames[start * 4:end * 4])
-            self.assertEqual(os.listdir(scratch), [])
+            self.assertEqual([name for name in os.listdir(scratch) if not name.startswith("wine-")], [])
 
     def test_a_file_that_was_cut_off_is_played_as_far_as_it_goes(self):
         path = self.make_wave(seconds=3)
