@@ -58,10 +58,13 @@ uint16_t JobScreen::Cancel(Job& job) {
 }
 
 uint16_t JobScreen::Follow(Job& job, const Attend& attend) {
-    for (milliseconds sleep = kShortestSleep; !job.IsOver(); sleep = std::min(2 * sleep, kLongestSleep)) {
+    const auto begin = Clock::now();
+    while (!job.IsOver()) {
         if (attend && !attend(job)) return Cancel(job);
         Show(job.Percent());
-        if (!Sleep(sleep)) return Cancel(job);
+        // The longer it takes, the less a little later matters.
+        const auto elapsed = std::chrono::duration_cast<milliseconds>(Clock::now() - begin);
+        if (!Sleep(std::clamp(elapsed / 16, kShortestSleep, kLongestSleep))) return Cancel(job);
     }
     ++jobs_done_;
     if (terminal_ && jobs_done_ >= jobs_) terminal_->Clear();

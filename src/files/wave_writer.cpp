@@ -49,8 +49,11 @@ bool WaveWriter::EndWave() {
     return mmioAscend(file_.Get(), &riff_, 0) == MMSYSERR_NOERROR;
 }
 
+// Not every system tells of a last write that fails when it closes a file.
 bool WaveWriter::Close() {
-    return !file_ || mmioClose(file_.Release(), 0) == MMSYSERR_NOERROR;
+    if (!file_) return true;
+    const bool flushed = mmioFlush(file_.Get(), 0) == MMSYSERR_NOERROR;
+    return mmioClose(file_.Release(), 0) == MMSYSERR_NOERROR && flushed;
 }
 
 bool WaveWriter::CreatePcm(const char* path, const WAVEFORMATEX& format) {

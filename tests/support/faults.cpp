@@ -83,6 +83,7 @@ constexpr Service kServices[] = {
     {"mmioClose", true},
     {"mmioCreateChunk"},
     {"mmioDescend"},
+    {"mmioFlush"},
     {"mmioOpenA"},
     {"mmioRead"},
     {"mmioSeek"},
