@@ -1,11 +1,13 @@
-// Copying a whole file: by the kernel where it can (it may share the blocks), otherwise in pieces. A copy
-// that fails leaves no half of itself behind. What stood in the destination is written over and then cut: its
-// pages in memory serve again.
+// Copying a whole file: by sharing its blocks where the file system can, otherwise in pieces, which is faster than the
+// kernel's own copying. A copy that fails leaves no half of itself behind. What stood in the destination is written
+// over and then cut: its pages in memory serve again.
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <linux/fs.h>
 #include <memory>
 #include <new>
+#include <sys/ioctl.h>
 
 #include "platform/kernel/error.h"
 #include "platform/kernel/file.h"
@@ -30,12 +32,14 @@ DWORD CheckDestination(const struct stat& source, const char* to) {
     return IsReadOnly(status) || !S_ISREG(status.st_mode) ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
 }
 
-// How far the kernel came; the rest is for the pieces.
-void CopyInKernel(int from, int to) {
-    ssize_t part;
-    do
-        part = copy_file_range(from, nullptr, to, nullptr, size_t{1} << 30, 0);
-    while (part > 0 || (part < 0 && errno == EINTR));
+// Where the file system can, both files have the same blocks until one of them is written.
+bool ShareBlocks(int from, int to) {
+    return ioctl(to, FICLONE, from) == 0;
+}
+
+// Room in one piece is written faster than room that grows; a file with holes keeps them out of the reckoning.
+void Reserve(int to, const struct stat& source) {
+    if (source.st_blocks * 512 >= source.st_size && source.st_size > 0) fallocate(to, 0, 0, source.st_size);
 }
 
 DWORD CopyInPieces(int from, int to) {
@@ -59,17 +63,18 @@ DWORD CopyProperties(int to, const struct stat& source) {
     return ERROR_SUCCESS;
 }
 
-DWORD CutBehind(int to) {
-    const off_t end = lseek(to, 0, SEEK_CUR);
+DWORD CutBehind(int to, off_t end) {
     struct stat status;
     if (end < 0 || fstat(to, &status) != 0) return ErrorOfErrno(errno);
     return status.st_size > end && ftruncate(to, end) != 0 ? ErrorOfErrno(errno) : ERROR_SUCCESS;
 }
 
 DWORD CopyContents(int from, UniqueFd& to, const struct stat& source) {
-    CopyInKernel(from, to.get());
-    DWORD error = CopyInPieces(from, to.get());
-    if (error == ERROR_SUCCESS) error = CutBehind(to.get());
+    const bool shared = ShareBlocks(from, to.get());
+    if (!shared) Reserve(to.get(), source);
+    DWORD error = shared ? ERROR_SUCCESS : CopyInPieces(from, to.get());
+    const off_t end = shared ? source.st_size : lseek(to.get(), 0, SEEK_CUR);
+    if (error == ERROR_SUCCESS) error = CutBehind(to.get(), end);
     if (error == ERROR_SUCCESS) error = CopyProperties(to.get(), source);
     return !to.Reset() && error == ERROR_SUCCESS ? ErrorOfErrno(errno) : error;
 }
