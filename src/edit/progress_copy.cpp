@@ -1,10 +1,12 @@
 #include "edit/progress_copy.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "edit/engine.h"
 #include "files/inspect.h"
 #include "files/wave_reader.h"
+#include "files/wave_writer.h"
 
 namespace tolvane {
 
@@ -13,14 +15,6 @@ namespace {
 constexpr uint32_t kAlignment = 32768;
 constexpr uint32_t kMostProgress = 50;  // of an edit, whose own copying follows
 constexpr uint32_t kWeight = 25;
-
-MmioFile OpenForWriting(const char* path) {
-    if (!IsUsablePath(path)) return MmioFile();
-    MMIOINFO info = {};
-    info.fccIOProc = FOURCC_DOS;
-    constexpr DWORD kMode = MMIO_CREATE | MMIO_WRITE | MMIO_EXCLUSIVE | MMIO_ALLOCBUF;
-    return MmioFile(mmioOpenA(const_cast<char*>(path), &info, kMode));
-}
 
 void Show(const JobControl& job, uint64_t copied, uint32_t whole) {
     if (job.progress)
@@ -53,7 +47,7 @@ bool CopyWithProgress(const char* from, const char* to, const JobControl& job) {
         if (got < length) break;
         copied += static_cast<uint32_t>(got);
     }
-    return mmioClose(target.Release(), 0) == MMSYSERR_NOERROR;
+    return CloseWritten(std::move(target));
 }
 
 }  // namespace tolvane

@@ -1,5 +1,7 @@
 #include "files/wave_writer.h"
 
+#include <utility>
+
 #include "files/wave_reader.h"
 #include "frame/text.h"
 
@@ -11,17 +13,27 @@ constexpr LONG kFileBufferSize = 65536;
 
 }  // namespace
 
-bool WaveWriter::Create(const char* path, Buffering buffering) {
-    if (!IsUsablePath(path)) return false;
+MmioFile OpenForWriting(const char* path) {
+    if (!IsUsablePath(path)) return MmioFile();
     // Named so, a '+' in the path does not make the system look for an I/O procedure.
     MMIOINFO info = {};
     info.fccIOProc = FOURCC_DOS;
     constexpr DWORD kMode = MMIO_CREATE | MMIO_WRITE | MMIO_EXCLUSIVE | MMIO_ALLOCBUF;
-    file_.Reset(mmioOpenA(const_cast<char*>(path), &info, kMode));
-    if (!file_) return false;
+    return MmioFile(mmioOpenA(const_cast<char*>(path), &info, kMode));
+}
+
+// Not every system tells of a last write that fails when it closes a file.
+bool CloseWritten(MmioFile file) {
+    if (!file) return true;
+    const bool flushed = mmioFlush(file.Get(), 0) == MMSYSERR_NOERROR;
+    return mmioClose(file.Release(), 0) == MMSYSERR_NOERROR && flushed;
+}
+
+bool WaveWriter::Create(const char* path, Buffering buffering) {
+    file_ = OpenForWriting(path);
     // Without it writing is only slower.
-    if (buffering == Buffering::kLarge) mmioSetBuffer(file_.Get(), nullptr, kFileBufferSize, 0);
-    return true;
+    if (file_ && buffering == Buffering::kLarge) mmioSetBuffer(file_.Get(), nullptr, kFileBufferSize, 0);
+    return static_cast<bool>(file_);
 }
 
 bool WaveWriter::BeginWave() {
@@ -49,11 +61,8 @@ bool WaveWriter::EndWave() {
     return mmioAscend(file_.Get(), &riff_, 0) == MMSYSERR_NOERROR;
 }
 
-// Not every system tells of a last write that fails when it closes a file.
 bool WaveWriter::Close() {
-    if (!file_) return true;
-    const bool flushed = mmioFlush(file_.Get(), 0) == MMSYSERR_NOERROR;
-    return mmioClose(file_.Release(), 0) == MMSYSERR_NOERROR && flushed;
+    return CloseWritten(std::move(file_));
 }
 
 bool WaveWriter::CreatePcm(const char* path, const WAVEFORMATEX& format) {

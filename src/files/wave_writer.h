@@ -9,6 +9,12 @@
 
 namespace tolvane {
 
+// Creates a file, or empties it, buffered by the system; none where the path is unusable.
+MmioFile OpenForWriting(const char* path);
+
+// False also when something written before does not reach the file.
+bool CloseWritten(MmioFile file);
+
 // A wave file being written. The steps are called in the order below; each is false when the disk refuses it.
 class WaveWriter {
   public:

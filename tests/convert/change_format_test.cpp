@@ -19,11 +19,6 @@ namespace {
 
 using ::testing::AnyOf;
 
-Bytes ReadFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(file), {});
-}
-
 int SampleAt(const Bytes& data, size_t i, uint16_t bits) {
     if (bits == 8) return data[i] - 128;
     return static_cast<int16_t>(data[2 * i] | data[2 * i + 1] << 8);
@@ -105,7 +100,7 @@ class ChangeOfFormat : public ::testing::Test {
 
     Bytes Changed(const Format& from, const Bytes& data, const Format& to) {
         EXPECT_EQ(Change(folder_.Write("in.wav", WaveFile(from, data)), target_, to), TOLVANE_OK);
-        return ReadFile(target_);
+        return ReadAll(target_);
     }
 
     TempFolder folder_, temp_;
@@ -162,16 +157,16 @@ TEST_F(ChangeOfFormat, EqualsItsModel) {
         SCOPED_TRACE(::testing::Message() << "case " << i << ": " << from.rate << "/" << from.channels << "/"
                                           << from.bits << " to " << to.rate << "/" << to.channels << "/"
                                           << to.bits << ", " << data.size() << " bytes");
-        const Bytes source = ReadFile(in), expected = Model(data, from, to);
+        const Bytes source = ReadAll(in), expected = Model(data, from, to);
         const uint16_t result = Change(in, target_, to, pick(2));
-        ASSERT_EQ(ReadFile(in), source);
+        ASSERT_EQ(ReadAll(in), source);
         if (from.rate == to.rate && from.channels == to.channels && from.bits == to.bits) {
             ASSERT_EQ(result, TOLVANE_SAME_FORMAT);
         } else if (expected.empty()) {
             ASSERT_THAT(result, AnyOf(TOLVANE_OK, TOLVANE_INPUT_EMPTY)) << "not one whole frame";
         } else {
             ASSERT_EQ(result, TOLVANE_OK);
-            ASSERT_EQ(ReadFile(target_), WrittenWave(to, expected));
+            ASSERT_EQ(ReadAll(target_), WrittenWave(to, expected));
         }
     }
 }
@@ -229,11 +224,11 @@ TEST_F(ChangeOfFormat, RefusesWithACodeAndWritesNothing) {
 #endif
         {"a folder as target", good, temp_.Path(), {44100, 1}, TOLVANE_OUTPUT_NOT_WRITTEN},
     };
-    const Bytes source = ReadFile(good);
+    const Bytes source = ReadAll(good);
     for (const auto& c : cases) {
         for (bool as_job : {false, true})
             EXPECT_EQ(Change(c.file, c.target, c.to, as_job), c.code) << c.what << (as_job ? ", job" : "");
-        EXPECT_EQ(ReadFile(good), source) << c.what;
+        EXPECT_EQ(ReadAll(good), source) << c.what;
         EXPECT_FALSE(std::filesystem::exists(target_)) << c.what;
     }
     EXPECT_EQ(AudioChangeFormat(nullptr, nullptr, 22050, 16, 2, nullptr, 1), TOLVANE_NO_PATH);
@@ -245,7 +240,7 @@ TEST_F(ChangeOfFormat, RefusesWithACodeAndWritesNothing) {
 
 TEST_F(ChangeOfFormat, SparesItsSourceBehindLinks) {
     const std::string in = folder_.Write("in.wav", WaveFile(kCd, Pattern(400)));
-    const Bytes source = ReadFile(in);
+    const Bytes source = ReadAll(in);
     std::error_code refused;
     std::filesystem::create_hard_link(in, folder_.Path("hard.wav"), refused);
     if (!refused) {
@@ -255,7 +250,7 @@ TEST_F(ChangeOfFormat, SparesItsSourceBehindLinks) {
     if (!refused) {
         EXPECT_EQ(Change(in, folder_.Path("soft.wav"), {44100, 1}), TOLVANE_OUTPUT_NOT_WRITTEN);
     }
-    EXPECT_EQ(ReadFile(in), source);
+    EXPECT_EQ(ReadAll(in), source);
 }
 
 TEST_F(ChangeOfFormat, ReplacesWhatStoodThereAndReadsWhatMayOnlyBeRead) {
@@ -267,7 +262,7 @@ TEST_F(ChangeOfFormat, ReplacesWhatStoodThereAndReadsWhatMayOnlyBeRead) {
     constexpr auto kWrite = perms::owner_write | perms::group_write | perms::others_write;
     std::filesystem::permissions(in, kWrite, std::filesystem::perm_options::remove);
     EXPECT_EQ(Change(in, target_, to), TOLVANE_OK);
-    EXPECT_EQ(ReadFile(target_), WrittenWave(to, Model(data, kCd, to)));
+    EXPECT_EQ(ReadAll(target_), WrittenWave(to, Model(data, kCd, to)));
     EXPECT_NE(std::filesystem::status(target_).permissions() & kWrite, perms::none);
     std::filesystem::permissions(in, perms::owner_write, std::filesystem::perm_options::add);
 }
@@ -277,7 +272,7 @@ TEST_F(ChangeOfFormat, TakesTheCurrentFileWhereNoneIsNamed) {
     const std::string in = folder_.Write("in.wav", WaveFile(kCd, data));
     AudioLoadFile(in.c_str());
     EXPECT_EQ(Change("", target_, kHalf), TOLVANE_OK);
-    EXPECT_EQ(ReadFile(target_), WrittenWave(kHalf, RateModel(data, kCd, 22050)));
+    EXPECT_EQ(ReadAll(target_), WrittenWave(kHalf, RateModel(data, kCd, 22050)));
     AudioPlayWave(folder_.Path("none.wav").c_str(), 0, 0, 0, 1, 0);
 }
 
@@ -287,13 +282,13 @@ TEST_F(ChangeOfFormat, EndsWhereTheSoundBreaksOff) {
     const std::string in = folder_.Write("in.wav", whole);
     for (bool as_job : {false, true}) {
         EXPECT_EQ(Change(in, target_, kHalf, as_job), TOLVANE_OUTPUT_NOT_WRITTEN);
-        EXPECT_EQ(ReadFile(target_), WrittenWave(kHalf, RateModel(data, kCd, 22050))) << "what there was";
+        EXPECT_EQ(ReadAll(target_), WrittenWave(kHalf, RateModel(data, kCd, 22050))) << "what there was";
     }
     EXPECT_EQ(
         Change(folder_.Write("in.wav", Riff(Chunk("fmt ", FormatRecord(kCd)) + Chunk("data", data, 30'000))),
                target_, {44100, 2, 8}),
         TOLVANE_OUTPUT_NOT_WRITTEN);
-    EXPECT_EQ(ReadFile(target_), ReadFile(in)) << "a copy of the file";
+    EXPECT_EQ(ReadAll(target_), ReadAll(in)) << "a copy of the file";
 }
 
 TEST_F(ChangeOfFormat, ShowsItsProgressInEqualParts) {
@@ -328,7 +323,7 @@ TEST_F(ChangeOfFormat, LeavesAWaveFileWhenCancelled) {
         const uint16_t reason = FinishJob(job);
         ASSERT_THAT(reason, AnyOf(TOLVANE_OK, TOLVANE_CANCELLED));
         cancelled += reason == TOLVANE_CANCELLED;
-        const Bytes left = ReadFile(target_);
+        const Bytes left = ReadAll(target_);
         ASSERT_GE(left.size(), 46u);
         ASSERT_EQ(left, WrittenWave(kHalf, Part(whole, 0, left.size() - 46)));
         ASSERT_TRUE(reason == TOLVANE_CANCELLED || left.size() == whole.size() + 46);
@@ -358,13 +353,13 @@ TEST_F(ChangeOfFormat, SurvivesEachFailingCall) {
     const Format to{22050, 1, 8};
     const Bytes data = Pattern(9'000), expected = WrittenWave(to, Model(data, kCd, to));
     const std::string in = folder_.Write("in.wav", WaveFile(kCd, data));
-    const Bytes source = ReadFile(in);
+    const Bytes source = ReadAll(in);
     for (bool as_job : {false, true}) {
         uint16_t result = 0;
         const auto check = [&] {
             EXPECT_THAT(result, AnyOf(0, 102, 318, 350, 351, 352, 353, 355, 357, 358));
-            EXPECT_EQ(ReadFile(in), source);
-            EXPECT_TRUE(result != TOLVANE_OK || ReadFile(target_) == expected);
+            EXPECT_EQ(ReadAll(in), source);
+            EXPECT_TRUE(result != TOLVANE_OK || ReadAll(target_) == expected);
             for (const std::string& name : temp_.Names())
                 if (std::find(scratch_.begin(), scratch_.end(), name) == scratch_.end()) {
                     EXPECT_EQ(result, TOLVANE_OK) << name;

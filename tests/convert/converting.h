@@ -21,11 +21,6 @@ namespace tolvane::test {
 inline constexpr uint32_t kNoTag = 0xFFFFFFFF;
 inline constexpr WAVEFORMATEX kPcmTarget{1, 1, 8000, 8000, 1, 8, 0};
 
-inline Bytes ReadAll(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 class Converting : public testing::Test {
   protected:
     void SetUp() override {

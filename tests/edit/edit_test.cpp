@@ -22,11 +22,6 @@ namespace {
 constexpr Format kStereo{44100, 2, 16};
 constexpr Format kMono{8000, 1, 8};
 
-Bytes ReadAll(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 class Editing : public testing::Test {
   protected:
     void SetUp() override {

@@ -28,11 +28,6 @@ namespace {
 
 using Kind = EditStep::Kind;
 
-Bytes ReadAll(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 // The files of the program in memory: only their sound, since nothing else is in them.
 class Model {
   public:

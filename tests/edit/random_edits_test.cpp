@@ -20,11 +20,6 @@
 namespace tolvane::test {
 namespace {
 
-Bytes ReadAll(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 // A wave file in memory: the chunks before the sound, the sound, and what follows it.
 struct Sound {
     Format format;

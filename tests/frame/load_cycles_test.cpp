@@ -141,10 +141,6 @@ class JobCycles : public LoadCycles {
         }
     }
     std::string Path(int job) const { return targets_.Path(std::to_string(job) + ".wav"); }
-    static Bytes ReadAll(const std::string& path) {
-        std::ifstream file(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
     // Absent, or a form as long as it says.
     static bool IsWholeOrAbsent(const Bytes& file) {
         return file.empty() || file == Riff(Part(file, 12, file.size()));

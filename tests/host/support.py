@@ -77,6 +77,24 @@ class Case(unittest.TestCase):
             self.assertEqual(result.stderr, "", told)
 
 
+class ScratchCase(Case):
+    """With a temp folder of the program's own, in which it leaves nothing."""
+
+    def setUp(self):
+        super().setUp()
+        self.scratch = self.folder / "scratch"
+        self.scratch.mkdir()
+        self.env = {**os.environ, **({"TMPDIR": str(self.scratch)} if NATIVE else {})}
+
+    def tolvane(self, *arguments, **more):
+        return run(*arguments, env=self.env, **more)
+
+    def assert_nothing_else(self, *files):
+        """The folder holds these files and no other."""
+        self.assertEqual(sorted(os.listdir(self.folder)), sorted(["scratch", *(file.name for file in files)]))
+        self.assertEqual([name for name in os.listdir(self.scratch) if not name.startswith("wine-")], [])
+
+
 class Terminal:
     """The program in a terminal of its own: what it writes, keys for it, and the modes it leaves behind."""
 

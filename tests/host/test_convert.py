@@ -11,7 +11,7 @@ import time
 import unittest
 
 import support
-from support import NATIVE, Case, Terminal, command, noise, run, wave_frames, write_wave
+from support import NATIVE, ScratchCase, Terminal, command, noise, run, wave_frames, write_wave
 
 ESCAPES = re.compile(r"\x1b\[[0-9;]*[A-Za-z]")
 CODECS = {"ima": "adpcm_ima_wav", "MS-ADPCM": "adpcm_ms", "alaw": "pcm_alaw", "Mu-Law": "pcm_mulaw", "gsm": "gsm_ms",
@@ -33,21 +33,10 @@ def decoded_frames(path, codec, channels):
     return len(subprocess.run(tool, capture_output=True, check=True).stdout) // (2 * channels)
 
 
-class Converting(Case):
+class Converting(ScratchCase):
     def setUp(self):
         super().setUp()
-        self.scratch = self.folder / "scratch"
-        self.scratch.mkdir()
-        self.env = {**os.environ, **({"TMPDIR": str(self.scratch)} if NATIVE else {})}
         self.target = self.folder / "target.wav"
-
-    def tolvane(self, *arguments):
-        return run(*arguments, env=self.env)
-
-    def assert_nothing_else(self, *files):
-        """The folder holds these files and no other."""
-        self.assertEqual(sorted(os.listdir(self.folder)), sorted(["scratch", *(file.name for file in files)]))
-        self.assertEqual([name for name in os.listdir(self.scratch) if not name.startswith("wine-")], [])
 
     def long_wave(self, seconds, name="long.wav"):
         return write_wave(self.folder / name, noise(1) * seconds)

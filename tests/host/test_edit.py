@@ -12,21 +12,15 @@ import unittest
 import zlib
 
 import support
-from support import NATIVE, Case, Terminal, command, noise, run, wave_frames, write_wave
+from support import NATIVE, ScratchCase, Terminal, command, noise, run, wave_frames, write_wave
 
 FRAME = 4
 
 
-class Editing(Case):
+class Editing(ScratchCase):
     def setUp(self):
         super().setUp()
-        self.scratch = self.folder / "scratch"
-        self.scratch.mkdir()
-        self.env = {**os.environ, **({"TMPDIR": str(self.scratch)} if NATIVE else {})}
         self.out = self.folder / "out.wav"
-
-    def tolvane(self, *arguments, **more):
-        return run(*arguments, env=self.env, **more)
 
     def edited(self, *arguments, **more):
         """What the command makes of a file, written to another; the file stays."""
@@ -35,10 +29,6 @@ class Editing(Case):
                            out=[f"{self.out}: PCM"])
         self.assertEqual(self.sound.read_bytes(), before)
         return wave_frames(self.out)
-
-    def assert_nothing_else(self, *files):
-        self.assertEqual(sorted(os.listdir(self.folder)), sorted(["scratch", *(file.name for file in files)]))
-        self.assertEqual([name for name in os.listdir(self.scratch) if not name.startswith("wine-")], [])
 
 
 def muted(frames, first, last, channels, bits=16, of=2):

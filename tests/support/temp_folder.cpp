@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <random>
 
 #include <gtest/gtest.h>
@@ -49,6 +50,11 @@ void WriteFile(const std::string& path, const Bytes& content) {
     std::ofstream out(path, std::ios::binary);
     out.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
     ASSERT_TRUE(out.flush()) << path;
+}
+
+Bytes ReadAll(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 }  // namespace tolvane::test

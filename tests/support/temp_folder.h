@@ -29,5 +29,6 @@ class TempFolder {
 
 std::vector<std::string> NamesIn(const std::string& folder);
 void WriteFile(const std::string& path, const Bytes& content);
+Bytes ReadAll(const std::string& path);  // empty where there is no file
 
 }  // namespace tolvane::test
