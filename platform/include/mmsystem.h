@@ -208,6 +208,16 @@ MMRESULT WINAPI waveOutMessage(HWAVEOUT handle, UINT message, DWORD_PTR first, D
 UINT WINAPI waveInGetNumDevs(void);
 MMRESULT WINAPI waveInGetDevCapsA(UINT_PTR device, LPWAVEINCAPSA caps, UINT size);
 MMRESULT WINAPI waveInMessage(HWAVEIN handle, UINT message, DWORD_PTR first, DWORD_PTR second);
+MMRESULT WINAPI waveInOpen(LPHWAVEIN handle, UINT device, LPCWAVEFORMATEX format, DWORD_PTR callback,
+                           DWORD_PTR instance, DWORD flags);
+MMRESULT WINAPI waveInClose(HWAVEIN handle);
+MMRESULT WINAPI waveInPrepareHeader(HWAVEIN handle, LPWAVEHDR header, UINT size);
+MMRESULT WINAPI waveInUnprepareHeader(HWAVEIN handle, LPWAVEHDR header, UINT size);
+MMRESULT WINAPI waveInAddBuffer(HWAVEIN handle, LPWAVEHDR header, UINT size);
+MMRESULT WINAPI waveInStart(HWAVEIN handle);
+MMRESULT WINAPI waveInStop(HWAVEIN handle);
+MMRESULT WINAPI waveInReset(HWAVEIN handle);
+MMRESULT WINAPI waveInGetPosition(HWAVEIN handle, LPMMTIME time, UINT size);
 
 #pragma pack(pop)
 

@@ -100,6 +100,35 @@ typedef struct PlatformVirtualState {
 } PlatformVirtualState;
 int PlatformVirtualGetState(uint32_t output, PlatformVirtualState* state);
 
+/* ---- What the virtual card's inputs hear ---- */
+
+/* What an input hears from now on, in the format it is opened with: first the bytes fed to it, in order, then the
+ * sound of its wave file, then its tone; where there is none, silence. Only time that a started device records is
+ * taken from it. PlatformVirtualReset and PlatformVirtualSetInputs take all of it back. */
+int PlatformVirtualFeed(uint32_t input, const void* bytes, size_t size);
+/* Bytes fed that were not recorded yet. */
+size_t PlatformVirtualUnheard(uint32_t input);
+/* The sound of a PCM wave file in the device's own format, once; null ends that. 0 where it cannot be read. */
+int PlatformVirtualRecordFrom(uint32_t input, const char* wave_path);
+/* A sine of `hertz` (0: none) and `percent` of full scale on every channel, without end. */
+int PlatformVirtualTone(uint32_t input, uint32_t hertz, uint32_t percent);
+
+/* Moves the clock of an open input as PlatformVirtualAdvance does that of an output: it stops at the end of each buffer
+ * until the thread that was told has dealt with it. Returns the frames recorded: a device that was not started or
+ * has no buffer records nothing. */
+uint32_t PlatformVirtualAdvanceInput(uint32_t input, uint32_t frames);
+
+/* The next buffer that comes back full (`skip` buffers later) says that it holds `bytes` bytes, whatever it holds. */
+int PlatformVirtualMisreport(uint32_t input, uint32_t skip, uint32_t bytes);
+
+/* The device vanishes while it is open: what it holds comes back, and every call on it fails with MMSYSERR_NODRIVER
+ * until it is opened again. */
+int PlatformVirtualUnplugInput(uint32_t input);
+
+uint32_t PlatformVirtualInputQueued(uint32_t input, uint32_t* lengths, uint32_t count);
+/* `paused`: open but not started. */
+int PlatformVirtualGetInputState(uint32_t input, PlatformVirtualState* state);
+
 #ifdef __cplusplus
 }
 #endif

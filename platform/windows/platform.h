@@ -81,4 +81,32 @@ static inline int PlatformVirtualGetState(uint32_t o, PlatformVirtualState* stat
     return (void)o, (void)state, 0;
 }
 
+static inline int PlatformVirtualFeed(uint32_t i, const void* b, size_t n) {
+    return (void)i, (void)b, (void)n, 0;
+}
+static inline size_t PlatformVirtualUnheard(uint32_t i) {
+    return (void)i, (size_t)0;
+}
+static inline int PlatformVirtualRecordFrom(uint32_t i, const char* path) {
+    return (void)i, (void)path, 0;
+}
+static inline int PlatformVirtualTone(uint32_t i, uint32_t hertz, uint32_t percent) {
+    return (void)i, (void)hertz, (void)percent, 0;
+}
+static inline uint32_t PlatformVirtualAdvanceInput(uint32_t i, uint32_t frames) {
+    return (void)i, (void)frames, 0u;
+}
+static inline int PlatformVirtualMisreport(uint32_t i, uint32_t skip, uint32_t bytes) {
+    return (void)i, (void)skip, (void)bytes, 0;
+}
+static inline int PlatformVirtualUnplugInput(uint32_t i) {
+    return (void)i, 0;
+}
+static inline uint32_t PlatformVirtualInputQueued(uint32_t i, uint32_t* lengths, uint32_t n) {
+    return (void)i, (void)lengths, (void)n, 0u;
+}
+static inline int PlatformVirtualGetInputState(uint32_t i, PlatformVirtualState* state) {
+    return (void)i, (void)state, 0;
+}
+
 #endif
