@@ -35,8 +35,7 @@ uint16_t Perform(const Request& request) {
         return AudioCutInFile(file, begin, end, kUnit, nullptr, kWait, request.Text(4), nullptr);
     if (name == "copy") return AudioCopyInFile(file, begin, end, kUnit, nullptr, kWait, request.Text(4));
     if (name == "mute") return AudioEditMute(file, begin, end, kUnit, nullptr, kWait, kLeft, nullptr);
-    if (name == "paste")
-        return AudioPasteEx(file, begin, kUnit, nullptr, kWait, request.Text(3), nullptr);
+    if (name == "paste") return AudioPasteEx(file, begin, kUnit, nullptr, kWait, request.Text(3), nullptr);
     if (name == "silence") return AudioInsertSilence(file, begin, kUnit, nullptr, kWait, end * 1000, nullptr);
     if (name == "trim") return AudioEditTrimSilence(file, 0, begin, kUnit, nullptr, kWait, 0, nullptr);
     return UINT16_MAX;

@@ -134,13 +134,30 @@ DWORD ReplaceAcross(const char* replacement, const char* real) {
     return unlink(replacement) == 0 ? ERROR_SUCCESS : ErrorOfErrno(errno);
 }
 
-DWORD Replace(const char* replaced, const char* replacement) {
+// The two change places in one step; then what was replaced becomes the backup. It may be read by nobody who may not
+// read the file that was the backup before.
+DWORD ReplaceAndKeep(const char* replacement, const char* real, const char* backup) {
+    struct stat before, old;
+    const bool replaces_backup = stat(backup, &before) == 0;
+    if (renameat2(AT_FDCWD, replacement, AT_FDCWD, real, RENAME_EXCHANGE) != 0)
+        return ErrorOfName(errno, replacement);
+    if (replaces_backup && stat(replacement, &old) == 0)
+        chmod(replacement, old.st_mode & before.st_mode & 0777);
+    if (rename(replacement, backup) == 0) return ERROR_SUCCESS;
+    const DWORD error = ErrorOfName(errno, backup);
+    if (renameat2(AT_FDCWD, replacement, AT_FDCWD, real, RENAME_EXCHANGE) == 0)
+        chmod(real, old.st_mode & 0777);
+    return error;
+}
+
+DWORD Replace(const char* replaced, const char* replacement, const char* backup) {
     struct stat old;
     if (const DWORD wrong = CheckName(replacement)) return wrong;
     if (const DWORD error = StatusToReplace(replaced, old)) return error;
     char real[PATH_MAX];
     if (!realpath(replaced, real)) return ErrorOfName(errno, replaced);
     if (const DWORD error = TakeOverRights(replacement, old)) return error;
+    if (backup) return ReplaceAndKeep(replacement, real, backup);
     if (rename(replacement, real) == 0) return ERROR_SUCCESS;
     return errno == EXDEV ? ReplaceAcross(replacement, real) : ErrorOfName(errno, replacement);
 }
@@ -227,7 +244,7 @@ BOOL WINAPI CopyFileA(LPCSTR from, LPCSTR to, BOOL fail_if_exists) {
 
 BOOL WINAPI ReplaceFileA(LPCSTR replaced, LPCSTR replacement, LPCSTR backup, DWORD, LPVOID, LPVOID) {
     if (FaultStrikes("ReplaceFileA", ERROR_ACCESS_DENIED)) return FALSE;
-    return Answer(backup ? ERROR_INVALID_PARAMETER : Replace(replaced, replacement));
+    return Answer(Replace(replaced, replacement, backup));
 }
 
 BOOL WINAPI CreateDirectoryA(LPCSTR name, LPSECURITY_ATTRIBUTES) {

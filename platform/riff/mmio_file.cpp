@@ -5,11 +5,18 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <utility>
 
 namespace tolvane::platform {
 
 namespace {
+
+// Room is reserved for files that are no longer small: a part of what they have already, which is given back.
+constexpr int64_t kReserveFrom = 1 << 20;
+constexpr int64_t kMostReserve = 64 << 20;
+constexpr int64_t kReservePart = 2;
 
 ssize_t ReadAt(int fd, char* bytes, size_t size, int64_t offset) {
     ssize_t got;
@@ -19,22 +26,42 @@ ssize_t ReadAt(int fd, char* bytes, size_t size, int64_t offset) {
     return got;
 }
 
+}  // namespace
+
+MmioFile::~MmioFile() {
+    GiveBackReserve();
+    DropBuffer();
+}
+
+// Room in large pieces is written faster than room that grows by the block, and a file that has all of its room need
+// not be sent to the disk in the moment in which it takes another's place. Where none is to be had, growing may still
+// do.
+void MmioFile::Reserve(int64_t end) {
+    if (end <= reserved_ || end < kReserveFrom) return;
+    const int64_t step = std::clamp(end / kReservePart, kReserveFrom, kMostReserve);
+    const int64_t from = reserved_;
+    const bool done = fallocate(fd_.get(), FALLOC_FL_KEEP_SIZE, from, end + step - from) == 0;
+    reserved_ = done ? end + step : kLastOffset + 1;
+}
+
+bool MmioFile::GiveBackReserve() {
+    struct stat status;
+    if (std::exchange(reserved_, 0) == 0 || !fd_) return true;
+    return fstat(fd_.get(), &status) == 0 && ftruncate(fd_.get(), status.st_size) == 0;
+}
+
 // How much of it reached the file.
-LONG WriteAt(int fd, const char* bytes, LONG size, int64_t offset) {
+LONG MmioFile::WriteAt(const char* bytes, LONG size, int64_t offset) {
+    Reserve(offset + size);
     LONG done = 0;
     while (done < size) {
-        const ssize_t part = pwrite(fd, bytes + done, static_cast<size_t>(size - done), offset + done);
+        const ssize_t part = pwrite(fd_.get(), bytes + done, static_cast<size_t>(size - done), offset + done);
         if (part < 0 && errno == EINTR) continue;
         if (part <= 0) break;
         done += static_cast<LONG>(part);
     }
+    end_ = std::max(end_, offset + done);
     return done;
-}
-
-}  // namespace
-
-MmioFile::~MmioFile() {
-    DropBuffer();
 }
 
 void MmioFile::DropBuffer() {
@@ -85,7 +112,7 @@ LONG MmioFile::Read(void* bytes, LONG size) {
 // As much as ends on a multiple of the buffer's size.
 LONG MmioFile::WriteDirectly(const char* bytes, LONG size) {
     const auto rest = capacity_ ? static_cast<LONG>((position_ + size) % capacity_) : 0;
-    return Empty() ? WriteAt(fd_.get(), bytes, size - rest, position_) : 0;
+    return Empty() ? WriteAt(bytes, size - rest, position_) : 0;
 }
 
 // Bytes not yet written stand in one piece: what neither goes on in it nor lies inside it begins the buffer
@@ -120,7 +147,7 @@ LONG MmioFile::Write(const void* bytes, LONG size) {
 
 // Bytes that the disk did not take are given up: trying them again and again would help nobody.
 bool MmioFile::Empty() {
-    const bool lost = dirty_ && WriteAt(fd_.get(), buffer_, filled_, start_) != filled_;
+    const bool lost = dirty_ && WriteAt(buffer_, filled_, start_) != filled_;
     dirty_ = false;
     filled_ = 0;
     return !lost;
@@ -162,7 +189,7 @@ MMRESULT MmioFile::Flush(bool empty) {
 }
 
 MMRESULT MmioFile::Close() {
-    const bool kept = Empty();
+    const bool kept = Empty() && GiveBackReserve();
     return fd_.Reset() && kept ? 0 : MMIOERR_CANNOTWRITE;
 }
 

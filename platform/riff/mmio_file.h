@@ -50,6 +50,9 @@ class MmioFile final : public Object {
     LONG WriteDirectly(const char* bytes, LONG size);
     bool Empty();
     void DropBuffer();
+    LONG WriteAt(const char* bytes, LONG size, int64_t offset);
+    void Reserve(int64_t end);
+    bool GiveBackReserve();
 
     UniqueFd fd_;
     const DWORD flags_;
@@ -60,6 +63,8 @@ class MmioFile final : public Object {
     int64_t start_ = 0;  // where in the file the buffer's first byte lies
     LONG filled_ = 0;
     bool dirty_ = false;
+    int64_t reserved_ = 0;  // room on the disk up to there was asked for
+    int64_t end_ = 0;       // of what was written
 };
 
 }  // namespace tolvane::platform

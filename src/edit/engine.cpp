@@ -38,7 +38,7 @@ class Engine {
 
   private:
     uint16_t Measure();
-    uint16_t MakeUndoCopy();
+    uint16_t MakeUndoCopy(const JobControl& job);
     uint16_t Produce();
     uint16_t OpenSource();
     uint16_t OpenOutputs();
@@ -49,6 +49,7 @@ class Engine {
     bool ReadBlock(const Piece& piece, DWORD at, DWORD length);
     uint16_t FinishOutputs();
     uint16_t PutInPlace();
+    uint16_t PutInPlaceOf(const char* destination);
     void RemoveOutputs();
     uint8_t* Block() const { return static_cast<uint8_t*>(edit_.block.Data()); }
     const char* WorkFile() const { return edit_.scratch.Name(ScratchFile::kEditWork); }
@@ -56,7 +57,8 @@ class Engine {
 
     const EditOperation& operation_;
     Edit edit_;
-    const bool undo_ = IsUndoOn();
+    const bool undo_ = operation_.modifies && IsUndoOn();
+    bool old_is_kept_ = false;  // the file itself becomes the undo file, so that nothing is copied for it
     const char* read_from_ = edit_.request.file;
     Output result_, taken_;
     Replacement taken_file_;
@@ -79,9 +81,9 @@ uint16_t Engine::Measure() {
     return TOLVANE_OK;
 }
 
-uint16_t Engine::MakeUndoCopy() {
-    if (!operation_.modifies || !undo_) return TOLVANE_OK;
-    const bool copied = CopyWithProgress(edit_.request.file, UndoFile(), edit_.job);
+uint16_t Engine::MakeUndoCopy(const JobControl& job) {
+    if (!undo_ || old_is_kept_) return TOLVANE_OK;
+    const bool copied = CopyWithProgress(edit_.request.file, UndoFile(), job);
     if (!copied) return DeleteFileA(UndoFile()), TOLVANE_NO_UNDO_COPY;
     read_from_ = UndoFile();
     return TOLVANE_OK;
@@ -196,7 +198,15 @@ uint16_t Engine::PutInPlace() {
     if (operation_.taken && !taken_file_.Commit()) return TOLVANE_EDIT_NOT_WRITTEN;
     if (!operation_.modifies) return TOLVANE_OK;
     const EditJob& request = edit_.request;
-    const char* destination = *request.second_file ? request.second_file : request.file;
+    return PutInPlaceOf(*request.second_file ? request.second_file : request.file);
+}
+
+// Where the old file cannot be kept after all, it is copied now: too late to be cancelled.
+uint16_t Engine::PutInPlaceOf(const char* destination) {
+    if (old_is_kept_ && PlaceFileKeepingOld(WorkFile(), destination, UndoFile())) return TOLVANE_OK;
+    old_is_kept_ = false;
+    if (read_from_ == edit_.request.file)
+        if (const uint16_t failed = MakeUndoCopy(JobControl())) return failed;
     return PlaceFile(WorkFile(), destination) ? TOLVANE_OK : TOLVANE_NOT_PUT_IN_PLACE;
 }
 
@@ -218,7 +228,7 @@ void Engine::RemoveOutputs() {
     if (operation_.modifies) DeleteFileA(WorkFile());
     const char* clipboard = edit_.scratch.Name(ScratchFile::kClipboard);
     if (operation_.taken && strcmp(operation_.taken(edit_), clipboard) == 0) DeleteFileA(clipboard);
-    if (read_from_ != edit_.request.file) DeleteFileA(UndoFile());
+    if (undo_) DeleteFileA(UndoFile());
 }
 
 uint16_t Engine::Run() {
@@ -227,13 +237,13 @@ uint16_t Engine::Run() {
     if (result != TOLVANE_OK) return result;
     if (edit_.block.Allocate(kEditBlock, GMEM_MOVEABLE | GMEM_ZEROINIT) != GlobalBlock::Outcome::kDone)
         return TOLVANE_NO_FILE_BUFFER;
-    result = MakeUndoCopy();
+    old_is_kept_ = undo_ && !*edit_.request.second_file && CanBecome(UndoFile(), edit_.request.file);
+    result = MakeUndoCopy(edit_.job);
     if (result != TOLVANE_OK) return result;
     result = Produce();
     if (result != TOLVANE_OK) RemoveOutputs();
     if (edit_.job.progress) *edit_.job.progress = 100;
-    if (operation_.modifies && result == TOLVANE_OK)
-        NoteEdited(edit_.request.file, read_from_ != edit_.request.file);
+    if (operation_.modifies && result == TOLVANE_OK) NoteEdited(edit_.request.file, undo_);
     return result;
 }
 

@@ -17,7 +17,7 @@
 
 namespace tolvane {
 
-inline constexpr DWORD kEditBlock = 65520;  // whole frames of every usual size, just below 64 KiB
+inline constexpr DWORD kEditBlock = 262144;  // what files are written in fastest, and still lies in the cache
 
 // How the progress runs while a piece is written: `offset` percent before it, and of `whole` bytes, which are `weight`
 // percent, `done` when it begins.

@@ -12,7 +12,7 @@ namespace tolvane {
 
 namespace {
 
-constexpr uint32_t kAlignment = 32768;
+constexpr uint32_t kAlignment = 131072;
 constexpr uint32_t kMostProgress = 50;  // of an edit, whose own copying follows
 constexpr uint32_t kWeight = 25;
 

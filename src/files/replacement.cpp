@@ -118,4 +118,18 @@ bool PlaceFile(const char* file, const char* target) {
     return true;
 }
 
+bool CanBecome(const char* kept, const char* target) {
+    BY_HANDLE_FILE_INFORMATION a = {}, b = {};
+    return Identify(target, &a) && Identify(kept, &b) && a.dwVolumeSerialNumber == b.dwVolumeSerialNumber &&
+           a.nNumberOfLinks == 1;
+}
+
+// A system that has moved the old file away and then cannot move the new one leaves nothing there.
+bool PlaceFileKeepingOld(const char* file, const char* target, const char* kept) {
+    char path[kPathSize];
+    if (!CopyFullPath(path, target) || !CanBeReplaced(path) || !IsThere(path)) return false;
+    if (ReplaceFileA(path, file, kept, 0, nullptr, nullptr)) return true;
+    return !IsThere(path) && !MoveFileExA(kept, path, 0) && MoveFileExA(file, path, 0);
+}
+
 }  // namespace tolvane

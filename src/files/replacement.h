@@ -37,4 +37,11 @@ class Replacement {
 // afterwards. False, and both are as they were, when that cannot be done.
 bool PlaceFile(const char* file, const char* target);
 
+// Whether the file `target` could itself become `kept`: they are on one volume, and nobody knows it by another name.
+bool CanBecome(const char* kept, const char* target);
+
+// As PlaceFile, but what stood there takes the place of `kept`: no byte of it is copied. `file` and `kept` lie on the
+// target's volume.
+bool PlaceFileKeepingOld(const char* file, const char* target, const char* kept);
+
 }  // namespace tolvane

@@ -236,9 +236,15 @@ TEST_F(Editing, KeepsRightsAndLinksOnAnyVolume) {
         ASSERT_EQ(Clear(link.c_str(), 0, 10), TOLVANE_OK);
         EXPECT_TRUE(std::filesystem::is_symlink(link));
         EXPECT_EQ(ReadAll(path_), WaveFile(kMono, Part(sound_, 10, 1000)));
+        struct stat status;
+        for (const std::string& name : NamesIn(temp)) {
+            if (!name.starts_with("VM")) continue;
+            ASSERT_EQ(stat((temp + "/" + name).c_str(), &status), 0);
+            EXPECT_EQ(status.st_mode & 0077, 0u)
+                << name << ": what was kept for undo is nobody else's to read";
+        }
         ASSERT_EQ(AudioEditUndo(), TOLVANE_OK);
         EXPECT_TRUE(std::filesystem::is_symlink(link));
-        struct stat status;
         ASSERT_EQ(stat(path_.c_str(), &status), 0);
         EXPECT_EQ(status.st_mode & 0777, 0640u);
         const std::string fresh = folder_.Path("fresh.wav");
@@ -251,6 +257,18 @@ TEST_F(Editing, KeepsRightsAndLinksOnAnyVolume) {
     }
     SetTempPath(testing::TempDir().c_str());
     std::filesystem::remove_all(other_volume);
+}
+
+// Under a second name a file may be written by who knows nothing of the edit.
+TEST_F(Editing, UndoIsNoOtherNamesFile) {
+    const std::string other = folder_.Path("other.wav");
+    std::filesystem::create_hard_link(Mono(sound_), other);
+    const Bytes old = ReadAll(path_);
+    ASSERT_EQ(Clear(path_.c_str(), 0, 10), TOLVANE_OK);
+    EXPECT_EQ(ReadAll(other), old);
+    WriteFile(other, Bytes(5));
+    ASSERT_EQ(AudioEditUndo(), TOLVANE_OK);
+    EXPECT_EQ(ReadAll(path_), old);
 }
 #endif
 

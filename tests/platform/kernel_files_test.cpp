@@ -222,6 +222,26 @@ TEST(FileNames, MovingToAnotherVolumeCopies) {
     EXPECT_TRUE(DeleteFileA(other));
 }
 
+TEST(FileNames, ReplacingKeepsRightsAndTheOldFileAsBackup) {
+    Workspace space;
+    const std::string old = space.Name("old"), fresh = space.Name("fresh"), backup = space.Name("backup");
+    Put(old, "old");
+    Put(fresh, "new");
+    Put(backup, "of before");
+    ASSERT_EQ(chmod(old.c_str(), 0644) | chmod(backup.c_str(), 0600), 0);
+    EXPECT_TRUE(FailsWith{ERROR_FILE_NOT_FOUND}(
+        ReplaceFileA(space.Name("none").c_str(), fresh.c_str(), backup.c_str(), 0, nullptr, nullptr)));
+    EXPECT_FALSE(ReplaceFileA(old.c_str(), fresh.c_str(), space.folder().c_str(), 0, nullptr, nullptr));
+    EXPECT_EQ(Contents(old) + Contents(fresh), "oldnew") << "a backup that cannot be made changes nothing";
+    ASSERT_TRUE(ReplaceFileA(old.c_str(), fresh.c_str(), backup.c_str(), 0, nullptr, nullptr));
+    EXPECT_EQ(Contents(old) + Contents(backup), "newold");
+    struct stat a, b;
+    ASSERT_EQ(stat(old.c_str(), &a) | stat(backup.c_str(), &b), 0);
+    EXPECT_EQ(a.st_mode & 0777, 0644u);
+    EXPECT_EQ(b.st_mode & 0777, 0600u);
+    EXPECT_EQ(space.Files(), 2u);
+}
+
 TEST(FileNames, CopiesAreWholeOrNotThere) {
     Workspace space;
     const std::string a = space.Name("a"), b = space.Name("b");
