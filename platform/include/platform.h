@@ -27,8 +27,9 @@ void PlatformSetDebugHook(PlatformDebugHook hook, void* context);
 typedef enum PlatformCard {
     PLATFORM_CARD_DEFAULT = 0, /* the sound server where one answers, otherwise none (initial state) */
     PLATFORM_CARD_SERVER = 1,  /* the sound server */
-    PLATFORM_CARD_VIRTUAL = 2, /* the virtual card: plays into memory or a wave file */
-    PLATFORM_CARD_NONE = 3     /* a machine without sound */
+    PLATFORM_CARD_VIRTUAL =
+        2,                 /* the virtual card: plays into memory or a wave file, records what it is given */
+    PLATFORM_CARD_NONE = 3 /* a machine without sound */
 } PlatformCard;
 
 /* Chooses the card behind the wave devices. 0 while a device is open, or where cards cannot be chosen. */
@@ -40,9 +41,10 @@ int PlatformCardInUse(void);
 /* ---- The virtual card ---- */
 
 typedef enum PlatformClock {
-    PLATFORM_CLOCK_REAL_TIME = 0,    /* follows the wall clock (initial state) */
-    PLATFORM_CLOCK_FREE_RUNNING = 1, /* as fast as the buffers come */
-    PLATFORM_CLOCK_MOVED = 2         /* moves only with PlatformVirtualAdvance */
+    PLATFORM_CLOCK_REAL_TIME = 0, /* follows the wall clock (initial state) */
+    PLATFORM_CLOCK_FREE_RUNNING =
+        1,                   /* as fast as the buffers come; an input fills them as fast as they are added */
+    PLATFORM_CLOCK_MOVED = 2 /* moves only with PlatformVirtualAdvance and PlatformVirtualAdvanceInput */
 } PlatformClock;
 
 /* A device of the virtual card. Formats outside the ranges are refused as a device refuses them. */
@@ -54,7 +56,7 @@ typedef struct PlatformVirtualDevice {
 } PlatformVirtualDevice;
 
 /* Back to one output "Virtual speakers" and one input "Virtual microphone" (1 to 192,000 Hz, 2 channels, 8 and 16
- * bits), the real-time clock, nothing played, nothing written to files. 0 while a device is open. */
+ * bits), the real-time clock, nothing played or written to files, silence heard. 0 while a device is open. */
 int PlatformVirtualReset(void);
 
 /* Replaces the outputs or inputs (at most 16; a count of 0 leaves none). 0 while a device is open. */
@@ -104,13 +106,15 @@ int PlatformVirtualGetState(uint32_t output, PlatformVirtualState* state);
 
 /* What an input hears from now on, in the format it is opened with: first the bytes fed to it, in order, then the
  * sound of its wave file, then its tone; where there is none, silence. Only time that a started device records is
- * taken from it. PlatformVirtualReset and PlatformVirtualSetInputs take all of it back. */
+ * taken from it. PlatformVirtualReset and PlatformVirtualSetInputs take all of it back. Part of a frame waits until
+ * the rest of it is fed. */
 int PlatformVirtualFeed(uint32_t input, const void* bytes, size_t size);
 /* Bytes fed that were not recorded yet. */
 size_t PlatformVirtualUnheard(uint32_t input);
-/* The sound of a PCM wave file in the device's own format, once; null ends that. 0 where it cannot be read. */
+/* The sound of a PCM wave file, once; null ends that. While some of it is left the device takes the file's format and
+ * no other. 0 where it cannot be read, or the device is open in another format. */
 int PlatformVirtualRecordFrom(uint32_t input, const char* wave_path);
-/* A sine of `hertz` (0: none) and `percent` of full scale on every channel, without end. */
+/* A sine of `hertz` (0: none) and `percent` of full scale (0 to 100) on every channel, without end. */
 int PlatformVirtualTone(uint32_t input, uint32_t hertz, uint32_t percent);
 
 /* Moves the clock of an open input as PlatformVirtualAdvance does that of an output: it stops at the end of each buffer
@@ -122,7 +126,7 @@ uint32_t PlatformVirtualAdvanceInput(uint32_t input, uint32_t frames);
 int PlatformVirtualMisreport(uint32_t input, uint32_t skip, uint32_t bytes);
 
 /* The device vanishes while it is open: what it holds comes back, and every call on it fails with MMSYSERR_NODRIVER
- * until it is opened again. */
+ * until it is closed and opened again; only waveInUnprepareHeader and waveInClose still work. 0 where it is not open. */
 int PlatformVirtualUnplugInput(uint32_t input);
 
 uint32_t PlatformVirtualInputQueued(uint32_t input, uint32_t* lengths, uint32_t count);

@@ -10,20 +10,29 @@
 #include <optional>
 
 #include "platform/sound/pcm_format.h"
+#include "platform/sound/wave_events.h"
 
 namespace tolvane::platform {
 
 class WaveQueue;
+class RecordQueue;
 
 // An open device. It owns the lock under which its queue and it are used: "locked" below means that lock is
 // held.
-class CardOutput {
+class CardStream {
   public:
-    virtual ~CardOutput() = default;
+    virtual ~CardStream() = default;
 
     virtual void Lock() = 0;
     virtual void Unlock() = 0;
 
+    // Not locked: ends playing or recording. The queue is not touched once this has returned, only Lock and
+    // Unlock still work.
+    virtual void Close() = 0;
+};
+
+class CardOutput : public CardStream {
+  public:
     // Locked: the queue holds more bytes than before. Plays them unless paused.
     virtual void Filled() = 0;
     // Locked: holds the sound where it is, or lets it go on. A device is opened playing.
@@ -34,24 +43,30 @@ class CardOutput {
     // Locked: bytes heard since the open or the last flush; never backwards, never more than the queue was
     // given.
     virtual uint64_t Position() = 0;
-    // Not locked: ends playing. The queue is not touched once this has returned, only Lock and Unlock still
-    // work.
-    virtual void Close() = 0;
+};
+
+class CardInput : public CardStream {
+  public:
+    // Locked: the queue has more room than before.
+    virtual void RoomAdded() = 0;
+    // Locked: begins to record, or ends: what was heard before that is in the queue then, and nothing of it
+    // comes later. A device is opened at rest.
+    virtual void SetRunning(bool running) = 0;
+    // Locked: puts into the queue what was heard by now.
+    virtual void CatchUp() = 0;
 };
 
 // The lock of a device as a scope.
-class OutputLock {
+class StreamLock {
   public:
-    explicit OutputLock(CardOutput& output) : output_(output) { output_.Lock(); }
-    ~OutputLock() { output_.Unlock(); }
-    OutputLock(const OutputLock&) = delete;
-    OutputLock& operator=(const OutputLock&) = delete;
+    explicit StreamLock(CardStream& stream) : stream_(stream) { stream_.Lock(); }
+    ~StreamLock() { stream_.Unlock(); }
+    StreamLock(const StreamLock&) = delete;
+    StreamLock& operator=(const StreamLock&) = delete;
 
   private:
-    CardOutput& output_;
+    CardStream& stream_;
 };
-
-enum class Direction { kOutput, kInput };
 
 struct CardDevice {
     char name[MAXPNAMELEN];
@@ -70,11 +85,13 @@ class Card {
     virtual std::optional<uint32_t> Preferred(Direction direction) = 0;
 
     // MMSYSERR_BADDEVICEID, WAVERR_BADFORMAT or MMSYSERR_NOERROR.
-    virtual MMRESULT Accepts(uint32_t index, const PcmFormat& format) = 0;
-    // Opens an output that plays `queue`, which outlives it. MMSYSERR_ALLOCATED where a device serves one at
-    // a time.
-    virtual MMRESULT Open(uint32_t index, const PcmFormat& format, WaveQueue& queue,
-                          std::unique_ptr<CardOutput>& output) = 0;
+    virtual MMRESULT Accepts(Direction direction, uint32_t index, const PcmFormat& format) = 0;
+    // Opens a device that plays or fills `queue`, which outlives it. MMSYSERR_ALLOCATED where a device serves
+    // one at a time.
+    virtual MMRESULT OpenOutput(uint32_t index, const PcmFormat& format, WaveQueue& queue,
+                                std::unique_ptr<CardOutput>& output) = 0;
+    virtual MMRESULT OpenInput(uint32_t index, const PcmFormat& format, RecordQueue& queue,
+                               std::unique_ptr<CardInput>& input) = 0;
 };
 
 // The standard formats (WAVE_FORMAT_1M08 and so on) among those within the given limits.

@@ -18,6 +18,7 @@ struct PcmFormat {
 
     // Nothing where the record is no PCM format, or contradicts itself.
     static std::optional<PcmFormat> From(const WAVEFORMATEX& record);
+    bool operator==(const PcmFormat&) const = default;
 
     uint64_t BytesPerSecond() const { return uint64_t{rate} * frame_bytes; }
     uint64_t WholeFrames(uint64_t bytes) const { return bytes - bytes % frame_bytes; }

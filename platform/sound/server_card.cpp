@@ -51,14 +51,14 @@ class TheServerCard final : public Card {
         return static_cast<uint32_t>(found - list.begin());
     }
 
-    MMRESULT Accepts(uint32_t index, const PcmFormat& format) override {
+    MMRESULT Accepts(Direction direction, uint32_t index, const PcmFormat& format) override {
         const ServerLock lock;
-        if (!server_.KnowDevices() || index >= List(Direction::kOutput).size()) return MMSYSERR_BADDEVICEID;
+        if (!server_.KnowDevices() || index >= List(direction).size()) return MMSYSERR_BADDEVICEID;
         return IsTaken(format) ? MMSYSERR_NOERROR : WAVERR_BADFORMAT;
     }
 
-    MMRESULT Open(uint32_t index, const PcmFormat& format, WaveQueue& queue,
-                  std::unique_ptr<CardOutput>& output) override {
+    MMRESULT OpenOutput(uint32_t index, const PcmFormat& format, WaveQueue& queue,
+                        std::unique_ptr<CardOutput>& output) override {
         const ServerLock lock;
         if (!server_.KnowDevices() || index >= List(Direction::kOutput).size()) return MMSYSERR_BADDEVICEID;
         const pa_sample_spec spec = {SampleFormat(format.bits), format.rate,
@@ -67,6 +67,10 @@ class TheServerCard final : public Card {
         const MMRESULT result = opened->Open(List(Direction::kOutput)[index].name.c_str(), spec);
         if (result == MMSYSERR_NOERROR) output = std::move(opened);
         return result;
+    }
+
+    MMRESULT OpenInput(uint32_t, const PcmFormat&, RecordQueue&, std::unique_ptr<CardInput>&) override {
+        return MMSYSERR_NODRIVER;
     }
 
   private:

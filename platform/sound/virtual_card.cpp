@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "platform/messages/queue.h"
+#include "platform/sound/virtual_input.h"
 #include "platform/sound/virtual_output.h"
 
 namespace tolvane::platform {
@@ -34,19 +35,21 @@ VirtualCard::VirtualCard() {
 
 void VirtualCard::SetStandardDevices() {
     outputs_ = std::vector<Output>(1);
-    outputs_[0].device = kSpeakers;
-    inputs_ = {kMicrophone};
+    outputs_[0].description = kSpeakers;
+    inputs_ = std::vector<Input>(1);
+    inputs_[0].description = kMicrophone;
 }
 
 bool VirtualCard::AnyOpen() const {
-    return std::ranges::any_of(outputs_, [](const Output& output) { return output.open != nullptr; });
+    const auto is_open = [](const Device& device) { return device.open != nullptr; };
+    return std::ranges::any_of(outputs_, is_open) || std::ranges::any_of(inputs_, is_open);
 }
 
 // ---- As a card ----
 
-const PlatformVirtualDevice* VirtualCard::Find(Direction direction, uint32_t index) const {
+VirtualCard::Device* VirtualCard::Find(Direction direction, uint32_t index) {
     if (direction == Direction::kInput) return index < inputs_.size() ? &inputs_[index] : nullptr;
-    return index < outputs_.size() ? &outputs_[index].device : nullptr;
+    return index < outputs_.size() ? &outputs_[index] : nullptr;
 }
 
 uint32_t VirtualCard::Count(Direction direction) {
@@ -56,14 +59,15 @@ uint32_t VirtualCard::Count(Direction direction) {
 
 std::optional<CardDevice> VirtualCard::Describe(Direction direction, uint32_t index) {
     const std::lock_guard lock(mutex_);
-    const PlatformVirtualDevice* found = Find(direction, index);
-    if (!found) return std::nullopt;
-    CardDevice device = {};
-    SetDeviceName(device, found->name);
-    device.channels = found->max_channels;
-    device.formats = StandardFormats(found->min_rate, found->max_rate, found->max_channels,
-                                     TakesBits(*found, 8), TakesBits(*found, 16));
-    return device;
+    const Device* const device = Find(direction, index);
+    if (!device) return std::nullopt;
+    const PlatformVirtualDevice& limits = device->description;
+    CardDevice described = {};
+    SetDeviceName(described, limits.name);
+    described.channels = limits.max_channels;
+    described.formats = StandardFormats(limits.min_rate, limits.max_rate, limits.max_channels,
+                                        TakesBits(limits, 8), TakesBits(limits, 16));
+    return described;
 }
 
 std::optional<uint32_t> VirtualCard::Preferred(Direction direction) {
@@ -72,18 +76,20 @@ std::optional<uint32_t> VirtualCard::Preferred(Direction direction) {
     return index == UINT32_MAX ? std::nullopt : std::optional(index);
 }
 
-MMRESULT VirtualCard::Accepts(uint32_t index, const PcmFormat& format) {
+MMRESULT VirtualCard::Accepts(Direction direction, uint32_t index, const PcmFormat& format) {
     const std::lock_guard lock(mutex_);
-    const PlatformVirtualDevice* device = Find(Direction::kOutput, index);
+    const Device* const device = Find(direction, index);
     if (!device) return MMSYSERR_BADDEVICEID;
-    const bool rate_taken = format.rate >= device->min_rate && format.rate <= device->max_rate;
-    const bool taken =
-        rate_taken && format.channels <= device->max_channels && TakesBits(*device, format.bits);
-    return taken ? MMSYSERR_NOERROR : WAVERR_BADFORMAT;
+    const PlatformVirtualDevice& limits = device->description;
+    const bool rate_taken = format.rate >= limits.min_rate && format.rate <= limits.max_rate;
+    const bool taken = rate_taken && format.channels <= limits.max_channels && TakesBits(limits, format.bits);
+    if (!taken) return WAVERR_BADFORMAT;
+    if (direction == Direction::kOutput) return MMSYSERR_NOERROR;
+    return inputs_[index].sound.MayBeHeardIn(format) ? MMSYSERR_NOERROR : WAVERR_BADFORMAT;
 }
 
-MMRESULT VirtualCard::Open(uint32_t index, const PcmFormat& format, WaveQueue& queue,
-                           std::unique_ptr<CardOutput>& opened) {
+MMRESULT VirtualCard::OpenOutput(uint32_t index, const PcmFormat& format, WaveQueue& queue,
+                                 std::unique_ptr<CardOutput>& opened) {
     const std::lock_guard lock(mutex_);
     if (index >= outputs_.size()) return MMSYSERR_BADDEVICEID;
     Output& output = outputs_[index];
@@ -92,6 +98,20 @@ MMRESULT VirtualCard::Open(uint32_t index, const PcmFormat& format, WaveQueue& q
     auto device = std::make_unique<VirtualOutput>(*this, index, queue, clock_);
     output.open = device.get();
     output.opens++;
+    opened = std::move(device);
+    return MMSYSERR_NOERROR;
+}
+
+MMRESULT VirtualCard::OpenInput(uint32_t index, const PcmFormat& format, RecordQueue& queue,
+                                std::unique_ptr<CardInput>& opened) {
+    const std::lock_guard lock(mutex_);
+    if (index >= inputs_.size()) return MMSYSERR_BADDEVICEID;
+    Input& input = inputs_[index];
+    if (input.open) return MMSYSERR_ALLOCATED;
+    if (!input.sound.MayBeHeardIn(format)) return WAVERR_BADFORMAT;
+    auto device = std::make_unique<VirtualInput>(*this, index, queue, clock_);
+    input.open = device.get();
+    input.opens++;
     opened = std::move(device);
     return MMSYSERR_NOERROR;
 }
@@ -113,13 +133,12 @@ int VirtualCard::SetDevices(Direction direction, const PlatformVirtualDevice* de
     std::vector<PlatformVirtualDevice> chosen(devices, devices + count);
     for (PlatformVirtualDevice& device : chosen)
         device.name[sizeof(device.name) - 1] = 0;
-    if (direction == Direction::kInput) {
-        inputs_ = std::move(chosen);
-    } else {
-        outputs_ = std::vector<Output>(count);
+    const auto describe = [&](auto& made) {
+        made = std::remove_reference_t<decltype(made)>(count);
         for (uint32_t i = 0; i < count; i++)
-            outputs_[i].device = chosen[i];
-    }
+            made[i].description = chosen[i];
+    };
+    direction == Direction::kInput ? describe(inputs_) : describe(outputs_);
     return 1;
 }
 
@@ -139,38 +158,40 @@ int VirtualCard::SetClock(PlatformClock clock) {
 
 // While the clock stood still for the callback thread, the device may have been closed, paused or opened
 // anew.
-bool VirtualCard::MayGoOn(const VirtualOutput* playing, uint32_t output, uint32_t opens) const {
-    if (output >= outputs_.size() || outputs_[output].open != playing || outputs_[output].opens != opens)
-        return false;
-    return playing && playing->IsMoved() && !playing->IsPaused() && !playing->Queue().Empty();
+bool VirtualCard::MayGoOn(const Device* device, const VirtualStream* stream, uint32_t opens) const {
+    if (!device || !stream || device->open != stream || device->opens != opens) return false;
+    return stream->IsMoved() && !stream->IsPaused() && stream->HasHeaders();
 }
 
-uint32_t VirtualCard::Advance(uint32_t output, uint32_t frames) {
+uint32_t VirtualCard::Advance(Direction direction, uint32_t index, uint32_t frames) {
     WaitUntilIdle();
     std::unique_lock lock(mutex_);
-    if (output >= outputs_.size() || !outputs_[output].open) return 0;
-    VirtualOutput* const playing = outputs_[output].open;
-    const uint32_t opens = outputs_[output].opens;
-    const uint32_t frame_bytes = playing->Queue().Format().frame_bytes;
+    const Device* device = Find(direction, index);
+    if (!device || !device->open) return 0;
+    VirtualStream* const stream = device->open;
+    const uint32_t opens = device->opens;
+    const uint32_t frame_bytes = stream->Format().frame_bytes;
     uint64_t left = uint64_t{frames} * frame_bytes;
-    while (left > 0 && MayGoOn(playing, output, opens)) {
-        left -= playing->PlayWithinOldest(left);
+    while (left > 0 && MayGoOn(device, stream, opens)) {
+        left -= stream->GoOnWithinOldest(left);
         lock.unlock();
         WaitUntilIdle();
         lock.lock();
+        device = Find(direction, index);
     }
     return static_cast<uint32_t>(frames - left / frame_bytes);
 }
 
-int VirtualCard::GetState(uint32_t output, PlatformVirtualState& state) {
+int VirtualCard::GetState(Direction direction, uint32_t index, PlatformVirtualState& state) {
     const std::lock_guard lock(mutex_);
     state = {};
-    if (output >= outputs_.size()) return 0;
-    state.opens = outputs_[output].opens;
-    if (const VirtualOutput* open = outputs_[output].open) {
-        const PcmFormat& format = open->Queue().Format();
+    const Device* const device = Find(direction, index);
+    if (!device) return 0;
+    state.opens = device->opens;
+    if (const VirtualStream* const stream = device->open) {
+        const PcmFormat& format = stream->Format();
         state.open = 1;
-        state.paused = open->IsPaused();
+        state.paused = stream->IsPaused();
         state.rate = format.rate;
         state.channels = format.channels;
         state.bits = format.bits;
@@ -178,17 +199,48 @@ int VirtualCard::GetState(uint32_t output, PlatformVirtualState& state) {
     return 1;
 }
 
-uint32_t VirtualCard::Queued(uint32_t output, uint32_t* lengths, uint32_t count) {
+uint32_t VirtualCard::Queued(Direction direction, uint32_t index, uint32_t* lengths, uint32_t count) {
     const std::lock_guard lock(mutex_);
-    if (output >= outputs_.size() || !outputs_[output].open) return 0;
-    return outputs_[output].open->Queue().Lengths(lengths, count);
+    const Device* const device = Find(direction, index);
+    return device && device->open ? device->open->Lengths(lengths, count) : 0;
 }
 
 int VirtualCard::PlayInto(uint32_t output, const char* path) {
     const std::lock_guard lock(mutex_);
     if (output >= outputs_.size()) return 0;
-    const VirtualOutput* open = outputs_[output].open;
-    return outputs_[output].capture.SetPath(path, open ? &open->Queue().Format() : nullptr);
+    const VirtualStream* const open = outputs_[output].open;
+    return outputs_[output].capture.SetPath(path, open ? &open->Format() : nullptr);
+}
+
+int VirtualCard::RecordFrom(uint32_t index, const char* path) {
+    auto file = path ? WaveFileSource::Open(path) : nullptr;
+    if (path && !file) return 0;
+    const std::lock_guard lock(mutex_);
+    if (index >= inputs_.size()) return 0;
+    Input& input = inputs_[index];
+    if (file && input.open && input.open->Format() != file->Format()) return 0;
+    input.sound.SetFile(std::move(file));
+    return 1;
+}
+
+std::optional<uint32_t> VirtualCard::LieAboutBytes::OfNextFull() {
+    if (!wanted || skip-- > 0) return std::nullopt;
+    wanted = false;
+    return bytes;
+}
+
+int VirtualCard::Misreport(uint32_t input, uint32_t skip, uint32_t bytes) {
+    const std::lock_guard lock(mutex_);
+    if (input >= inputs_.size()) return 0;
+    inputs_[input].misreport = {true, skip, bytes};
+    return 1;
+}
+
+int VirtualCard::Unplug(uint32_t input) {
+    const std::lock_guard lock(mutex_);
+    if (input >= inputs_.size() || !inputs_[input].open) return 0;
+    static_cast<VirtualInput*>(inputs_[input].open)->Unplug();
+    return 1;
 }
 
 }  // namespace tolvane::platform
@@ -216,7 +268,7 @@ int PlatformVirtualSetClock(PlatformClock clock) {
 }
 
 uint32_t PlatformVirtualAdvance(uint32_t output, uint32_t frames) {
-    return VirtualCard::Get().Advance(output, frames);
+    return VirtualCard::Get().Advance(Direction::kOutput, output, frames);
 }
 
 void PlatformVirtualSettle(void) {
@@ -241,9 +293,52 @@ int PlatformVirtualPlayInto(uint32_t output, const char* wave_path) {
 }
 
 uint32_t PlatformVirtualQueued(uint32_t output, uint32_t* lengths, uint32_t count) {
-    return VirtualCard::Get().Queued(output, lengths, count);
+    return VirtualCard::Get().Queued(Direction::kOutput, output, lengths, count);
 }
 
 int PlatformVirtualGetState(uint32_t output, PlatformVirtualState* state) {
-    return state ? VirtualCard::Get().GetState(output, *state) : 0;
+    return state ? VirtualCard::Get().GetState(Direction::kOutput, output, *state) : 0;
+}
+
+int PlatformVirtualFeed(uint32_t input, const void* bytes, size_t size) {
+    if (!bytes && size > 0) return 0;
+    return VirtualCard::Get().WithSound(input, [&](HeardSound& sound) {
+        return sound.Feed({static_cast<const std::byte*>(bytes), size});
+    });
+}
+
+size_t PlatformVirtualUnheard(uint32_t input) {
+    return VirtualCard::Get().WithSound(input, [](const HeardSound& sound) { return sound.Unheard(); });
+}
+
+int PlatformVirtualRecordFrom(uint32_t input, const char* wave_path) {
+    return VirtualCard::Get().RecordFrom(input, wave_path);
+}
+
+int PlatformVirtualTone(uint32_t input, uint32_t hertz, uint32_t percent) {
+    if (percent > 100) return 0;
+    return VirtualCard::Get().WithSound(input, [&](HeardSound& sound) {
+        sound.SetTone(hertz, percent);
+        return true;
+    });
+}
+
+uint32_t PlatformVirtualAdvanceInput(uint32_t input, uint32_t frames) {
+    return VirtualCard::Get().Advance(Direction::kInput, input, frames);
+}
+
+int PlatformVirtualMisreport(uint32_t input, uint32_t skip, uint32_t bytes) {
+    return VirtualCard::Get().Misreport(input, skip, bytes);
+}
+
+int PlatformVirtualUnplugInput(uint32_t input) {
+    return VirtualCard::Get().Unplug(input);
+}
+
+uint32_t PlatformVirtualInputQueued(uint32_t input, uint32_t* lengths, uint32_t count) {
+    return VirtualCard::Get().Queued(Direction::kInput, input, lengths, count);
+}
+
+int PlatformVirtualGetInputState(uint32_t input, PlatformVirtualState* state) {
+    return state ? VirtualCard::Get().GetState(Direction::kInput, input, *state) : 0;
 }

@@ -6,11 +6,19 @@
 
 namespace tolvane::platform {
 
+enum class Direction { kOutput, kInput };
+
 struct WaveEvents {
+    Direction direction;
     HWAVE device;
     DWORD thread;  // 0: nobody is told
 
-    void Tell(UINT message, const void* header) const;
+    void TellOpened() const;
+    void TellClosed() const;
+    void TellDone(const WAVEHDR& header) const;
+
+  private:
+    void Tell(UINT message, const WAVEHDR* header) const;
 };
 
 }  // namespace tolvane::platform

@@ -12,16 +12,29 @@ std::optional<uint32_t> MapDevice(Card& card, Direction direction, UINT device) 
     return 0;
 }
 
-MMRESULT FindOutput(Card* card, UINT device, const WAVEFORMATEX& record, DWORD flags, OutputTarget& target) {
-    const auto index = card ? MapDevice(*card, Direction::kOutput, device) : std::nullopt;
+namespace {
+
+MMRESULT FindDevice(Card* card, Direction direction, UINT device, const WAVEFORMATEX& record,
+                    DeviceTarget& target) {
+    const auto index = card ? MapDevice(*card, direction, device) : std::nullopt;
     if (!index) return MMSYSERR_BADDEVICEID;
+    const auto format = PcmFormat::From(record);
+    if (!format) return *index < card->Count(direction) ? WAVERR_BADFORMAT : MMSYSERR_BADDEVICEID;
+    target = {*index, *format};
+    return card->Accepts(direction, *index, *format);
+}
+
+}  // namespace
+
+MMRESULT FindOutput(Card* card, UINT device, const WAVEFORMATEX& record, DWORD flags, OutputTarget& target) {
     const bool mapped = device == WAVE_MAPPER && !(flags & WAVE_FORMAT_DIRECT);
-    if (mapped && record.wFormatTag != WAVE_FORMAT_PCM) target.decoder = PcmDecoder::Open(record);
-    const auto format = PcmFormat::From(target.decoder ? target.decoder->Target() : record);
-    if (!format) return *index < card->Count(Direction::kOutput) ? WAVERR_BADFORMAT : MMSYSERR_BADDEVICEID;
-    target.index = *index;
-    target.format = *format;
-    return card->Accepts(*index, *format);
+    if (card && mapped && record.wFormatTag != WAVE_FORMAT_PCM) target.decoder = PcmDecoder::Open(record);
+    const WAVEFORMATEX& heard = target.decoder ? target.decoder->Target() : record;
+    return FindDevice(card, Direction::kOutput, device, heard, target);
+}
+
+MMRESULT FindInput(Card* card, UINT device, const WAVEFORMATEX& record, DeviceTarget& target) {
+    return FindDevice(card, Direction::kInput, device, record, target);
 }
 
 MMRESULT MapperMessage(Direction direction, uintptr_t handle, UINT message, DWORD_PTR first,

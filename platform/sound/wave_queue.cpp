@@ -2,14 +2,13 @@
 #include "platform/sound/wave_queue.h"
 
 #include <algorithm>
-#include <new>
 #include <utility>
 
 namespace tolvane::platform {
 
 MMRESULT WaveQueue::Append(WAVEHDR& header) {
     const uint64_t bytes = format_.WholeFrames(header.dwBufferLength);
-    if (!MakeRoom()) return MMSYSERR_NOMEM;
+    if (!ring_.MakeRoom()) return MMSYSERR_NOMEM;
     return Add({&header,
                 reinterpret_cast<const std::byte*>(header.lpData),
                 accepted_,
@@ -20,17 +19,15 @@ MMRESULT WaveQueue::Append(WAVEHDR& header) {
 
 MMRESULT WaveQueue::Append(WAVEHDR& header, std::vector<uint8_t> sound) {
     const uint64_t bytes = format_.WholeFrames(sound.size());
-    if (!MakeRoom()) return MMSYSERR_NOMEM;
+    if (!ring_.MakeRoom()) return MMSYSERR_NOMEM;
     const auto* const data = reinterpret_cast<const std::byte*>(sound.data());
     return Add({&header, data, accepted_, accepted_ + bytes, header.dwBufferLength, std::move(sound)});
 }
 
 MMRESULT WaveQueue::Add(Entry entry) {
     if (lost_) return MMSYSERR_NODRIVER;
-    WAVEHDR& header = *entry.header;
     accepted_ = entry.end;
-    At(count_++) = std::move(entry);
-    header.dwFlags = (header.dwFlags & ~DWORD{WHDR_DONE}) | WHDR_INQUEUE;
+    ring_.Add(std::move(entry));
     // A header without a frame has nothing to take, and is done as soon as those before it are.
     Take(0);
     Played(played_);
@@ -38,7 +35,7 @@ MMRESULT WaveQueue::Add(Entry entry) {
 }
 
 void WaveQueue::Reset() {
-    while (count_)
+    while (!Empty())
         GiveBackOldest();
     accepted_ = taken_ = played_ = source_done_ = 0;
 }
@@ -50,65 +47,45 @@ uint64_t WaveQueue::Entry::SourceAt(uint64_t position) const {
 
 uint64_t WaveQueue::SourceAt(uint64_t position) const {
     uint64_t bytes = source_done_;
-    for (uint32_t i = 0; i < count_ && At(i).begin <= position; i++)
-        bytes += At(i).SourceAt(position);
+    for (uint32_t i = 0; i < ring_.Count() && ring_.At(i).begin <= position; i++)
+        bytes += ring_.At(i).SourceAt(position);
     return bytes;
 }
 
 std::span<const std::byte> WaveQueue::Next() const {
-    if (next_ == count_) return {};
-    const Entry& entry = At(next_);
+    if (next_ == ring_.Count()) return {};
+    const Entry& entry = ring_.At(next_);
     return {entry.data + (taken_ - entry.begin), static_cast<size_t>(entry.end - taken_)};
 }
 
 void WaveQueue::Take(size_t bytes) {
     taken_ += bytes;
-    while (next_ < count_ && At(next_).end <= taken_)
+    while (next_ < ring_.Count() && ring_.At(next_).end <= taken_)
         next_++;
 }
 
 void WaveQueue::Played(uint64_t position) {
     played_ = std::clamp(position, played_, accepted_);
-    while (count_ && At(0).end <= played_)
+    while (!Empty() && ring_.At(0).end <= played_)
         GiveBackOldest();
 }
 
 uint32_t WaveQueue::Lengths(uint32_t* lengths, uint32_t room) const {
-    for (uint32_t i = 0; lengths && i < std::min(room, count_); i++)
-        lengths[i] = static_cast<uint32_t>(At(i).end - At(i).begin);
-    return count_;
+    for (uint32_t i = 0; lengths && i < std::min(room, ring_.Count()); i++)
+        lengths[i] = static_cast<uint32_t>(ring_.At(i).end - ring_.At(i).begin);
+    return ring_.Count();
 }
 
 void WaveQueue::Lost() {
     lost_ = true;
-    while (count_)
+    while (!Empty())
         GiveBackOldest();
 }
 
-bool WaveQueue::MakeRoom() {
-    if (count_ < room_) return true;
-    constexpr uint32_t kFirstRoom = 32;
-    const uint32_t room = room_ ? room_ * 2 : kFirstRoom;
-    std::unique_ptr<Entry[]> ring(new (std::nothrow) Entry[room]);
-    if (!ring) return false;
-    for (uint32_t i = 0; i < count_; i++)
-        ring[i] = std::move(At(i));
-    ring_ = std::move(ring);
-    room_ = room;
-    first_ = 0;
-    return true;
-}
-
-// The header is no longer ours once its owner has been told.
 void WaveQueue::GiveBackOldest() {
-    WAVEHDR& header = *At(0).header;
-    source_done_ += At(0).SourceAt(played_);
-    At(0).sound = {};
-    first_ = (first_ + 1) % room_;
-    count_--;
+    source_done_ += ring_.At(0).SourceAt(played_);
     next_ -= next_ ? 1 : 0;
-    header.dwFlags = (header.dwFlags & ~DWORD{WHDR_INQUEUE}) | WHDR_DONE;
-    events_.Tell(MM_WOM_DONE, &header);
+    ring_.GiveBackOldest();
 }
 
 }  // namespace tolvane::platform

@@ -1,16 +1,14 @@
-// The queue of a wave-out device: the headers that a host has written, in order; their flags; how far they
-// were handed to the card and how far they were heard; the messages that tell of it. One engine for every
-// card.
+// The queue of a wave-out device: the headers that a host has written, in order, how far they were handed to
+// the card and how far they were heard. One engine for every card.
 #ifndef TOLVANE_PLATFORM_SOUND_WAVE_QUEUE_H
 #define TOLVANE_PLATFORM_SOUND_WAVE_QUEUE_H
 
 #include <cstddef>
-#include <memory>
 #include <span>
 #include <vector>
 
+#include "platform/sound/header_ring.h"
 #include "platform/sound/pcm_format.h"
-#include "platform/sound/wave_events.h"
 
 namespace tolvane::platform {
 
@@ -18,7 +16,7 @@ namespace tolvane::platform {
 // reset.
 class WaveQueue {
   public:
-    WaveQueue(const PcmFormat& format, const WaveEvents& events) : format_(format), events_(events) {}
+    WaveQueue(const PcmFormat& format, const WaveEvents& events) : format_(format), ring_(events) {}
 
     const PcmFormat& Format() const { return format_; }
 
@@ -31,7 +29,7 @@ class WaveQueue {
     uint64_t SourceAt(uint64_t position) const;
     // Hands every header back, oldest first, and counts from 0 again.
     void Reset();
-    bool Empty() const { return count_ == 0; }
+    bool Empty() const { return ring_.Count() == 0; }
     bool IsLost() const { return lost_; }
 
     // ---- For the card ----
@@ -46,7 +44,7 @@ class WaveQueue {
     void Played(uint64_t position);
     uint64_t PlayedPosition() const { return played_; }
     // Where the oldest header ends; PlayedPosition() when nothing is queued.
-    uint64_t OldestEnd() const { return count_ ? At(0).end : played_; }
+    uint64_t OldestEnd() const { return Empty() ? played_ : ring_.At(0).end; }
     // Lengths of the queued headers, oldest first.
     uint32_t Lengths(uint32_t* lengths, uint32_t room) const;
 
@@ -64,16 +62,11 @@ class WaveQueue {
         uint64_t SourceAt(uint64_t position) const;
     };
 
-    Entry& At(uint32_t index) const { return ring_[(first_ + index) % room_]; }
-    bool MakeRoom();
     MMRESULT Add(Entry entry);
     void GiveBackOldest();
 
     const PcmFormat format_;
-    const WaveEvents events_;
-    // A ring, doubled when full: a playback that keeps its number of buffers allocates nothing.
-    std::unique_ptr<Entry[]> ring_;
-    uint32_t room_ = 0, first_ = 0, count_ = 0;
+    HeaderRing<Entry> ring_;
     uint32_t next_ = 0;  // index of the first entry with bytes that were not taken
     uint64_t accepted_ = 0, taken_ = 0, played_ = 0;
     uint64_t source_done_ = 0;  // of the headers given back

@@ -78,6 +78,10 @@ TEST_F(SoundDevices, TheMapperTellsWhatIsPreferred) {
         UINT id = 0;
         EXPECT_EQ(waveOutGetID(player.handle, &id), MMSYSERR_NOERROR);
         EXPECT_EQ(id, WAVE_MAPPER);
+        WaveRecorder recorder;
+        ASSERT_EQ(recorder.Open(Pcm(8000, 1, 8)), MMSYSERR_NOERROR);
+        ASSERT_TRUE(PlatformVirtualGetInputState(1, &state));
+        EXPECT_EQ(state.open, 1u);
     }
     PlatformVirtualSetPreferred(UINT32_MAX, UINT32_MAX);
     device = 9;
@@ -94,11 +98,16 @@ MMRESULT Query(const WAVEFORMATEX& format, UINT device = WAVE_MAPPER) {
     return waveOutOpen(nullptr, device, &format, 0, 0, WAVE_FORMAT_QUERY);
 }
 
+MMRESULT QueryInput(const WAVEFORMATEX& format, UINT device = WAVE_MAPPER) {
+    return waveInOpen(nullptr, device, &format, 0, 0, WAVE_FORMAT_QUERY);
+}
+
 TEST_F(SoundDevices, TakesTheFormatsOfItsRangeAndNoOther) {
-    const PlatformVirtualDevice output = {"narrow", 8000, 48000, 2, 2};
-    ASSERT_TRUE(PlatformVirtualSetOutputs(&output, 1));
-    for (const auto& format : {Pcm(8000, 1, 16), Pcm(48000, 2, 16)})
-        EXPECT_EQ(Query(format), MMSYSERR_NOERROR);
+    const PlatformVirtualDevice narrow = {"narrow", 8000, 48000, 2, 2};
+    ASSERT_TRUE(PlatformVirtualSetOutputs(&narrow, 1) && PlatformVirtualSetInputs(&narrow, 1));
+    for (const auto query : {Query, QueryInput})
+        for (const auto& format : {Pcm(8000, 1, 16), Pcm(48000, 2, 16)})
+            EXPECT_EQ(query(format, WAVE_MAPPER), MMSYSERR_NOERROR);
     std::vector<WAVEFORMATEX> refused = {Pcm(7999, 1, 16), Pcm(48001, 2, 16), Pcm(44100, 3, 16),
                                          Pcm(44100, 2, 8), Pcm(44100, 0, 16), Pcm(44100, 2, 0),
                                          Pcm(0, 2, 16),    Pcm(44100, 2, 12)};
@@ -108,16 +117,18 @@ TEST_F(SoundDevices, TakesTheFormatsOfItsRangeAndNoOther) {
     format = Pcm(44100, 2, 16);
     format.wFormatTag = 85;
     refused.push_back(format);
-    for (const UINT device : {WAVE_MAPPER, 0u})
-        for (size_t i = 0; i < refused.size(); i++)
-            EXPECT_EQ(Query(refused[i], device), UINT{WAVERR_BADFORMAT}) << "format " << i;
-    format = Pcm(44100, 2, 16);
-    format.nAvgBytesPerSec = 1;  // a host that changes the rate leaves it as it was
-    EXPECT_EQ(Query(format), MMSYSERR_NOERROR);
-    EXPECT_EQ(Query(format, 1), UINT{MMSYSERR_BADDEVICEID});
-    PlatformVirtualState state;
-    ASSERT_TRUE(PlatformVirtualGetState(0, &state));
-    EXPECT_EQ(state.opens, 0u) << "a question opens nothing";
+    for (const auto query : {Query, QueryInput}) {
+        for (const UINT device : {WAVE_MAPPER, 0u})
+            for (size_t i = 0; i < refused.size(); i++)
+                EXPECT_EQ(query(refused[i], device), UINT{WAVERR_BADFORMAT}) << "format " << i;
+        format = Pcm(44100, 2, 16);
+        format.nAvgBytesPerSec = 1;  // a host that changes the rate leaves it as it was
+        EXPECT_EQ(query(format, WAVE_MAPPER), MMSYSERR_NOERROR);
+        EXPECT_EQ(query(format, 1), UINT{MMSYSERR_BADDEVICEID});
+    }
+    PlatformVirtualState output, input;
+    ASSERT_TRUE(PlatformVirtualGetState(0, &output) && PlatformVirtualGetInputState(0, &input));
+    EXPECT_EQ(output.opens + input.opens, 0u) << "a question opens nothing";
 }
 
 TEST_F(SoundDevices, OpensOnceAndChecksItsArguments) {
@@ -138,6 +149,13 @@ TEST_F(SoundDevices, OpensOnceAndChecksItsArguments) {
     EXPECT_EQ(waveOutClose(handle), MMSYSERR_NOERROR);
     ASSERT_EQ(waveOutOpen(&second, 0, &format, 0, 0, 0), MMSYSERR_NOERROR);
     EXPECT_EQ(waveOutClose(second), MMSYSERR_NOERROR);
+
+    HWAVEIN input = nullptr;
+    EXPECT_EQ(waveInOpen(&input, 0, nullptr, 0, 0, 0), UINT{MMSYSERR_INVALPARAM});
+    EXPECT_EQ(waveInOpen(nullptr, 0, &format, 0, 0, 0), UINT{MMSYSERR_INVALPARAM});
+    EXPECT_EQ(waveInOpen(&input, 0, &format, 0, 0, CALLBACK_FUNCTION), UINT{MMSYSERR_INVALFLAG});
+    ASSERT_EQ(waveInOpen(&input, 0, &format, 0, 0, CALLBACK_NULL), MMSYSERR_NOERROR);
+    EXPECT_EQ(waveInClose(input), MMSYSERR_NOERROR);
 }
 
 void ExpectNoDevices() {
@@ -148,6 +166,7 @@ void ExpectNoDevices() {
     for (const UINT id : {0u, WAVE_MAPPER}) {
         EXPECT_EQ(waveOutGetDevCapsA(id, &caps, sizeof caps), UINT{MMSYSERR_BADDEVICEID});
         EXPECT_EQ(Query(Pcm(44100, 2, 16), id), UINT{MMSYSERR_BADDEVICEID});
+        EXPECT_EQ(QueryInput(Pcm(44100, 2, 16), id), UINT{MMSYSERR_BADDEVICEID});
     }
     EXPECT_EQ(Preferred(true, WAVE_MAPPER, device), UINT{MMSYSERR_BADDEVICEID});
     EXPECT_EQ(Preferred(false, WAVE_MAPPER, device), UINT{MMSYSERR_BADDEVICEID});

@@ -1,5 +1,5 @@
-// What the tests of the wave devices share: buffers with sound of their own, an open device, the messages it
-// sends.
+// What the tests of the wave devices share: buffers with sound of their own, open devices, the messages they
+// send.
 #pragma once
 
 #include <algorithm>
@@ -52,39 +52,13 @@ struct Told {
     bool operator==(const Told&) const = default;
 };
 
-// A wave-out device whose messages come to the thread that opened it; closed, whatever plays, at the end.
-class WavePlayer {
+// The messages that a device of one direction sends to this thread.
+template <typename Handle, UINT kFirst, UINT kDone>
+class WaveMessages {
   public:
-    WavePlayer() { PeekMessageA(&message_, nullptr, 0, 0, PM_NOREMOVE); }
-    ~WavePlayer() {
-        if (!handle) return;
-        waveOutReset(handle);
-        waveOutClose(handle);
-        Messages();
-    }
-    WavePlayer(const WavePlayer&) = delete;
-    WavePlayer& operator=(const WavePlayer&) = delete;
-
-    MMRESULT Open(const WAVEFORMATEX& format, UINT device = WAVE_MAPPER,
-                  DWORD thread = GetCurrentThreadId()) {
-        return waveOutOpen(&handle, device, &format, thread, 0, CALLBACK_THREAD);
-    }
-
-    WAVEHDR* Prepared(Bytes bytes) {
-        sounds_.push_back(std::move(bytes));
-        headers_.push_back({});
-        WAVEHDR& header = headers_.back();
-        header.lpData = reinterpret_cast<char*>(sounds_.back().data());
-        header.dwBufferLength = static_cast<DWORD>(sounds_.back().size());
-        EXPECT_EQ(waveOutPrepareHeader(handle, &header, sizeof header), MMSYSERR_NOERROR);
-        return &header;
-    }
-    MMRESULT Write(WAVEHDR* header) { return waveOutWrite(handle, header, sizeof *header); }
-    WAVEHDR* Written(Bytes bytes) {
-        WAVEHDR* const header = Prepared(std::move(bytes));
-        EXPECT_EQ(Write(header), MMSYSERR_NOERROR);
-        return header;
-    }
+    WaveMessages() { PeekMessageA(&message_, nullptr, 0, 0, PM_NOREMOVE); }
+    WaveMessages(const WaveMessages&) = delete;
+    WaveMessages& operator=(const WaveMessages&) = delete;
 
     // What came since the last call.
     std::vector<Told> Messages() {
@@ -106,9 +80,61 @@ class WavePlayer {
     // The header handed back next, other messages left out.
     WAVEHDR* NextDone(milliseconds patience = milliseconds(3000)) {
         auto told = Next(patience);
-        while (told && told->message != MM_WOM_DONE)
+        while (told && told->message != kDone)
             told = Next(patience);
         return told ? told->header : nullptr;
+    }
+
+    Handle handle = nullptr;
+
+  protected:
+    // A header over bytes that live as long as this.
+    WAVEHDR& MakeHeader(Bytes bytes) {
+        sounds_.push_back(std::move(bytes));
+        headers_.push_back({});
+        headers_.back().lpData = reinterpret_cast<char*>(sounds_.back().data());
+        headers_.back().dwBufferLength = static_cast<DWORD>(sounds_.back().size());
+        return headers_.back();
+    }
+
+  private:
+    // Reads this device's next message, dropping those of a device that was open before.
+    bool Peek() {
+        while (PeekMessageA(&message_, nullptr, kFirst, kDone, PM_REMOVE))
+            if (reinterpret_cast<Handle>(message_.wParam) == handle) return true;
+        return false;
+    }
+
+    std::deque<WAVEHDR> headers_;
+    std::deque<Bytes> sounds_;
+    MSG message_;
+};
+
+// A wave-out device whose messages come to the thread that opened it; closed, whatever plays, at the end.
+class WavePlayer : public WaveMessages<HWAVEOUT, MM_WOM_OPEN, MM_WOM_DONE> {
+  public:
+    ~WavePlayer() {
+        if (!handle) return;
+        waveOutReset(handle);
+        waveOutClose(handle);
+        Messages();
+    }
+
+    MMRESULT Open(const WAVEFORMATEX& format, UINT device = WAVE_MAPPER,
+                  DWORD thread = GetCurrentThreadId()) {
+        return waveOutOpen(&handle, device, &format, thread, 0, CALLBACK_THREAD);
+    }
+
+    WAVEHDR* Prepared(Bytes bytes) {
+        WAVEHDR& header = MakeHeader(std::move(bytes));
+        EXPECT_EQ(waveOutPrepareHeader(handle, &header, sizeof header), MMSYSERR_NOERROR);
+        return &header;
+    }
+    MMRESULT Write(WAVEHDR* header) { return waveOutWrite(handle, header, sizeof *header); }
+    WAVEHDR* Written(Bytes bytes) {
+        WAVEHDR* const header = Prepared(std::move(bytes));
+        EXPECT_EQ(Write(header), MMSYSERR_NOERROR);
+        return header;
     }
 
     DWORD Position(UINT type = TIME_BYTES) {
@@ -118,20 +144,50 @@ class WavePlayer {
         EXPECT_EQ(time.wType, type);
         return time.u.cb;
     }
+};
 
-    HWAVEOUT handle = nullptr;
+// A wave-in device likewise. A buffer is made full of bytes that no test records.
+class WaveRecorder : public WaveMessages<HWAVEIN, MM_WIM_OPEN, MM_WIM_DATA> {
+  public:
+    static constexpr uint8_t kUntouched = 0xEE;
 
-  private:
-    // Reads this device's next message, dropping those of a device that was open before.
-    bool Peek() {
-        while (PeekMessageA(&message_, nullptr, MM_WOM_OPEN, MM_WOM_DONE, PM_REMOVE))
-            if (reinterpret_cast<HWAVEOUT>(message_.wParam) == handle) return true;
-        return false;
+    ~WaveRecorder() {
+        if (!handle) return;
+        waveInReset(handle);
+        waveInClose(handle);
+        Messages();
     }
 
-    std::deque<WAVEHDR> headers_;
-    std::deque<Bytes> sounds_;
-    MSG message_;
+    MMRESULT Open(const WAVEFORMATEX& format, UINT device = WAVE_MAPPER,
+                  DWORD thread = GetCurrentThreadId()) {
+        return waveInOpen(&handle, device, &format, thread, 0, CALLBACK_THREAD);
+    }
+
+    WAVEHDR* Prepared(size_t bytes) {
+        WAVEHDR& header = MakeHeader(Bytes(bytes, kUntouched));
+        EXPECT_EQ(waveInPrepareHeader(handle, &header, sizeof header), MMSYSERR_NOERROR);
+        return &header;
+    }
+    MMRESULT Add(WAVEHDR* header) { return waveInAddBuffer(handle, header, sizeof *header); }
+    WAVEHDR* Added(size_t bytes) {
+        WAVEHDR* const header = Prepared(bytes);
+        EXPECT_EQ(Add(header), MMSYSERR_NOERROR);
+        return header;
+    }
+    MMRESULT Start() { return waveInStart(handle); }
+
+    static Bytes In(const WAVEHDR* header) {
+        const auto* const data = reinterpret_cast<const uint8_t*>(header->lpData);
+        return Bytes(data, data + std::min(header->dwBytesRecorded, header->dwBufferLength));
+    }
+
+    DWORD Position(UINT type = TIME_BYTES) {
+        MMTIME time = {};
+        time.wType = type;
+        EXPECT_EQ(waveInGetPosition(handle, &time, sizeof time), MMSYSERR_NOERROR);
+        EXPECT_EQ(time.wType, type);
+        return time.u.cb;
+    }
 };
 
 inline Bytes Played(uint32_t output = 0) {
