@@ -4,30 +4,11 @@
 #include <algorithm>
 
 #include "platform/sound/server_connection.h"
+#include "platform/sound/server_input.h"
 #include "platform/sound/server_output.h"
 
 namespace tolvane::platform {
 namespace {
-
-pa_sample_format_t SampleFormat(uint16_t bits) {
-    switch (bits) {
-        case 8:
-            return PA_SAMPLE_U8;
-        case 16:
-            return PA_SAMPLE_S16LE;
-        case 24:
-            return PA_SAMPLE_S24LE;
-        case 32:
-            return PA_SAMPLE_S32LE;
-        default:
-            return PA_SAMPLE_INVALID;
-    }
-}
-
-bool IsTaken(const PcmFormat& format) {
-    return format.channels <= PA_CHANNELS_MAX && format.rate <= PA_RATE_MAX &&
-           SampleFormat(format.bits) != PA_SAMPLE_INVALID;
-}
 
 class TheServerCard final : public Card {
   public:
@@ -54,26 +35,30 @@ class TheServerCard final : public Card {
     MMRESULT Accepts(Direction direction, uint32_t index, const PcmFormat& format) override {
         const ServerLock lock;
         if (!server_.KnowDevices() || index >= List(direction).size()) return MMSYSERR_BADDEVICEID;
-        return IsTaken(format) ? MMSYSERR_NOERROR : WAVERR_BADFORMAT;
+        return IsTakenByServer(format) ? MMSYSERR_NOERROR : WAVERR_BADFORMAT;
     }
 
-    MMRESULT OpenOutput(uint32_t index, const PcmFormat& format, WaveQueue& queue,
+    MMRESULT OpenOutput(uint32_t index, const PcmFormat&, WaveQueue& queue,
                         std::unique_ptr<CardOutput>& output) override {
-        const ServerLock lock;
-        if (!server_.KnowDevices() || index >= List(Direction::kOutput).size()) return MMSYSERR_BADDEVICEID;
-        const pa_sample_spec spec = {SampleFormat(format.bits), format.rate,
-                                     static_cast<uint8_t>(format.channels)};
-        auto opened = std::make_unique<ServerOutput>(server_, queue);
-        const MMRESULT result = opened->Open(List(Direction::kOutput)[index].name.c_str(), spec);
-        if (result == MMSYSERR_NOERROR) output = std::move(opened);
-        return result;
+        return Open<ServerOutput>(Direction::kOutput, index, queue, output);
     }
 
-    MMRESULT OpenInput(uint32_t, const PcmFormat&, RecordQueue&, std::unique_ptr<CardInput>&) override {
-        return MMSYSERR_NODRIVER;
+    MMRESULT OpenInput(uint32_t index, const PcmFormat&, RecordQueue& queue,
+                       std::unique_ptr<CardInput>& input) override {
+        return Open<ServerInput>(Direction::kInput, index, queue, input);
     }
 
   private:
+    template <typename Stream, typename Queue, typename Opened>
+    MMRESULT Open(Direction direction, uint32_t index, Queue& queue, std::unique_ptr<Opened>& opened) {
+        const ServerLock lock;
+        if (!server_.KnowDevices() || index >= List(direction).size()) return MMSYSERR_BADDEVICEID;
+        auto stream = std::make_unique<Stream>(server_, queue);
+        const MMRESULT result = stream->Open(List(direction)[index].name.c_str());
+        if (result == MMSYSERR_NOERROR) opened = std::move(stream);
+        return result;
+    }
+
     const std::vector<ServerDevice>& List(Direction direction) const {
         return server_.Devices(direction).devices;
     }

@@ -9,8 +9,6 @@
 namespace tolvane::platform {
 namespace {
 
-constexpr pa_usec_t kLongestWait = 2 * PA_USEC_PER_SEC;
-
 // A running operation; given up, so that its callback never comes, when it goes out of scope.
 class Operation {
   public:
@@ -83,9 +81,10 @@ ServerConnection::ServerConnection() : loop_(pa_threaded_mainloop_new()) {
     if (pa_threaded_mainloop_start(loop_) < 0) std::abort();
 }
 
-ServerConnection::Deadline::Deadline(ServerConnection& connection) : api(connection.Api()) {
+ServerConnection::Deadline::Deadline(ServerConnection& connection, pa_usec_t longest)
+    : api(connection.Api()) {
     timeval at;
-    pa_timeval_add(pa_gettimeofday(&at), kLongestWait);
+    pa_timeval_add(pa_gettimeofday(&at), longest);
     const auto pass = [](pa_mainloop_api*, pa_time_event*, const timeval*, void* context) {
         static_cast<Deadline*>(context)->passed = true;
         ServerConnection::Get().Signal();

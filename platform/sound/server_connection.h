@@ -47,10 +47,10 @@ class ServerConnection {
     pa_mainloop_api* Api() const { return pa_threaded_mainloop_get_api(loop_); }
     // Wakes those that wait.
     void Signal() { pa_threaded_mainloop_signal(loop_, 0); }
-    // Waits until `done` or for as long as a server that works may take; false when that was too long.
+    // Waits until `done`, at most for as long as a server that works may take; false when that was too long.
     template <typename Done>
-    bool WaitUntil(Done done) {
-        const Deadline deadline(*this);
+    bool WaitUntil(Done done, pa_usec_t longest = 2 * PA_USEC_PER_SEC) {
+        const Deadline deadline(*this, longest);
         while (!done()) {
             if (deadline.passed) return false;
             pa_threaded_mainloop_wait(loop_);
@@ -61,7 +61,7 @@ class ServerConnection {
   private:
     // Ends waiting for a server that accepts a connection and then is silent.
     struct Deadline {
-        explicit Deadline(ServerConnection& connection);
+        Deadline(ServerConnection& connection, pa_usec_t longest);
         ~Deadline();
         Deadline(const Deadline&) = delete;
         Deadline& operator=(const Deadline&) = delete;

@@ -32,10 +32,6 @@ constexpr pa_usec_t kClosingSilence = 60 * PA_USEC_PER_MSEC;
 // A position older than this is asked for anew when an application wants it.
 constexpr pa_usec_t kOldTiming = 250 * PA_USEC_PER_MSEC;
 
-int64_t BytesInTime(const PcmFormat& format, pa_usec_t time) {
-    return static_cast<int64_t>(format.BytesIn(time * 1000));
-}
-
 void Forget(pa_operation* operation) {
     if (operation) pa_operation_unref(operation);
 }
@@ -49,23 +45,18 @@ ServerOutput::~ServerOutput() {
     Disconnect();
 }
 
-MMRESULT ServerOutput::Open(const char* sink, const pa_sample_spec& spec) {
-    pa_channel_map map;
-    pa_channel_map_init_extend(&map, spec.channels, PA_CHANNEL_MAP_WAVEEX);
-    context_ = pa_context_ref(server_.Context());
-    stream_ = pa_stream_new(context_, "wave output", &spec, &map);
-    if (!stream_) return MMSYSERR_NOMEM;
+MMRESULT ServerOutput::Open(const char* sink) {
+    pa_stream* const stream = stream_.Make("wave output", queue_.Format());
+    if (!stream) return MMSYSERR_NOMEM;
     SetCallbacks();
-    const auto bytes = [&](pa_usec_t time) { return static_cast<uint32_t>(pa_usec_to_bytes(time, &spec)); };
+    const auto bytes = [&](pa_usec_t time) {
+        return static_cast<uint32_t>(BytesInTime(queue_.Format(), time));
+    };
     const pa_buffer_attr room = {kServerRoom, bytes(kTarget), queue_.Format().frame_bytes,
                                  bytes(kLeastRequest), UINT32_MAX};
-    if (pa_stream_connect_playback(stream_, sink, &room, PA_STREAM_START_CORKED, nullptr, nullptr) < 0)
+    if (pa_stream_connect_playback(stream, sink, &room, PA_STREAM_START_CORKED, nullptr, nullptr) < 0)
         return MMSYSERR_NODRIVER;
-    const auto decided = [&] { return Works() || !PA_STREAM_IS_GOOD(pa_stream_get_state(stream_)); };
-    if (!server_.WaitUntil(decided)) return MMSYSERR_NODRIVER;
-    if (!Works())
-        return pa_context_errno(context_) == PA_ERR_NOENTITY ? MMSYSERR_BADDEVICEID : MMSYSERR_NODRIVER;
-    return MMSYSERR_NOERROR;
+    return stream_.AwaitConnection();
 }
 
 void ServerOutput::SetCallbacks() {
@@ -76,11 +67,11 @@ void ServerOutput::SetCallbacks() {
         static_cast<ServerOutput*>(self)->ForgetTiming();
         static_cast<ServerOutput*>(self)->SetAlarm();
     };
-    pa_stream_set_state_callback(stream_, state, this);
-    pa_stream_set_started_callback(stream_, started, this);
-    pa_stream_set_underflow_callback(stream_, starved, this);
-    pa_stream_set_moved_callback(stream_, disturbed, this);
-    pa_stream_set_suspended_callback(stream_, disturbed, this);
+    pa_stream_set_state_callback(stream_.Get(), state, this);
+    pa_stream_set_started_callback(stream_.Get(), started, this);
+    pa_stream_set_underflow_callback(stream_.Get(), starved, this);
+    pa_stream_set_moved_callback(stream_.Get(), disturbed, this);
+    pa_stream_set_suspended_callback(stream_.Get(), disturbed, this);
 }
 
 void ServerOutput::Close() {
@@ -94,21 +85,12 @@ void ServerOutput::Disconnect() {
         pa_operation_unref(asked);
     }
     if (pa_time_event* const alarm = std::exchange(alarm_, nullptr)) server_.Api()->time_free(alarm);
-    if (pa_stream* const stream = std::exchange(stream_, nullptr)) {
-        pa_stream_set_state_callback(stream, nullptr, nullptr);
-        pa_stream_set_started_callback(stream, nullptr, nullptr);
-        pa_stream_set_underflow_callback(stream, nullptr, nullptr);
-        pa_stream_set_moved_callback(stream, nullptr, nullptr);
-        pa_stream_set_suspended_callback(stream, nullptr, nullptr);
-        pa_stream_disconnect(stream);
-        pa_stream_unref(stream);
-    }
-    if (pa_context* const context = std::exchange(context_, nullptr)) pa_context_unref(context);
+    stream_.End();
 }
 
 void ServerOutput::StateChanged() {
     server_.Signal();
-    if (PA_STREAM_IS_GOOD(pa_stream_get_state(stream_))) return;
+    if (!stream_.HasFailed()) return;
     ForgetTiming();
     queue_.Lost();
 }
@@ -139,7 +121,7 @@ void ServerOutput::Cork(bool cork) {
     started_ = false;
     run_from_ = reported_;
     run_at_ = pa_rtclock_now();
-    Forget(pa_stream_cork(stream_, cork, nullptr, nullptr));
+    stream_.Cork(cork);
 }
 
 // What the server has in hand, in time to come.
@@ -164,7 +146,7 @@ void ServerOutput::PushAll() {
 // Gathers what several headers hold in one of the server's blocks.
 bool ServerOutput::PushPiece(size_t bytes) {
     void* block = nullptr;
-    if (pa_stream_begin_write(stream_, &block, &bytes) < 0 || !block) return false;
+    if (pa_stream_begin_write(stream_.Get(), &block, &bytes) < 0 || !block) return false;
     bytes = queue_.Format().WholeFrames(bytes);
     for (size_t filled = 0; filled < bytes;) {
         const auto next = queue_.Next();
@@ -173,17 +155,17 @@ bool ServerOutput::PushPiece(size_t bytes) {
         queue_.Take(part);
         filled += part;
     }
-    return pa_stream_write(stream_, block, bytes, nullptr, 0, PA_SEEK_RELATIVE) == 0;
+    return pa_stream_write(stream_.Get(), block, bytes, nullptr, 0, PA_SEEK_RELATIVE) == 0;
 }
 
 void ServerOutput::PushSilence() {
     const auto bytes = static_cast<size_t>(BytesInTime(queue_.Format(), kClosingSilence));
     void* room = nullptr;
     size_t size = bytes;
-    if (pa_stream_begin_write(stream_, &room, &size) < 0 || !room) return;
+    if (pa_stream_begin_write(stream_.Get(), &room, &size) < 0 || !room) return;
     size = std::min(queue_.Format().WholeFrames(size), uint64_t{bytes});
     memset(room, queue_.Format().Silence(), size);
-    if (pa_stream_write(stream_, room, size, nullptr, 0, PA_SEEK_RELATIVE) < 0) return;
+    if (pa_stream_write(stream_.Get(), room, size, nullptr, 0, PA_SEEK_RELATIVE) < 0) return;
     // Silence of an earlier end has been heard by now.
     base_ += silence_bytes_;
     heard_ -= silence_bytes_;
@@ -200,7 +182,7 @@ void ServerOutput::Flush() {
     silence_bytes_ = 0;
     if (!Works()) return;
     Cork(true);
-    Forget(pa_stream_flush(stream_, nullptr, nullptr));
+    Forget(pa_stream_flush(stream_.Get(), nullptr, nullptr));
     flushing_ = true;
     Ask();
 }
@@ -212,12 +194,12 @@ void ServerOutput::Ask() {
     constexpr auto answered = [](pa_stream*, int success, void* self) {
         static_cast<ServerOutput*>(self)->Answered(success);
     };
-    asked_ = pa_stream_update_timing_info(stream_, answered, this);
+    asked_ = pa_stream_update_timing_info(stream_.Get(), answered, this);
 }
 
 void ServerOutput::Answered(bool success) {
     Forget(std::exchange(asked_, nullptr));
-    const pa_timing_info* const info = success ? pa_stream_get_timing_info(stream_) : nullptr;
+    const pa_timing_info* const info = success ? pa_stream_get_timing_info(stream_.Get()) : nullptr;
     if (!info) return SetAlarm();
     if (std::exchange(flushing_, false)) {
         base_ = info->write_index;
@@ -316,9 +298,9 @@ void ServerOutput::SetAlarm() {
         static_cast<ServerOutput*>(self)->AlarmRang();
     };
     if (alarm_) {
-        pa_context_rttime_restart(context_, alarm_, at);
+        pa_context_rttime_restart(stream_.Context(), alarm_, at);
     } else if (at != PA_USEC_INVALID) {
-        alarm_ = pa_context_rttime_new(context_, at, rang, this);
+        alarm_ = pa_context_rttime_new(stream_.Context(), at, rang, this);
     }
 }
 

@@ -7,18 +7,19 @@
 #ifndef TOLVANE_PLATFORM_SOUND_SERVER_OUTPUT_H
 #define TOLVANE_PLATFORM_SOUND_SERVER_OUTPUT_H
 
-#include "platform/sound/server_connection.h"
+#include "platform/sound/server_stream.h"
 #include "platform/sound/wave_queue.h"
 
 namespace tolvane::platform {
 
 class ServerOutput final : public CardOutput {
   public:
-    ServerOutput(ServerConnection& server, WaveQueue& queue) : server_(server), queue_(queue) {}
+    ServerOutput(ServerConnection& server, WaveQueue& queue)
+        : server_(server), queue_(queue), stream_(server) {}
     ~ServerOutput() override;
 
     // Locked: MMSYSERR_BADDEVICEID, MMSYSERR_NODRIVER or MMSYSERR_NOERROR.
-    MMRESULT Open(const char* sink, const pa_sample_spec& spec);
+    MMRESULT Open(const char* sink);
 
     void Lock() override { server_.Lock(); }
     void Unlock() override { server_.Unlock(); }
@@ -32,7 +33,7 @@ class ServerOutput final : public CardOutput {
     // ---- The stream ----
     void SetCallbacks();
     void Disconnect();
-    bool Works() const { return stream_ && pa_stream_get_state(stream_) == PA_STREAM_READY; }
+    bool Works() const { return stream_.Works(); }
     void StateChanged();
     int64_t Ahead() const;
     void Push();
@@ -63,8 +64,7 @@ class ServerOutput final : public CardOutput {
 
     ServerConnection& server_;
     WaveQueue& queue_;
-    pa_context* context_ = nullptr;
-    pa_stream* stream_ = nullptr;
+    ServerStream stream_;
     pa_operation* asked_ = nullptr;
     pa_time_event* alarm_ = nullptr;
     pa_usec_t alarm_at_ = PA_USEC_INVALID;

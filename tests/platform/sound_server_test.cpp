@@ -76,6 +76,13 @@ class SoundServer : public ::testing::Test {
     std::string outer_;
 };
 
+Bytes WithoutSilenceAround(const Bytes& all, uint8_t silence) {
+    const auto sounds = [=](uint8_t byte) { return byte != silence; };
+    const auto from = std::find_if(all.begin(), all.end(), sounds);
+    const auto to = std::find_if(all.rbegin(), std::make_reverse_iterator(from), sounds).base();
+    return Bytes(from, to);
+}
+
 // Hears what a sink plays from its making on, silence at both ends left out.
 class Listener {
   public:
@@ -94,10 +101,7 @@ class Listener {
         Stop();
         std::ifstream file(file_, std::ios::binary);
         const Bytes all(std::istreambuf_iterator<char>(file), {});
-        const auto sounds = [](uint8_t byte) { return byte != 0; };
-        const auto from = std::find_if(all.begin(), all.end(), sounds);
-        const auto to = std::find_if(all.rbegin(), std::make_reverse_iterator(from), sounds).base();
-        return Bytes(from, to);
+        return WithoutSilenceAround(all, 0);
     }
 
   private:
@@ -293,6 +297,109 @@ TEST_F(SoundServer, PlaysOtherFormatsAndLongBuffersInTheirTime) {
     }
 }
 
+// Records through a ring of buffers, and keeps what came.
+class Recording {
+  public:
+    Recording(const WAVEFORMATEX& format, UINT device, uint32_t ring, size_t bytes) {
+        EXPECT_EQ(recorder_.Open(format, device), MMSYSERR_NOERROR);
+        for (uint32_t i = 0; i < ring; i++)
+            recorder_.Added(bytes);
+    }
+    void Start() { EXPECT_EQ(recorder_.Start(), MMSYSERR_NOERROR); }
+    void RunFor(milliseconds time) {
+        const auto until = steady_clock::now() + time;
+        while (steady_clock::now() < until)
+            if (WAVEHDR* const header = recorder_.NextDone(milliseconds(10))) Took(header);
+    }
+    // What came since the start, the partly filled buffer included.
+    Bytes Stop() {
+        EXPECT_EQ(waveInStop(recorder_.handle), MMSYSERR_NOERROR);
+        while (WAVEHDR* const header = recorder_.NextDone(milliseconds(0)))
+            Took(header);
+        return std::exchange(recorded_, {});
+    }
+    WaveRecorder& Recorder() { return recorder_; }
+
+  private:
+    void Took(WAVEHDR* header) {
+        recorded_ = std::move(recorded_) + WaveRecorder::In(header);
+        header->dwFlags = WHDR_PREPARED;
+        EXPECT_EQ(recorder_.Add(header), MMSYSERR_NOERROR);
+    }
+
+    WaveRecorder recorder_;
+    Bytes recorded_;
+};
+
+// "mic" hears what plays on "second".
+constexpr UINT kMic = 0, kSecond = 1;
+
+TEST_F(SoundServer, RecordsEverySampleOnce) {
+    for (const uint16_t bits : {uint16_t{16}, uint16_t{8}}) {
+        const WAVEFORMATEX format = Pcm(48000, 2, bits);
+        Recording recording(format, bits == 8 ? kMic : WAVE_MAPPER, 4, 9000u * bits / 8);  // 4 times 94 ms
+        recording.Start();
+        recording.RunFor(milliseconds(100));
+        WavePlayer player;
+        ASSERT_EQ(player.Open(format, kSecond), MMSYSERR_NOERROR);
+        for (uint32_t i = 0; i < 8; i++)
+            player.Written(Noise(format.nAvgBytesPerSec / 5, i));
+        recording.RunFor(milliseconds(300));
+        std::this_thread::sleep_for(milliseconds(700));  // longer than the buffers last
+        recording.RunFor(milliseconds(900));
+        const Bytes recorded = WithoutSilenceAround(recording.Stop(), bits == 8 ? 0x80 : 0);
+        EXPECT_TRUE(recorded == NoiseOf(8, format.nAvgBytesPerSec / 5)) << bits << " bits";
+    }
+}
+
+TEST_F(SoundServer, AnEndTakesWhatWasHeardUntilThen) {
+    WavePlayer player;
+    const WAVEFORMATEX format = Pcm(48000, 2, 16);
+    ASSERT_EQ(player.Open(format, kSecond), MMSYSERR_NOERROR);
+    const Bytes sound = Noise(192000 * 3, 1);
+    player.Written(sound);
+    Recording recording(format, kMic, 3, 36000);
+    recording.RunFor(milliseconds(200));
+    auto from = sound.begin();
+    constexpr int kRounds = 7;
+    double longer = 0, off = 0;
+    for (int round = 0; round < kRounds; round++) {
+        std::this_thread::sleep_for(milliseconds(19 * round % 50));
+        const auto start = steady_clock::now();
+        recording.Start();
+        recording.RunFor(milliseconds(64 + 37 * round));
+        const double ran = Milliseconds(steady_clock::now() - start);
+        const Bytes recorded = recording.Stop();
+        EXPECT_LT(Milliseconds(steady_clock::now() - start) - ran, 200)
+            << "some 50 ms where nothing else runs";
+        const double by = double(recorded.size()) / 192 - ran;
+        longer += by / kRounds;
+        off = std::max(off, std::abs(by));
+        from = std::search(from, sound.end(), recorded.begin(), recorded.end());
+        ASSERT_NE(from, sound.end()) << "something is lost, or recorded twice";
+        from += static_cast<ptrdiff_t>(recorded.size());
+    }
+    std::printf("recorded longer than it ran by %.1f ms on average, at worst off by %.1f\n", longer, off);
+    EXPECT_LT(std::abs(longer), 5);
+}
+
+TEST_F(SoundServer, RecordsOtherFormatsInTheirTime) {
+    for (const WAVEFORMATEX& format : {Pcm(8000, 1, 8), Pcm(22050, 1, 16), Pcm(96000, 2, 16)}) {
+        WaveRecorder recorder;
+        ASSERT_EQ(recorder.Open(format, kMic), MMSYSERR_NOERROR);
+        WAVEHDR* const header =
+            recorder.Added(format.nAvgBytesPerSec * 6 / 16 / format.nBlockAlign * format.nBlockAlign);
+        const auto from = steady_clock::now();
+        recorder.Start();
+        ASSERT_EQ(recorder.NextDone(), header);
+        const double took = Milliseconds(steady_clock::now() - from);
+        EXPECT_EQ(header->dwBytesRecorded, header->dwBufferLength);
+        EXPECT_GT(took, 370);
+        EXPECT_LT(took, 375 + 150) << "some 60 ms where nothing else runs";
+        EXPECT_EQ(recorder.Position(), header->dwBytesRecorded);
+    }
+}
+
 // How often the thread that speaks with the server has gone to sleep, so far; -1 when there is none.
 long WakesOfTheServersThread() {
     for (const auto& task : fs::directory_iterator("/proc/self/task")) {
@@ -312,11 +419,46 @@ TEST_F(SoundServer, WakesForNothingWhileItHasNothingToDo) {
     waveOutPause(player.handle);
     for (uint32_t i = 0; i < 8; i++)
         player.Written(Noise(21504, i));
+    Recording recording(Pcm(48000, 2, 16), kMic, 8, 36000);
+    recording.Start();
+    recording.Stop();
     std::this_thread::sleep_for(milliseconds(100));
-    const long before = WakesOfTheServersThread();
+    long before = WakesOfTheServersThread();
     std::this_thread::sleep_for(milliseconds(700));
     EXPECT_EQ(WakesOfTheServersThread(), before);
     EXPECT_GE(before, 0);
+
+    recording.Start();
+    before = WakesOfTheServersThread();
+    std::this_thread::sleep_for(milliseconds(500));
+    EXPECT_LE(WakesOfTheServersThread() - before, 30) << "10 pieces came";
+}
+
+// A device that has gone hands everything back, and can only be closed.
+void ExpectGone(WaveRecorder& recorder, const std::vector<WAVEHDR*>& headers) {
+    for (WAVEHDR* const header : headers)
+        ASSERT_EQ(recorder.NextDone(milliseconds(2000)), header);
+    for (const MMRESULT result : {recorder.Add(headers[0]), recorder.Start(), waveInStop(recorder.handle),
+                                  waveInReset(recorder.handle)})
+        EXPECT_EQ(result, UINT{MMSYSERR_NODRIVER});
+    EXPECT_EQ(waveInUnprepareHeader(recorder.handle, headers[0], sizeof(WAVEHDR)), MMSYSERR_NOERROR);
+    EXPECT_EQ(waveInClose(recorder.handle), MMSYSERR_NOERROR);
+    recorder.handle = nullptr;
+}
+
+TEST_F(SoundServer, AVanishedSourceGivesWayToAnotherUntilNoneIsLeft) {
+    WaveRecorder recorder;
+    ASSERT_EQ(recorder.Open(Pcm(48000, 2, 16), kMic), MMSYSERR_NOERROR);
+    WAVEHDR* const headers[] = {recorder.Added(19200), recorder.Added(19200), recorder.Added(192000)};
+    recorder.Start();
+    ASSERT_EQ(Execute({"pactl", "unload-module", "module-remap-source"}), 0);
+    EXPECT_EQ(recorder.NextDone(), headers[0]);
+    EXPECT_EQ(recorder.NextDone(), headers[1]);
+    for (const char* const module : {"module-null-source", "module-null-sink"})
+        ASSERT_EQ(Execute({"pactl", "unload-module", module}), 0);
+    ExpectGone(recorder, {headers[2]});
+    EXPECT_LT(headers[2]->dwBytesRecorded, 192000u);
+    EXPECT_EQ(waveInGetNumDevs(), 0u);
 }
 
 TEST_F(SoundServer, ItsEndHandsEverythingBackAndAnotherIsFound) {
@@ -327,13 +469,20 @@ TEST_F(SoundServer, ItsEndHandsEverythingBackAndAnotherIsFound) {
         for (uint32_t i = 0; i < 8; i++)
             headers.push_back(player.Written(Noise(88200, i)));
         if (time == 1) waveOutPause(player.handle);
+        WaveRecorder recorder;
+        ASSERT_EQ(recorder.Open(Pcm(44100, 2, 16)), MMSYSERR_NOERROR);
+        WAVEHDR* const recorded[] = {recorder.Added(88200), recorder.Added(88200)};
+        if (time == 0) recorder.Start();
         std::this_thread::sleep_for(milliseconds(60));
+        EXPECT_TRUE(Eventually([&] { return time == 1 || recorder.Position() > 0; }));
         player.Messages();
         const auto from = steady_clock::now();
         Stop();
         for (WAVEHDR* const header : headers)
             ASSERT_EQ(player.NextDone(milliseconds(2000)), header);
         EXPECT_LT(Milliseconds(steady_clock::now() - from), 2000);
+        ExpectGone(recorder, {recorded[0], recorded[1]});
+        EXPECT_EQ(recorded[0]->dwBytesRecorded > 0, time == 0);
         EXPECT_EQ(player.Write(headers[0]), UINT{MMSYSERR_NODRIVER});
         EXPECT_EQ(waveOutRestart(player.handle), MMSYSERR_NOERROR);
         player.Position();
