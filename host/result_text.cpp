@@ -24,6 +24,7 @@ struct Entry {
 
 constexpr std::string_view kLookInside = "`tolvane info` shows what can be said of the file.";
 constexpr std::string_view kSeeDevices = "`tolvane devices` lists the devices; choose one with --device.";
+constexpr std::string_view kSeeSources = "`tolvane sources` lists what can be recorded from.";
 constexpr std::string_view kFreeMemory = "Close other programs and try again.";
 constexpr std::string_view kSeeCodecs = "`tolvane codecs` lists what is installed.";
 constexpr std::string_view kChangePcm =
@@ -48,6 +49,8 @@ constexpr Entry kEntries[] = {
     {TOLVANE_NO_FORMAT, "The wave file has no usable format record.", kDamaged},
     {TOLVANE_NOT_PCM, "The sound is compressed.", kLookInside},
     {TOLVANE_NO_DATA, "The wave file has no data chunk.", kDamaged},
+    {TOLVANE_NO_MICROPHONE, "No record source is called a microphone.", kSeeSources},
+    {TOLVANE_NO_LINE_INPUT, "No record source is called a line input.", kSeeSources},
     {TOLVANE_CANNOT_SEEK, "The file cannot be positioned at its sound.", "Play it from a local disk."},
     {TOLVANE_FORMAT_NOT_LEFT, "The wave file breaks off behind its format record.", kDamaged},
     {TOLVANE_NO_MEMORY, "There is not enough memory.", kFreeMemory},
@@ -69,6 +72,12 @@ constexpr Entry kEntries[] = {
      kSeeCodecs},
     {TOLVANE_FILE_IS_PLAYING, "The file is being played.", "Wait for the end of the playback or stop it."},
     {TOLVANE_CANCELLED, "The operation was cancelled.", ""},
+    {TOLVANE_NO_SOURCE_CONTROL, "The mixer has nothing to choose a record source with.", kSeeSources},
+    {TOLVANE_NO_SUCH_SOURCE, "This record source does not exist.", kSeeSources},
+    {TOLVANE_NO_SELECTION_MEMORY, "There is not enough memory for what the mixer tells.", kFreeMemory},
+    {TOLVANE_SOURCE_NOT_READ, "The mixer does not tell which record sources are chosen.", kSeeSources},
+    {TOLVANE_SOURCE_NOT_SET, "The mixer refused the choice of the record source.",
+     "Choose it in the system's own sound settings."},
     {TOLVANE_EDIT_NOT_PCM, "The sound is compressed: it has to be converted to PCM first.", kChangePcm},
     {TOLVANE_INPUT_NOT_OPENED, "The file to convert cannot be opened.", kLookInside},
     {TOLVANE_INPUT_NOT_WAVE, "The file to convert is no wave file.", kLookInside},

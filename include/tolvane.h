@@ -55,6 +55,7 @@ extern "C" {
 enum {
     TOLVANE_MAX_PATH = 259,        /* characters of a path, without the terminating zero */
     TOLVANE_DEVICE_NAME_SIZE = 32, /* bytes of a device description, with the terminating zero */
+    TOLVANE_SOURCE_NAME_SIZE = 64, /* bytes of the name of a record source, with the terminating zero */
     TOLVANE_PLAYBACK_ENDED = 1125  /* message posted to the callback window, see SetCallbackWindow */
 };
 
@@ -78,6 +79,8 @@ typedef enum TolvaneResult {
     TOLVANE_NO_FORMAT = 108,           /* The wave file has no usable format record. */
     TOLVANE_NOT_PCM = 109,             /* The sound is compressed. */
     TOLVANE_NO_DATA = 110,             /* The wave file has no data chunk. */
+    TOLVANE_NO_MICROPHONE = 111,       /* No record source is called a microphone. */
+    TOLVANE_NO_LINE_INPUT = 112,       /* No record source is called a line input. */
     TOLVANE_CANNOT_SEEK = 113,         /* The file cannot be positioned at its sound. */
     TOLVANE_FORMAT_NOT_LEFT = 114,     /* The wave file breaks off behind its format record. */
     TOLVANE_NO_MEMORY = 115,           /* There is not enough memory. */
@@ -89,6 +92,11 @@ typedef enum TolvaneResult {
     TOLVANE_NO_PREFERRED_INPUT = 153,  /* There is no input device, or the system prefers none. */
     TOLVANE_NO_SUCH_INPUT = 154,       /* This input device does not exist. */
     TOLVANE_INPUT_NOT_SELECTED = 155,  /* This input device cannot be selected: it does not exist. */
+    TOLVANE_NO_SOURCE_CONTROL = 250,   /* The mixer has nothing to choose a record source with. */
+    TOLVANE_NO_SUCH_SOURCE = 251,      /* This record source does not exist. */
+    TOLVANE_NO_SELECTION_MEMORY = 252, /* There is not enough memory for what the mixer tells. */
+    TOLVANE_SOURCE_NOT_READ = 253,     /* The mixer does not tell which record sources are chosen. */
+    TOLVANE_SOURCE_NOT_SET = 254,      /* The mixer refused the choice of the record source. */
     TOLVANE_EDIT_NOT_WRITTEN = 301,    /* The edited sound cannot be written, or the file breaks off. */
     TOLVANE_NOTHING_TO_CUT = 302,      /* Nothing is selected. */
     TOLVANE_DISK_FULL = 303,           /* There is not enough room on the disk of the temp folder. */
@@ -345,6 +353,51 @@ TOLVANE_API uint32_t TOLVANE_CALL GetInputDeviceDescription(uint32_t device, cha
  * TOLVANE_OK, or TOLVANE_OUTPUT_NOT_SELECTED (TOLVANE_INPUT_NOT_SELECTED), and the earlier choice stays. */
 TOLVANE_API uint32_t TOLVANE_CALL SelectOutputDevice(uint32_t device);
 TOLVANE_API uint32_t TOLVANE_CALL SelectInputDevice(uint32_t device);
+
+/* ======== Mixer ======== */
+
+/* Volumes and sources are settings of the system's mixer (its device 0), whichever devices are selected: they act on
+ * every program and outlive this one. Without a mixer, or where it lacks the line or the control, nothing is set and
+ * volumes are 0.
+ * Record sources are the lines that feed the mixer's recording line (microphone, line input and so on), with an index
+ * from 0 in the mixer's order. The one in use is the index that SetTheSource or the start of a recording was last given,
+ * initially 0, valid or not; the mixer is not asked which one it has chosen itself. */
+
+/* Sets the volume of playback, in percent; more than 100 means 100. While AudioMute mutes, the volume is only kept for
+ * the end of the mute. Always TOLVANE_OK. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioSetVolume(uint16_t percent);
+
+/* The volume of playback in percent (0 to 100), that of the left channel; 0 while muted. No result code. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioGetVolume(void);
+
+/* With `mute` not 0 keeps the volume of playback and sets it to 0; with 0 sets it to what was kept. Neither asks whether
+ * it is muted: muting twice keeps 0, and what is kept initially is 100 percent. Always TOLVANE_OK. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioMute(uint32_t mute);
+
+/* The volume of recording, in percent: where the mixer chooses sources with one control (the usual case), that of the
+ * first source of the same kind as the one in use; otherwise that of the recording line itself. An index in use that
+ * does not exist sets nothing, and reads 0. AudioSetRecVolume: always TOLVANE_OK. AudioGetRecVolume: no result code. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioSetRecVolume(uint16_t percent);
+TOLVANE_API uint16_t TOLVANE_CALL AudioGetRecVolume(void);
+
+/* How many record sources there are. No result code. */
+TOLVANE_API uint32_t TOLVANE_CALL GetNumberOfRecordSources(void);
+
+/* Copies the name of a record source into `name` (TOLVANE_SOURCE_NAME_SIZE bytes), which stays as it was where there is
+ * no such source. Always TOLVANE_OK. */
+TOLVANE_API uint16_t TOLVANE_CALL GetRecordSourceName(uint32_t index, char* name);
+
+/* Stores the index of the first record source whose name contains "mic" (or "line"), in small or capital letters.
+ * Results: TOLVANE_OK; TOLVANE_NO_MICROPHONE, TOLVANE_NO_LINE_INPUT, and nothing is stored then. */
+TOLVANE_API uint16_t TOLVANE_CALL GetRecordSourceMic(uint32_t* index);
+TOLVANE_API uint16_t TOLVANE_CALL GetRecordSourceLine(uint32_t* index);
+
+/* Records from this source from now on. A mixer with a control for one source at a time then has this one alone, one for
+ * several also those that it had, and where there is none, the other sources are muted and this one is not (those without
+ * a switch are left alone). Results: TOLVANE_OK; TOLVANE_NO_SOURCE_CONTROL; TOLVANE_NO_SUCH_SOURCE;
+ * TOLVANE_NO_SELECTION_MEMORY; TOLVANE_SOURCE_NOT_READ; TOLVANE_SOURCE_NOT_SET; where sources are muted, that of the
+ * last one with a switch. The index is the one in use afterwards, whatever the result. */
+TOLVANE_API uint16_t TOLVANE_CALL SetTheSource(uint16_t index);
 
 /* ======== Codecs ======== */
 

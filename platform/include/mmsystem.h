@@ -1,4 +1,5 @@
-/* mmsystem.h: the multimedia services: wave devices and the millisecond clock (RIFF files are in mmiscapi.h).
+/* mmsystem.h: the multimedia services: wave devices, the mixer and the millisecond clock (RIFF files are in
+ * mmiscapi.h).
  *
  * Records have the layout that the system's callers know, packed to single bytes. */
 #ifndef TOLVANE_PLATFORM_MMSYSTEM_H
@@ -218,6 +219,134 @@ MMRESULT WINAPI waveInStart(HWAVEIN handle);
 MMRESULT WINAPI waveInStop(HWAVEIN handle);
 MMRESULT WINAPI waveInReset(HWAVEIN handle);
 MMRESULT WINAPI waveInGetPosition(HWAVEIN handle, LPMMTIME time, UINT size);
+
+/* ---- The mixer ---- */
+
+DECLARE_HANDLE(HMIXEROBJ);
+
+#define MIXERR_INVALLINE 1024
+#define MIXERR_INVALCONTROL 1025
+
+/* A mixer is meant by its number: there are no handles. */
+#define MIXER_OBJECTF_MIXER 0x00000000u
+
+#define MIXER_SHORT_NAME_CHARS 16
+#define MIXER_LONG_NAME_CHARS 64
+
+#define MIXERLINE_LINEF_ACTIVE 0x00000001u
+#define MIXERLINE_LINEF_SOURCE 0x80000000u
+
+#define MIXERLINE_COMPONENTTYPE_DST_SPEAKERS 0x0004
+#define MIXERLINE_COMPONENTTYPE_DST_WAVEIN 0x0007
+#define MIXERLINE_COMPONENTTYPE_SRC_FIRST 0x1000
+#define MIXERLINE_COMPONENTTYPE_SRC_UNDEFINED 0x1000
+#define MIXERLINE_COMPONENTTYPE_SRC_LINE 0x1002
+#define MIXERLINE_COMPONENTTYPE_SRC_MICROPHONE 0x1003
+#define MIXERLINE_COMPONENTTYPE_SRC_SYNTHESIZER 0x1004
+#define MIXERLINE_COMPONENTTYPE_SRC_COMPACTDISC 0x1005
+#define MIXERLINE_COMPONENTTYPE_SRC_WAVEOUT 0x1008
+#define MIXERLINE_COMPONENTTYPE_SRC_AUXILIARY 0x1009
+#define MIXERLINE_COMPONENTTYPE_SRC_ANALOG 0x100A
+
+typedef struct tagMIXERLINEA {
+    DWORD cbStruct;
+    DWORD dwDestination;
+    DWORD dwSource; /* of a source line: its place among those of the destination */
+    DWORD dwLineID;
+    DWORD fdwLine;
+    DWORD_PTR dwUser;
+    DWORD dwComponentType;
+    DWORD cChannels;
+    DWORD cConnections; /* of a destination: how many source lines it has */
+    DWORD cControls;
+    CHAR szShortName[MIXER_SHORT_NAME_CHARS];
+    CHAR szName[MIXER_LONG_NAME_CHARS];
+    struct {
+        DWORD dwType;
+        DWORD dwDeviceID;
+        WORD wMid;
+        WORD wPid;
+        MMVERSION vDriverVersion;
+        CHAR szPname[MAXPNAMELEN];
+    } Target;
+} MIXERLINEA, *PMIXERLINEA, *LPMIXERLINEA;
+
+#define MIXER_GETLINEINFOF_SOURCE 0x00000001u        /* dwDestination and dwSource say which */
+#define MIXER_GETLINEINFOF_COMPONENTTYPE 0x00000003u /* dwComponentType says which */
+
+#define MIXERCONTROL_CONTROLTYPE_BOOLEAN 0x20010000u
+#define MIXERCONTROL_CONTROLTYPE_FADER 0x50030000u
+#define MIXERCONTROL_CONTROLTYPE_SINGLESELECT 0x70010000u
+#define MIXERCONTROL_CONTROLTYPE_MULTIPLESELECT 0x71010000u
+#define MIXERCONTROL_CONTROLTYPE_MUTE (MIXERCONTROL_CONTROLTYPE_BOOLEAN + 2)
+#define MIXERCONTROL_CONTROLTYPE_VOLUME (MIXERCONTROL_CONTROLTYPE_FADER + 1)
+#define MIXERCONTROL_CONTROLTYPE_MUX (MIXERCONTROL_CONTROLTYPE_SINGLESELECT + 1)
+#define MIXERCONTROL_CONTROLTYPE_MIXER (MIXERCONTROL_CONTROLTYPE_MULTIPLESELECT + 1)
+
+#define MIXERCONTROL_CONTROLF_UNIFORM 0x00000001u  /* one value for all channels */
+#define MIXERCONTROL_CONTROLF_MULTIPLE 0x00000002u /* cMultipleItems values */
+
+typedef struct tagMIXERCONTROLA {
+    DWORD cbStruct;
+    DWORD dwControlID;
+    DWORD dwControlType;
+    DWORD fdwControl;
+    DWORD cMultipleItems;
+    CHAR szShortName[MIXER_SHORT_NAME_CHARS];
+    CHAR szName[MIXER_LONG_NAME_CHARS];
+    struct {
+        DWORD dwMinimum;
+        DWORD dwMaximum;
+        DWORD dwReserved[4];
+    } Bounds;
+    struct {
+        DWORD cSteps;
+        DWORD dwReserved[5];
+    } Metrics;
+} MIXERCONTROLA, *PMIXERCONTROLA, *LPMIXERCONTROLA;
+
+typedef struct tagMIXERLINECONTROLSA {
+    DWORD cbStruct;
+    DWORD dwLineID;
+    union {
+        DWORD dwControlID;
+        DWORD dwControlType;
+    };
+    DWORD cControls;
+    DWORD cbmxctrl; /* size of one record in pamxctrl */
+    LPMIXERCONTROLA pamxctrl;
+} MIXERLINECONTROLSA, *PMIXERLINECONTROLSA, *LPMIXERLINECONTROLSA;
+
+#define MIXER_GETLINECONTROLSF_ONEBYID 0x00000001u
+#define MIXER_GETLINECONTROLSF_ONEBYTYPE 0x00000002u
+
+typedef struct tMIXERCONTROLDETAILS {
+    DWORD cbStruct;
+    DWORD dwControlID;
+    DWORD cChannels; /* 1: the control as if it had one value for all channels */
+    union {
+        HWND hwndOwner;
+        DWORD cMultipleItems;
+    };
+    DWORD cbDetails; /* size of one value in paDetails */
+    LPVOID paDetails;
+} MIXERCONTROLDETAILS, *PMIXERCONTROLDETAILS, *LPMIXERCONTROLDETAILS;
+
+typedef struct tMIXERCONTROLDETAILS_UNSIGNED {
+    DWORD dwValue;
+} MIXERCONTROLDETAILS_UNSIGNED;
+
+typedef struct tMIXERCONTROLDETAILS_BOOLEAN {
+    LONG fValue;
+} MIXERCONTROLDETAILS_BOOLEAN;
+
+#define MIXER_GETCONTROLDETAILSF_VALUE 0x00000000u
+#define MIXER_SETCONTROLDETAILSF_VALUE 0x00000000u
+
+MMRESULT WINAPI mixerGetLineInfoA(HMIXEROBJ mixer, LPMIXERLINEA line, DWORD flags);
+MMRESULT WINAPI mixerGetLineControlsA(HMIXEROBJ mixer, LPMIXERLINECONTROLSA controls, DWORD flags);
+MMRESULT WINAPI mixerGetControlDetailsA(HMIXEROBJ mixer, LPMIXERCONTROLDETAILS details, DWORD flags);
+MMRESULT WINAPI mixerSetControlDetails(HMIXEROBJ mixer, LPMIXERCONTROLDETAILS details, DWORD flags);
 
 #pragma pack(pop)
 

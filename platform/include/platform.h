@@ -56,7 +56,8 @@ typedef struct PlatformVirtualDevice {
 } PlatformVirtualDevice;
 
 /* Back to one output "Virtual speakers" and one input "Virtual microphone" (1 to 192,000 Hz, 2 channels, 8 and 16
- * bits), the real-time clock, nothing played or written to files, silence heard. 0 while a device is open. */
+ * bits), the real-time clock, nothing played or written to files, silence heard, the first mixer (below). 0 while a
+ * device is open. */
 int PlatformVirtualReset(void);
 
 /* Replaces the outputs or inputs (at most 16; a count of 0 leaves none). 0 while a device is open. */
@@ -132,6 +133,41 @@ int PlatformVirtualUnplugInput(uint32_t input);
 uint32_t PlatformVirtualInputQueued(uint32_t input, uint32_t* lengths, uint32_t count);
 /* `paused`: open but not started. */
 int PlatformVirtualGetInputState(uint32_t input, PlatformVirtualState* state);
+
+/* ---- The virtual card's mixer ---- */
+
+/* Controls of a line, to be added up. */
+enum {
+    PLATFORM_MIXER_VOLUME = 1,
+    PLATFORM_MIXER_MUTE = 2,
+    PLATFORM_MIXER_MUX = 4,     /* of a destination: selects one of its source lines */
+    PLATFORM_MIXER_MULTIPLE = 8 /* of a destination: selects any of them */
+};
+
+/* A line of the mixer. What is "said" is what the mixer claims, rightly or not. */
+typedef struct PlatformMixerLine {
+    char name[64];         /* UTF-8 */
+    uint32_t component;    /* a component type of the system; from 0x1000 on those of source lines */
+    uint32_t controls;     /* PLATFORM_MIXER_... */
+    uint32_t unreadable;   /* not 0: the mixer does not tell of the line */
+    uint32_t channels;     /* said; 0: 2 */
+    uint32_t said_sources; /* of a destination; 0: as many as follow it */
+    uint32_t
+        said_items; /* of all its controls; 0: a value for each source line in a selector, otherwise none */
+} PlatformMixerLine;
+
+/* Replaces the mixer by one with these lines: each destination is followed by its source lines. At most 256; a count of 0
+ * is a machine without a mixer. Volumes stand at 65,535, nothing is muted, the first source is selected. The first mixer
+ * is { speakers: wave }, { wave-in with volume and mux: Microphone, Line In, CD Audio }, each source with volume and
+ * mute. */
+int PlatformVirtualSetMixer(const PlatformMixerLine* lines, uint32_t count);
+
+/* The values that a control of the line (its index above) has: one a channel of a volume, one of a mute, one an item of
+ * a selector; where the mixer says more than 65,536, none. Copies at most `count`, returns how many there are. */
+uint32_t PlatformVirtualMixerValues(uint32_t line, uint32_t control, uint32_t* values, uint32_t count);
+
+/* Changes the first `count` of them, as another program may at any time. */
+int PlatformVirtualSetMixerValues(uint32_t line, uint32_t control, const uint32_t* values, uint32_t count);
 
 #ifdef __cplusplus
 }

@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 
+#include "platform/sound/mixer.h"
 #include "platform/sound/pcm_format.h"
 #include "platform/sound/wave_events.h"
 
@@ -92,12 +93,15 @@ class Card {
                                 std::unique_ptr<CardOutput>& output) = 0;
     virtual MMRESULT OpenInput(uint32_t index, const PcmFormat& format, RecordQueue& queue,
                                std::unique_ptr<CardInput>& input) = 0;
+
+    virtual CardMixer& Mixer() = 0;
 };
 
 // The standard formats (WAVE_FORMAT_1M08 and so on) among those within the given limits.
 DWORD StandardFormats(uint32_t min_rate, uint32_t max_rate, uint16_t max_channels, bool bits8, bool bits16);
 
-// Copies a name into a device record, cut to 31 bytes but not inside a character (UTF-8).
+// Copies a name into a field of a record, cut to what fits but not inside a character (UTF-8).
+void CopyName(char* to, size_t size, const char* name);
 void SetDeviceName(CardDevice& device, const char* name);
 
 // The card chosen by the host, kept from being replaced while the lease lives. `card` is null without a card.

@@ -61,13 +61,17 @@ DWORD StandardFormats(uint32_t min_rate, uint32_t max_rate, uint16_t max_channel
     return flags;
 }
 
-void SetDeviceName(CardDevice& device, const char* name) {
-    size_t length = std::min(strlen(name), sizeof(device.name) - 1);
+void CopyName(char* to, size_t size, const char* name) {
+    size_t length = std::min(strlen(name), size - 1);
     const auto continues = [&](size_t at) { return (name[at] & 0xC0) == 0x80; };
     while (length > 0 && continues(length))
         length--;
-    memset(device.name, 0, sizeof(device.name));
-    memcpy(device.name, name, length);
+    memset(to, 0, size);
+    memcpy(to, name, length);
+}
+
+void SetDeviceName(CardDevice& device, const char* name) {
+    CopyName(device.name, sizeof(device.name), name);
 }
 
 CardLease::CardLease() {

@@ -5,6 +5,7 @@
 
 #include "platform/sound/server_connection.h"
 #include "platform/sound/server_input.h"
+#include "platform/sound/server_mixer.h"
 #include "platform/sound/server_output.h"
 
 namespace tolvane::platform {
@@ -47,6 +48,8 @@ class TheServerCard final : public Card {
                        std::unique_ptr<CardInput>& input) override {
         return Open<ServerInput>(Direction::kInput, index, queue, input);
     }
+
+    CardMixer& Mixer() override { return ServerMixer(); }
 
   private:
     template <typename Stream, typename Queue, typename Opened>

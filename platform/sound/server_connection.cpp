@@ -9,25 +9,6 @@
 namespace tolvane::platform {
 namespace {
 
-// A running operation; given up, so that its callback never comes, when it goes out of scope.
-class Operation {
-  public:
-    explicit Operation(pa_operation* operation) : operation_(operation) {}
-    ~Operation() {
-        if (!operation_) return;
-        pa_operation_cancel(operation_);
-        pa_operation_unref(operation_);
-    }
-    Operation(const Operation&) = delete;
-    Operation& operator=(const Operation&) = delete;
-
-    bool Runs() const { return operation_ && pa_operation_get_state(operation_) == PA_OPERATION_RUNNING; }
-    bool Done() const { return operation_ && pa_operation_get_state(operation_) == PA_OPERATION_DONE; }
-
-  private:
-    pa_operation* const operation_;
-};
-
 void SignalWaiting(void* connection) {
     static_cast<ServerConnection*>(connection)->Signal();
 }
@@ -38,12 +19,23 @@ struct Answers {
     ServerDevices outputs, inputs;
 };
 
-void Add(ServerDevices& devices, const char* name, const char* description, const pa_sample_spec& spec) {
-    const bool described = description && description[0];
-    ServerDevice device = {name, {}};
-    SetDeviceName(device.description, described ? description : name);
-    device.description.channels = std::max<uint8_t>(spec.channels, 2);  // the server mixes to what there is
+// `Info` tells of a sink or of a source.
+template <typename Info>
+void Add(ServerDevices& devices, const Info& info) {
+    const bool described = info.description && info.description[0];
+    ServerDevice device = {};
+    device.name = info.name;
+    device.text = described ? info.description : info.name;
+    SetDeviceName(device.description, device.text.c_str());
+    device.description.channels =
+        std::max<uint8_t>(info.sample_spec.channels, 2);  // the server mixes to what there is
     device.description.formats = StandardFormats(1, PA_RATE_MAX, 2, true, true);
+    device.channels = info.channel_map;
+    device.volume = info.volume;
+    device.muted = info.mute != 0;
+    for (uint32_t i = 0; i < info.n_ports; i++)
+        device.ports.push_back({info.ports[i]->name, info.ports[i]->description});
+    if (info.active_port) device.port = info.active_port->name;
     devices.devices.push_back(std::move(device));
 }
 
@@ -56,15 +48,14 @@ void TakeDefaults(pa_context*, const pa_server_info* info, void* context) {
 
 void TakeSink(pa_context*, const pa_sink_info* sink, int end, void* context) {
     auto& answers = *static_cast<Answers*>(context);
-    if (!end && sink) Add(answers.outputs, sink->name, sink->description, sink->sample_spec);
+    if (!end && sink) Add(answers.outputs, *sink);
 }
 
 // The last of the answers.
 void TakeSource(pa_context*, const pa_source_info* source, int end, void* context) {
     auto& answers = *static_cast<Answers*>(context);
     if (end) return answers.connection.Signal();
-    if (source && source->monitor_of_sink == PA_INVALID_INDEX)
-        Add(answers.inputs, source->name, source->description, source->sample_spec);
+    if (source && source->monitor_of_sink == PA_INVALID_INDEX) Add(answers.inputs, *source);
 }
 
 }  // namespace
@@ -127,19 +118,23 @@ void ServerConnection::Drop() {
     pa_context_unref(dropped);
 }
 
-bool ServerConnection::ReadDevices() {
-    devices_known_ = false;
-    if (!Connect()) return false;
+std::optional<ServerDeviceLists> ServerConnection::AskDevices() {
+    if (!Connect()) return std::nullopt;
     Answers answers = {*this, {}, {}};
-    const Operation defaults(pa_context_get_server_info(context_, TakeDefaults, &answers));
-    const Operation sinks(pa_context_get_sink_info_list(context_, TakeSink, &answers));
-    const Operation sources(pa_context_get_source_info_list(context_, TakeSource, &answers));
+    const ServerOperation defaults(pa_context_get_server_info(context_, TakeDefaults, &answers));
+    const ServerOperation sinks(pa_context_get_sink_info_list(context_, TakeSink, &answers));
+    const ServerOperation sources(pa_context_get_source_info_list(context_, TakeSource, &answers));
     // The server answers in the order of the questions.
     if (!WaitUntil([&] { return !sources.Runs(); }) || !defaults.Done() || !sinks.Done() || !sources.Done())
-        return false;
-    devices_[0] = std::move(answers.outputs);
-    devices_[1] = std::move(answers.inputs);
-    return devices_known_ = true;
+        return std::nullopt;
+    return ServerDeviceLists{std::move(answers.outputs), std::move(answers.inputs)};
+}
+
+bool ServerConnection::ReadDevices() {
+    auto lists = AskDevices();
+    devices_known_ = lists.has_value();
+    if (lists) devices_ = std::move(*lists);
+    return devices_known_;
 }
 
 bool ServerConnection::KnowDevices() {

@@ -5,6 +5,7 @@
 
 #include <pulse/pulseaudio.h>
 
+#include <array>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,9 +14,19 @@
 
 namespace tolvane::platform {
 
+struct ServerPort {
+    std::string name, description;
+};
+
+// A sink or source.
 struct ServerDevice {
-    std::string name;  // the server's own
+    std::string name, text;  // the server's own, and what it is to be called
     CardDevice description;
+    pa_channel_map channels;
+    pa_cvolume volume;
+    bool muted;
+    std::vector<ServerPort> ports;
+    std::string port;  // name of the one in use
 };
 
 // Output or input devices in the server's order, and the name of the default one.
@@ -23,6 +34,27 @@ struct ServerDevices {
     std::vector<ServerDevice> devices;
     std::string preferred;
 };
+
+// A running operation; given up, so that its callback never comes, when it goes out of scope.
+class ServerOperation {
+  public:
+    explicit ServerOperation(pa_operation* operation) : operation_(operation) {}
+    ~ServerOperation() {
+        if (!operation_) return;
+        pa_operation_cancel(operation_);
+        pa_operation_unref(operation_);
+    }
+    ServerOperation(const ServerOperation&) = delete;
+    ServerOperation& operator=(const ServerOperation&) = delete;
+
+    bool Runs() const { return operation_ && pa_operation_get_state(operation_) == PA_OPERATION_RUNNING; }
+    bool Done() const { return operation_ && pa_operation_get_state(operation_) == PA_OPERATION_DONE; }
+
+  private:
+    pa_operation* const operation_;
+};
+
+using ServerDeviceLists = std::array<ServerDevices, 2>;  // outputs and inputs
 
 // Functions other than Get, Lock and Unlock are called with the lock, and not in the loop's own thread.
 class ServerConnection {
@@ -36,6 +68,8 @@ class ServerConnection {
     bool Connect();
     pa_context* Context() const { return context_; }
 
+    // What the server has now.
+    std::optional<ServerDeviceLists> AskDevices();
     // Reads the lists anew, or only on a new connection (so that an index means what it meant when it was
     // told).
     bool ReadDevices();
@@ -78,7 +112,7 @@ class ServerConnection {
     pa_threaded_mainloop* const loop_;
     pa_context* context_ = nullptr;
     bool devices_known_ = false;
-    ServerDevices devices_[2];
+    ServerDeviceLists devices_;
 };
 
 class ServerLock {

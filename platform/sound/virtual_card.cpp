@@ -8,6 +8,7 @@
 
 #include "platform/messages/queue.h"
 #include "platform/sound/virtual_input.h"
+#include "platform/sound/virtual_mixer.h"
 #include "platform/sound/virtual_output.h"
 
 namespace tolvane::platform {
@@ -116,6 +117,10 @@ MMRESULT VirtualCard::OpenInput(uint32_t index, const PcmFormat& format, RecordQ
     return MMSYSERR_NOERROR;
 }
 
+CardMixer& VirtualCard::Mixer() {
+    return VirtualMixer::Get();
+}
+
 // ---- As platform.h has it ----
 
 int VirtualCard::Reset() {
@@ -124,6 +129,7 @@ int VirtualCard::Reset() {
     SetStandardDevices();
     preferred_[0] = preferred_[1] = 0;
     clock_ = PLATFORM_CLOCK_REAL_TIME;
+    VirtualMixer::Get().Reset();
     return 1;
 }
 

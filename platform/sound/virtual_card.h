@@ -30,6 +30,7 @@ class VirtualCard final : public Card {
                         std::unique_ptr<CardOutput>& output) override;
     MMRESULT OpenInput(uint32_t index, const PcmFormat& format, RecordQueue& queue,
                        std::unique_ptr<CardInput>& input) override;
+    CardMixer& Mixer() override;
 
     // What platform.h offers, under the same names.
     int Reset();

@@ -109,4 +109,32 @@ static inline int PlatformVirtualGetInputState(uint32_t i, PlatformVirtualState*
     return (void)i, (void)state, 0;
 }
 
+enum {
+    PLATFORM_MIXER_VOLUME = 1,
+    PLATFORM_MIXER_MUTE = 2,
+    PLATFORM_MIXER_MUX = 4,
+    PLATFORM_MIXER_MULTIPLE = 8
+};
+
+typedef struct PlatformMixerLine {
+    char name[64];
+    uint32_t component;
+    uint32_t controls;
+    uint32_t unreadable;
+    uint32_t channels;
+    uint32_t said_sources;
+    uint32_t said_items;
+} PlatformMixerLine;
+
+static inline int PlatformVirtualSetMixer(const PlatformMixerLine* lines, uint32_t n) {
+    return (void)lines, (void)n, 0;
+}
+static inline uint32_t PlatformVirtualMixerValues(uint32_t line, uint32_t control, uint32_t* v, uint32_t n) {
+    return (void)line, (void)control, (void)v, (void)n, 0u;
+}
+static inline int PlatformVirtualSetMixerValues(uint32_t line, uint32_t control, const uint32_t* v,
+                                                uint32_t n) {
+    return (void)line, (void)control, (void)v, (void)n, 0;
+}
+
 #endif

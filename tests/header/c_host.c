@@ -56,6 +56,7 @@ int main(void) {
     Expect(SelectOutputDevice(GetNumberOfOutputDevices()) == TOLVANE_OUTPUT_NOT_SELECTED,
            "one device too many");
     Expect(SelectOutputDevice(TOLVANE_WAVE_MAPPER) == TOLVANE_OK, "the mapper can be selected");
+    Expect(AudioGetVolume() <= 100 && SetTheSource(65535) != TOLVANE_OK, "no mixer has 65,536 sources");
     SetCallbackWindow(NULL);
     Expect(AudioStop() == TOLVANE_OK && AudioGetPosition(TOLVANE_BYTES) == 0, "nothing plays");
     return failures != 0;
