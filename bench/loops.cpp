@@ -3,11 +3,13 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
+#include <cstring>
 #include <numeric>
 #include <random>
 #include <vector>
 
 #include "convert/sample_loops.h"
+#include "playback/mixing_loops.h"
 #include "tolvane.h"
 
 namespace {
@@ -44,6 +46,42 @@ void Sum(benchmark::State& state) {
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * kBlock));
 }
 BENCHMARK(Sum);
+
+void Copy(benchmark::State& state) {
+    const std::vector<uint8_t> block = Noise();
+    std::vector<uint8_t> out(kBlock);
+    for (auto _ : state) {
+        memcpy(out.data(), block.data(), kBlock);
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * kBlock));
+}
+BENCHMARK(Copy);
+
+void Gain(benchmark::State& state) {
+    std::vector<uint8_t> block = Noise();
+    const tolvane::FrameLayout layout{static_cast<uint16_t>(state.range(0)),
+                                      static_cast<uint16_t>(state.range(1))};
+    for (auto _ : state) {
+        tolvane::GainFrames(block.data(), kBlock / layout.Bytes(), layout, {-0.99F, 1.01F});
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * kBlock));
+}
+BENCHMARK(Gain)->ArgNames({"channels", "bits"})->Args({1, 8})->Args({2, 8})->Args({1, 16})->Args({2, 16});
+
+void Mixing(benchmark::State& state, tolvane::Gains gains, bool average) {
+    std::vector<uint8_t> block = Noise(), mixed = Noise();
+    const tolvane::Mix mix{{2, 16}, gains, gains, average};
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(tolvane::MixFrames(block.data(), mixed.data(), kBlock / 4, mix));
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * kBlock));
+}
+BENCHMARK_CAPTURE(Mixing, Added, {1, 1}, false);
+BENCHMARK_CAPTURE(Mixing, Averaged, {1, 1}, true);
+BENCHMARK_CAPTURE(Mixing, AddedWithGain, {0.7F, 0.7F}, false);
 
 void Change(benchmark::State& state, tolvane::BlockLoop loop, size_t unit, uint32_t factor) {
     const std::vector<uint8_t> block = Noise();

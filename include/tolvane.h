@@ -224,6 +224,47 @@ typedef struct FormatTagDescription {
 } FormatTagDescription;
 TOLVANE_ASSERT_SIZE(FormatTagDescription, 64);
 
+/* An MP3 stream as codecs know it: a format record (tag 85) with what is added for MPEG Layer-3. */
+typedef struct Mp3StreamFormat {
+    uint16_t wFormatTag;
+    uint16_t nChannels; /* of dual channel streams 1 */
+    uint32_t nSamplesPerSec;
+    uint32_t nAvgBytesPerSec; /* of the first frame */
+    uint16_t nBlockAlign, wBitsPerSample, cbSize, wID;
+    uint32_t fdwFlags;
+    uint16_t nBlockSize, nFramesPerBlock, nCodecDelay;
+} Mp3StreamFormat;
+TOLVANE_ASSERT_SIZE(Mp3StreamFormat, 30);
+
+/* A file of a playback set. The host fills in the path; the rest is written when the set is started. The array stays the
+ * host's, and must stay as it is until AudioStop or another set. */
+typedef struct PlaybackSetEntry {
+    uint32_t reserved; /* not used */
+    char path[260];
+    InputFileInfo format; /* of an MP3 file: its rate and channels, with 16 bits */
+    uint16_t extraSize;
+    uint32_t bitRate; /* MP3 only: of the first frame, kilobits a second */
+    uint32_t bytes;   /* length; of an MP3 file an estimate of what it is decoded */
+    uint32_t samples;
+    uint32_t milliseconds;
+    uint32_t bytesPerFileByte; /* MP3 only: `bytes` divided by the file's size */
+} PlaybackSetEntry;
+TOLVANE_ASSERT_SIZE(PlaybackSetEntry, 302);
+
+/* Where the playback of a set stands, and the whole length of the set. */
+typedef struct PlaybackSetInfo {
+    char path[260];    /* of the file that plays */
+    uint32_t position; /* in the set, in the unit asked for */
+    uint16_t bitsPerSample;
+    uint16_t channels;
+    uint32_t sampleRate; /* Hz */
+    uint16_t formatTag;
+    uint32_t totalBytes;
+    uint32_t totalSamples;
+    uint32_t totalMilliseconds;
+} PlaybackSetInfo;
+TOLVANE_ASSERT_SIZE(PlaybackSetInfo, 286);
+
 #pragma pack(pop)
 
 /* ======== Frame ======== */
@@ -265,6 +306,12 @@ TOLVANE_API uint32_t TOLVANE_CALL AudioIsTheSampleSpeedSupported(const char* pat
 /* 1 when start position, moves and sample rate are honoured in a playback of this file: it is a PCM wave file.
  * Otherwise 0. No result code. */
 TOLVANE_API uint32_t TOLVANE_CALL CanSetPositionAndSampleRate(const char* path);
+
+/* Describes an MP3 file by its first frame header, which may stand anywhere in it (also inside a tag that looks like one),
+ * and tells the file's size in bytes. Results: TOLVANE_OK; TOLVANE_CANNOT_OPEN when the file cannot be opened or holds no
+ * frame header; TOLVANE_NO_FORMAT_SIZE, TOLVANE_NO_FORMAT_MEMORY, or TOLVANE_NO_PCM_SUGGESTION when no installed codec
+ * decodes it. Neither `format` nor `size` is written then. */
+TOLVANE_API uint16_t TOLVANE_CALL GetMP3FileInfo(const char* path, Mp3StreamFormat* format, uint32_t* size);
 
 /* Measures the peaks of a block of PCM samples, in percent of full scale (0 to 100). Of `format` only channels and
  * bits per sample are read; 1 and 2 channels of 8 and 16 bits are measured. A mono block gives the same value twice.
@@ -331,6 +378,73 @@ TOLVANE_API uint32_t TOLVANE_CALL AudioGetPosition(uint16_t unit);
  * values stay as they were when nothing plays, when the playback is busy at this moment, and for formats other than
  * 8 or 16 bits in 1 or 2 channels. Of compressed data that is played as it is they mean nothing. */
 TOLVANE_API void TOLVANE_CALL AudioGetPlaybackLevel(uint32_t* left, uint32_t* right);
+
+/* ======== Mixed playback and software volume ======== */
+
+/* As AudioPlayWave, with a second PCM file laid over it: the bytes that stand at the same place of both files are added
+ * (limited to what a sample can be; see wParam of TOLVANE_PLAYBACK_ENDED) or, with `average` not 0, averaged. So both files
+ * should have one format and their sound begin at the same byte. What the second file has beyond the first is not heard.
+ * `mixPath` null: `path` alone; TOLVANE_CANNOT_OPEN when it is no PCM wave file. A compressed file that is played as it is
+ * is heard without it. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioPlayMixWave(const char* path, const char* mixPath, uint32_t start,
+                                                   uint16_t unit, uint32_t sampleRate, uint32_t convert,
+                                                   uint32_t end, uint32_t average);
+
+/* Factors for the first two channels of what is played and of what is mixed into it; 1.0 leaves samples as they are (the
+ * initial state), 0 silences, a negative one inverts, and a larger one amplifies up to the limits of a sample. In force from
+ * the next buffer on, for 8- and 16-bit PCM, until they are changed. */
+TOLVANE_API void TOLVANE_CALL SetVolume(float mainLeft, float mainRight, float mixLeft, float mixRight);
+
+/* Mixes `mixBlock` (`mixLength` bytes) into `block` (`blockLength` bytes, with room for the longer of both) as a mixed
+ * playback does, with the factors of SetVolume; 8- or 16-bit samples, whole frames of `channels`. A block that is shorter
+ * than the other is first continued with silence. 16-bit samples of `mixBlock` become what its factor makes of them.
+ * `*clipFlag` becomes 1 when an added sum had to be limited, and otherwise stays as it is. */
+TOLVANE_API void TOLVANE_CALL MixData(uint8_t* block, uint32_t blockLength, uint8_t* mixBlock,
+                                      uint32_t mixLength, uint16_t channels, uint16_t bitsPerSample,
+                                      uint32_t average, uint32_t* clipFlag);
+
+/* ======== Playback sets and MP3 ======== */
+
+/* Plays wave files as one timeline, from `start`, a position in the whole: the file that contains it plays from there to its
+ * own end, which is told to the callback window; the host then starts the next, or has moved there before. Files may differ
+ * in format. `end` (0 = none) counts in whichever file plays. The other arguments are AudioPlayWave's.
+ *
+ *     PlaybackSetEntry tracks[2] = {{0}};
+ *     strcpy(tracks[0].path, "one.wav");
+ *     strcpy(tracks[1].path, "two.wav");
+ *     AudioPlayWaveFilesSet(tracks, 2, 0, TOLVANE_MILLISECONDS, 0, 1, 0);
+ *     AudioMoveIntoPlaybackSet(tracks[0].milliseconds, TOLVANE_MILLISECONDS);  (to the second)
+ *
+ * The set stays in force until AudioStop: whatever AudioPlayWave plays until then begins at a position of the set.
+ * Results: TOLVANE_OK, also when there is nothing to play (no entries, or a start at or behind the end of the whole); those of
+ * GetInputFileInfo for each file; those of AudioPlayWave. After a failure there is no set. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioPlayWaveFilesSet(PlaybackSetEntry* entries, uint32_t count,
+                                                        uint32_t start, uint16_t unit, uint32_t sampleRate,
+                                                        uint32_t convert, uint32_t end);
+
+/* Moves the playback of a set to a position in the whole, in another file where it lies there; a paused playback stays
+ * paused. A position at or behind the end is ignored, and so is the call when no set plays. When the file cannot be
+ * opened the playback ends, and the callback window is told. Always TOLVANE_OK. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioMoveIntoPlaybackSet(uint32_t position, uint16_t unit);
+
+/* Tells where the set's playback stands. Without a set everything but the path is 0, and the path stays as it was. Always
+ * TOLVANE_OK. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioGetPlaybackSetInfo(PlaybackSetInfo* info, uint16_t unit);
+
+/* Plays an MP3 file through the system's wave mapper, which decodes it, on the device that the system prefers. It plays from
+ * the first byte to the last; `start` and `end` are used in sets and for moves only. Positions are those of the file's own
+ * bytes counted as decoded sound: AudioGetPosition in TOLVANE_BYTES tells how many bytes of the file have been played, and
+ * AudioMoveTo in TOLVANE_BYTES goes to a byte of the file. SetVolume has no effect. Edits with an empty file name keep to the
+ * file played before. Results: TOLVANE_OK; TOLVANE_NO_PATH; TOLVANE_ALREADY_PLAYING; TOLVANE_CANNOT_OPEN, also when no codec
+ * decodes it; TOLVANE_NO_BUFFERS; TOLVANE_DEVICE_NOT_OPENED; TOLVANE_BUFFER_NOT_PREPARED; TOLVANE_CANNOT_SEEK. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioPlayMP3(const char* path, uint32_t start, uint16_t unit,
+                                               uint32_t sampleRate, uint32_t convert, uint32_t end);
+
+/* As AudioPlayWaveFilesSet, with MP3 files. Their lengths are estimates from the file's size and the bit rate of its first
+ * frame, in whole seconds. `sampleRate` and `convert` are not used. Results besides: those of GetMP3FileInfo. */
+TOLVANE_API uint16_t TOLVANE_CALL AudioPlayMP3FilesSet(PlaybackSetEntry* entries, int32_t count,
+                                                       uint32_t start, uint16_t unit, uint32_t sampleRate,
+                                                       uint32_t convert, uint32_t end);
 
 /* ======== Devices ======== */
 

@@ -2,6 +2,7 @@
 
 #include "files/inspect.h"
 #include "files/peaks.h"
+#include "playback/mp3.h"
 #include "tolvane.h"
 
 uint16_t TOLVANE_CALL GetInputFileInfo(const char* path, InputFileInfo* info) {
@@ -23,6 +24,10 @@ uint32_t TOLVANE_CALL AudioIsTheSampleSpeedSupported(const char* path, uint32_t 
 
 uint32_t TOLVANE_CALL CanSetPositionAndSampleRate(const char* path) {
     return !tolvane::IsNonPcmWaveFile(path);
+}
+
+uint16_t TOLVANE_CALL GetMP3FileInfo(const char* path, Mp3StreamFormat* format, uint32_t* size) {
+    return tolvane::ReadMp3FileInfo(path, reinterpret_cast<MPEGLAYER3WAVEFORMAT*>(format), size);
 }
 
 uint16_t TOLVANE_CALL AudioGetLevelInBuffer(const InputFileInfo* format, const uint8_t* data, uint32_t length,

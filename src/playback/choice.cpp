@@ -70,7 +70,8 @@ void CopyCurrentFile(char (&path)[kPathSize]) {
 bool IsPlayingFile(const char* path) {
     char current[kPathSize];
     CopyCurrentFile(current);
-    return !IsEmpty(path) && strcmp(path, current) == 0 && IsPlaying();
+    if (IsEmpty(path)) return false;
+    return (strcmp(path, current) == 0 && IsPlaying()) || IsPlayingInSet(path);
 }
 
 bool IsCopyValid() {
@@ -95,6 +96,16 @@ uint16_t PlayWave(const char* path, const char* mix_path, StartOptions options, 
     uint16_t result = StartWavePlayback(path, mix_path, options, &made_copy);
     if (result != TOLVANE_OK) SetCurrentFile("");
     if (made_copy && result == TOLVANE_OK) KeepCopy(choice);
+    return result;
+}
+
+// The file's identity is noted, so that a wave file played before is not taken for unchanged because of it.
+uint16_t PlayMp3(const char* path, const StartOptions& options) {
+    if (IsEmpty(path)) return TOLVANE_NO_PATH;
+    IsSameFileAsLast(path);
+    ForgetPlaybackCopy();
+    const uint16_t result = StartMp3Playback(path, options);
+    if (result != TOLVANE_OK) SetCurrentFile("");
     return result;
 }
 

@@ -11,6 +11,7 @@ namespace tolvane {
 // Result codes. A failed start forgets the current file.
 uint16_t PlayWave(const char* path, const char* mix_path, StartOptions options, bool convert);
 uint16_t LoadFile(const char* path);
+uint16_t PlayMp3(const char* path, const StartOptions& options);  // leaves the current file what it was
 
 // The last file loaded or played; empty when there is none.
 void CopyCurrentFile(char (&path)[kPathSize]);

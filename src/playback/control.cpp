@@ -88,17 +88,22 @@ void MovePlayback(uint32_t position, uint16_t unit) {
     DWORD offset = std::min(bytes, PlaybackEnd(playback));
     if (!SeekToData(playback, offset)) playback.bytes_to_play = 0;
     playback.base_position = offset;
+    if (playback.set.IsActive()) playback.set.run_start = StartOfCurrent(playback.set);
     PrimePlaybackBuffers(playback);
 }
 
-uint32_t GetPlaybackPosition(uint16_t unit) {
-    Playback& playback = ThePlayback();
-    LockGuard guard(playback.lock);
+uint32_t PositionOf(Playback& playback, uint16_t unit) {
     DWORD played = 0;
     if (!playback.playing || playback.buffers_in_device == 0) return 0;
     if (playback.direct) return GetMillisecondsPlayed(playback, &played) ? played : 0;
     if (!GetBytesPlayed(playback, &played)) return 0;
     return BytesToPosition(played + playback.base_position, unit, ToInputFileInfo(playback.main.format));
+}
+
+uint32_t GetPlaybackPosition(uint16_t unit) {
+    Playback& playback = ThePlayback();
+    LockGuard guard(playback.lock);
+    return PositionOf(playback, unit);
 }
 
 void GetPlaybackLevel(uint32_t* left, uint32_t* right) {

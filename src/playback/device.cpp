@@ -3,6 +3,7 @@
 #include <mmreg.h>
 
 #include <algorithm>
+#include <cstring>
 
 #include "devices/devices.h"
 #include "files/positions.h"
@@ -15,8 +16,21 @@ namespace {
 constexpr DWORD kClosePoll = 10;        // milliseconds
 constexpr DWORD kPatienceAtUnload = 3;  // polls
 
+bool CopyMp3Format(const Playback& playback, GlobalBlock* record) {
+    const MPEGLAYER3WAVEFORMAT& format = playback.main.mp3;
+    if (record->Allocate(sizeof format, GMEM_MOVEABLE) != GlobalBlock::Outcome::kDone) return false;
+    memcpy(record->Data(), &format, sizeof format);
+    return true;
+}
+
+// Only the mapper takes a compressed stream to a codec.
+UINT DeviceFor(const Playback& playback) {
+    return playback.main.IsMp3() ? UINT{WAVE_MAPPER} : SelectedOutputDevice();
+}
+
 // The format record of the main file as the device is to be given it.
 bool ReadDeviceFormat(const Playback& playback, uint32_t sample_rate, GlobalBlock* record) {
+    if (playback.main.IsMp3()) return CopyMp3Format(playback, record);
     if (ReadFormatRecord(playback.main.file, playback.main.riff, record) != FormatRead::kDone) return false;
     if (sample_rate) static_cast<WAVEFORMATEX*>(record->Data())->nSamplesPerSec = sample_rate;
     return true;
@@ -96,7 +110,7 @@ bool OpenOutputDevice(Playback& playback, uint32_t sample_rate) {
     playback.device_lock.Reset(CreateMutexA(nullptr, FALSE, nullptr));
     if (!playback.device_lock) return false;
     const WAVEFORMATEX* format = static_cast<const WAVEFORMATEX*>(record.Data());
-    if (waveOutOpen(&playback.device, SelectedOutputDevice(), format, thread, 0, CALLBACK_THREAD) ==
+    if (waveOutOpen(&playback.device, DeviceFor(playback), format, thread, 0, CALLBACK_THREAD) ==
         MMSYSERR_NOERROR) {
         return true;
     }

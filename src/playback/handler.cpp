@@ -6,6 +6,7 @@
 
 #include "frame/callback_thread.h"
 #include "playback/device.h"
+#include "playback/mixing.h"
 #include "playback/playback.h"
 #include "playback/ring.h"
 #include "tolvane.h"
@@ -34,23 +35,29 @@ int TakeBack(Playback& playback, const WAVEHDR* header) {
 
 // Releases all that the playback holds. Under one lock, so that nobody sees a playback that is half gone.
 void EndPlayback(Playback& playback) {
-    if (playback.playing) ResetDevice(playback);
+    if (playback.playing && playback.device) ResetDevice(playback);
     ClosePlaybackFiles(playback);
     FreePlaybackBuffers(playback);
     playback.playing = false;
     playback.paused = false;
+    playback.changing_device = false;
     CloseOutputDevice(playback);
     ++playback.ended_runs;
 }
 
-// Told before the lock is free, so that whoever sees the playback ended knows that its end was told.
 void EndIfDrained(Playback& playback) {
-    if (!playback.device || playback.buffers_in_device > 0) return;
-    EndPlayback(playback);
-    NotifyCallbackWindow(TOLVANE_PLAYBACK_ENDED, playback.clip_flag, 0);
+    const bool waits_for_device = playback.changing_device && playback.playing;
+    if (!playback.device || playback.buffers_in_device > 0 || waits_for_device) return;
+    EndAndTell(playback);
 }
 
 }  // namespace
+
+// Told before the lock is free, so that whoever sees the playback ended knows that its end was told.
+void EndAndTell(Playback& playback) {
+    EndPlayback(playback);
+    NotifyCallbackWindow(TOLVANE_PLAYBACK_ENDED, ClipFlag(), 0);
+}
 
 void OnWaveOutDone(HWAVEOUT device, UINT message, DWORD_PTR, DWORD_PTR header, DWORD_PTR) {
     if (message != MM_WOM_DONE) return;
@@ -59,7 +66,7 @@ void OnWaveOutDone(HWAVEOUT device, UINT message, DWORD_PTR, DWORD_PTR header, D
     if (!playback.device || device != playback.device) return;
     int slot = TakeBack(playback, reinterpret_cast<const WAVEHDR*>(header));
     if (slot == kNoSlot) return;
-    if (playback.playing) RefillBuffer(playback, static_cast<uint16_t>(slot));
+    if (playback.playing && !playback.changing_device) RefillBuffer(playback, static_cast<uint16_t>(slot));
     EndIfDrained(playback);
 }
 

@@ -6,6 +6,7 @@
 
 #include "files/positions.h"
 #include "playback/device.h"
+#include "playback/mixing.h"
 #include "tolvane.h"
 
 namespace tolvane {
@@ -14,6 +15,8 @@ namespace {
 
 constexpr uint64_t kBufferUnit = 1024;
 constexpr uint64_t kBuffersPerSecond = 8;
+constexpr uint64_t kBuffersPerSecondOfSet = 2;
+constexpr uint16_t kBuffersOfSet = 2;
 
 // Bytes that must stay together: a frame of PCM; compressed data may be split anywhere.
 DWORD FrameSize(const Playback& playback) {
@@ -64,20 +67,49 @@ DWORD FillBlock(Playback& playback, uint8_t* to) {
     }
 }
 
+// The part of the mix file that lies at the same file offset; without memory for it the block stays unmixed.
+void MixBlock(Playback& playback, uint8_t* block, DWORD length, LONG offset) {
+    const MmioFile& mix = playback.mix.file;
+    const LONG end = mmioSeek(mix.Get(), 0, SEEK_END);
+    if (offset < 0 || offset >= end || mmioSeek(mix.Get(), offset, SEEK_SET) != offset) return;
+    GlobalBlock& mixed = playback.mix_block;
+    if (!mixed.Data() && mixed.Allocate(playback.buffer_size, GMEM_MOVEABLE) != GlobalBlock::Outcome::kDone)
+        return;
+    const LONG want = static_cast<LONG>(std::min<DWORD>(static_cast<DWORD>(end - offset), length));
+    const LONG got = mmioRead(mix.Get(), static_cast<HPSTR>(mixed.Data()), want);
+    const WAVEFORMATEX& format = playback.main.format;
+    const FrameLayout layout{format.nChannels, format.wBitsPerSample};
+    if (got <= 0 || !layout.IsMixable()) return;
+    if (MixInto({block, length, static_cast<uint8_t*>(mixed.Data()), static_cast<uint32_t>(got), layout,
+                 playback.average}))
+        NoteClipped();
+}
+
+// Mixes what was read from `offset` of the file, or gives it the software volume. Compressed sound has neither.
+void Treat(Playback& playback, uint8_t* block, DWORD length, LONG offset) {
+    if (playback.main.IsMp3()) return;
+    if (playback.mix.file)
+        MixBlock(playback, block, length, offset);
+    else
+        ApplySoftwareGain(block, length, playback.main.format);
+}
+
 }  // namespace
 
 uint16_t AllocatePlaybackBuffers(Playback& playback) {
     const WAVEFORMATEX& format = playback.main.format;
     uint64_t bytes_per_second = uint64_t{format.nSamplesPerSec} * format.nBlockAlign;
-    uint64_t size = std::max(bytes_per_second / (kBuffersPerSecond * kBufferUnit), uint64_t{1}) * kBufferUnit;
+    const bool in_set = playback.set.IsActive();
+    const uint64_t per_second = in_set ? kBuffersPerSecondOfSet : kBuffersPerSecond;
+    const uint16_t most = in_set ? kBuffersOfSet : kMostBuffers;
+    uint64_t size = std::max(bytes_per_second / (per_second * kBufferUnit), uint64_t{1}) * kBufferUnit;
     size = std::max<uint64_t>(size, format.nBlockAlign);
     playback.buffer_count = 0;
     if (size > 0x7FFFFFFF) return 0;
     playback.buffer_size = static_cast<DWORD>(size);
-    for (PlaybackBuffer& buffer : playback.buffers) {
-        if (!AllocateSlot(buffer, playback.buffer_size)) break;
+    while (playback.buffer_count < most &&
+           AllocateSlot(playback.buffers[playback.buffer_count], playback.buffer_size))
         ++playback.buffer_count;
-    }
     return playback.buffer_count;
 }
 
@@ -88,12 +120,15 @@ void FreePlaybackBuffers(Playback& playback) {
     playback.buffer_count = 0;
     playback.queue_head = 0;
     playback.buffers_in_device = 0;
+    playback.mix_block = GlobalBlock();
 }
 
 Refill RefillBuffer(Playback& playback, uint16_t slot) {
     PlaybackBuffer& buffer = playback.buffers[slot];
+    const LONG offset = playback.mix.file ? mmioSeek(playback.main.file.Get(), 0, SEEK_CUR) : 0;
     DWORD length = FillBlock(playback, buffer.Data());
     if (length == 0) return Refill::kNothingLeft;
+    Treat(playback, buffer.Data(), length, offset);
     buffer.Header()->dwBufferLength = length;
     return WriteBuffer(playback, slot) ? Refill::kQueued : Refill::kRefused;
 }
@@ -127,13 +162,18 @@ uint32_t PlaybackBytes(const Playback& playback, uint32_t position, uint16_t uni
     return static_cast<uint32_t>(std::min<uint64_t>(position * bytes_per_second / 1000, UINT32_MAX));
 }
 
+void SetPlaybackEnd(Playback& playback) {
+    const DWORD end = PlaybackBytes(playback, playback.options.end, playback.options.unit);
+    playback.end_position = playback.options.end ? std::min(end, playback.main.data_size) : 0;
+}
+
 DWORD PlaybackEnd(const Playback& playback) {
     DWORD end = playback.end_position ? playback.end_position : playback.main.data_size;
     return DownToBlock(end, FrameSize(playback));
 }
 
 void ClosePlaybackFiles(Playback& playback) {
-    playback.main = WaveSource();
+    playback.main = PlayedFile();
     playback.mix = WaveSource();
 }
 

@@ -14,6 +14,7 @@
 #include "playback/device.h"
 #include "playback/playback.h"
 #include "playback/ring.h"
+#include "playback/set_moves.h"
 #include "tolvane.h"
 
 namespace tolvane {
@@ -41,27 +42,43 @@ class Claim {
     Playback* playback_ = nullptr;
 };
 
+bool IsInSet(const Playback& playback, const StartOptions& options) {
+    return playback.set.IsActive() && !options.outside_set;
+}
+
 DWORD StartOffset(const Playback& playback, const StartOptions& options) {
     DWORD offset = PlaybackBytes(playback, options.start, options.unit);
     if (offset >= playback.main.data_size) offset = 0;
     return DownToBlock(offset, playback.main.format.nBlockAlign);
 }
 
-// Where the playback begins and ends. An end at or before the start leaves nothing to play.
+// Goes to where the playback begins. An end at or before the start leaves nothing to play; an MP3 file is played to its
+// end from wherever it begins.
 bool SetSpan(Playback& playback, const StartOptions& options) {
-    DWORD end = PlaybackBytes(playback, options.end, options.unit);
-    playback.end_position = options.end ? std::min(end, playback.main.data_size) : 0;
-    DWORD start = options.direct ? 0 : StartOffset(playback, options);
-    playback.repeat = options.repeat;
+    const bool from_zero = options.direct || playback.main.IsMp3() || IsInSet(playback, options);
+    const DWORD start = from_zero ? 0 : StartOffset(playback, options);
     playback.base_position = start;
     playback.data_offset = playback.main.data_start + start;
-    bool ends_at_once = options.end != 0 && !options.direct && playback.end_position <= start;
+    playback.repeat = options.repeat;
+    playback.options = options;
+    SetPlaybackEnd(playback);
     if (!SeekToData(playback, start)) return false;
-    if (ends_at_once) {
+    if (playback.main.IsMp3()) {
+        playback.bytes_to_play = playback.main.data_size;
+    } else if (options.end != 0 && !options.direct && playback.end_position <= start) {
         playback.bytes_to_play = 0;
         playback.repeat = false;
     }
     return true;
+}
+
+// Result codes.
+uint16_t GoToStart(Playback& playback, const char* path, const StartOptions& options) {
+    if (!SetSpan(playback, options)) return TOLVANE_CANNOT_SEEK;
+    if (!IsInSet(playback, options)) return TOLVANE_OK;
+    playback.set.run_start = Extent();
+    if (options.start == 0) return TOLVANE_OK;
+    return PositionInSet(playback, path, options) ? uint16_t{TOLVANE_OK} : uint16_t{TOLVANE_CANNOT_OPEN};
 }
 
 bool IsDrained(Playback& playback) {
@@ -76,35 +93,35 @@ void EndWhatNeverBegan() {
 
 uint16_t OpenDeviceForFile(Playback& playback, uint32_t sample_rate) {
     if (AllocatePlaybackBuffers(playback) < kFewestBuffers) return TOLVANE_NO_BUFFERS;
-    if (!QueryOutputFormat(playback, sample_rate)) return TOLVANE_FORMAT_NOT_PLAYABLE;
+    if (!playback.main.IsMp3() && !QueryOutputFormat(playback, sample_rate))
+        return TOLVANE_FORMAT_NOT_PLAYABLE;
     if (!OpenOutputDevice(playback, sample_rate)) return TOLVANE_DEVICE_NOT_OPENED;
     return PreparePlaybackBuffers(playback) ? TOLVANE_OK : TOLVANE_BUFFER_NOT_PREPARED;
 }
 
-// The device took the buffers but will not play them: they come back, and with the last one the playback ends.
-void GiveUp(Playback& playback) {
-    playback.playing = false;
-    ResetDevice(playback);
-}
-
-uint16_t StartRing(Playback& playback, const StartOptions& options) {
-    if (!SetSpan(playback, options)) return TOLVANE_CANNOT_SEEK;
+void StartRing(Playback& playback, const StartOptions& options) {
     playback.playing = true;
     playback.paused = false;
     playback.direct = options.direct;
     if (options.start_paused) PauseDevice(playback);
     PrimePlaybackBuffers(playback);
-    if (options.start_paused && !RestartDevice(playback)) GiveUp(playback);
-    return TOLVANE_OK;
+    if (options.start_paused && !RestartDevice(playback)) GiveUpPlayback(playback);
 }
 
-// Plays the file that is open; after a failure it is still open, and nothing else is. The claim ends before anybody can
-// hear of the playback, so that the next start is free as soon as this one has ended.
-uint16_t StartOpenFile(Playback& playback, const StartOptions& options, Claim& claim) {
+// The opening of the device has read the file's format.
+bool SeekToFirst(const Playback& playback) {
+    return mmioSeek(playback.main.file.Get(), static_cast<LONG>(playback.data_offset), SEEK_SET) >= 0;
+}
+
+// Plays the file that is open, or another of the set; after a failure a file is still open, and nothing else is. The
+// claim ends before anybody can hear of the playback, so that the next start is free as soon as this one has ended.
+uint16_t StartOpenFile(Playback& playback, const char* path, const StartOptions& options, Claim& claim) {
     LockGuard guard(playback.lock);
-    uint16_t result = OpenDeviceForFile(playback, options.sample_rate);
-    if (result == TOLVANE_OK) result = StartRing(playback, options);
+    uint16_t result = GoToStart(playback, path, options);
+    if (result == TOLVANE_OK) result = OpenDeviceForFile(playback, options.sample_rate);
+    if (result == TOLVANE_OK && !SeekToFirst(playback)) result = TOLVANE_CANNOT_SEEK;
     if (result == TOLVANE_OK) {
+        StartRing(playback, options);
         claim.Release();
     } else {
         FreePlaybackBuffers(playback);
@@ -113,8 +130,8 @@ uint16_t StartOpenFile(Playback& playback, const StartOptions& options, Claim& c
     return result;
 }
 
-uint16_t StartAndWatch(Playback& playback, const StartOptions& options, Claim& claim) {
-    uint16_t result = StartOpenFile(playback, options, claim);
+uint16_t StartAndWatch(Playback& playback, const char* path, const StartOptions& options, Claim& claim) {
+    uint16_t result = StartOpenFile(playback, path, options, claim);
     if (result == TOLVANE_OK && IsDrained(playback)) EndWhatNeverBegan();
     return result;
 }
@@ -159,10 +176,17 @@ Playback& ThePlayback() {
     return Immortal<Playback>();
 }
 
+// The device took the buffers but will not play them: they come back, and with the last one the playback ends.
+void GiveUpPlayback(Playback& playback) {
+    playback.playing = false;
+    ResetDevice(playback);
+}
+
 uint16_t StartWavePlayback(const char* path, const char* mix_path, StartOptions options, bool* made_copy) {
     Playback& playback = ThePlayback();
     Claim claim(playback);
     if (!claim) return TOLVANE_ALREADY_PLAYING;
+    playback.average = options.average;
     uint16_t result = options.from_copy ? OpenCopy(playback, mix_path)
                                         : OpenWaveForPlay(path, mix_path, &playback.main, &playback.mix);
     const bool compressed = result == TOLVANE_NOT_PCM && !playback.mix.file;
@@ -176,7 +200,19 @@ uint16_t StartWavePlayback(const char* path, const char* mix_path, StartOptions 
     } else if (result != TOLVANE_OK) {
         result = TOLVANE_CANNOT_OPEN;
     }
-    if (result == TOLVANE_OK) result = StartAndWatch(playback, options, claim);
+    if (result == TOLVANE_OK) result = StartAndWatch(playback, path, options, claim);
+    if (result != TOLVANE_OK) ClosePlaybackFiles(playback);
+    return result;
+}
+
+// Outside a set an MP3 file plays from its first byte.
+uint16_t StartMp3Playback(const char* path, StartOptions options) {
+    Playback& playback = ThePlayback();
+    Claim claim(playback);
+    if (!claim) return TOLVANE_ALREADY_PLAYING;
+    ClosePlaybackFiles(playback);
+    if (OpenMp3ForPlay(path, &playback.main) != TOLVANE_OK) return TOLVANE_CANNOT_OPEN;
+    const uint16_t result = StartAndWatch(playback, path, options, claim);
     if (result != TOLVANE_OK) ClosePlaybackFiles(playback);
     return result;
 }
@@ -200,7 +236,8 @@ uint16_t StartLoadedFile(uint32_t start, uint16_t unit) {
     options.start = start;
     options.unit = unit;
     options.start_paused = false;
-    return StartAndWatch(playback, options, claim);
+    options.outside_set = true;
+    return StartAndWatch(playback, "", options, claim);
 }
 
 }  // namespace tolvane

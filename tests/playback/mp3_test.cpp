@@ -1,0 +1,223 @@
+// MP3 files: found by their first frame header, described, and played through the system's decoder.
+#include <cstring>
+
+#include <gmock/gmock.h>
+
+#include "convert/real_codecs.h"
+#include "support/child.h"
+#include "support/virtual_card.h"
+
+namespace tolvane::test {
+namespace {
+
+// A header in the order of its fields; of each field what most files have.
+struct Header {
+    uint32_t version = 3, layer = 1, no_checksum = 1, bitrate = 9, rate = 0, mode = 1;
+
+    Bytes Write() const {
+        const uint32_t value = 0x7FFu << 21 | version << 19 | layer << 17 | no_checksum << 16 |
+                               bitrate << 12 | rate << 10 | mode << 6;
+        Bytes bytes = Little(value, 4);
+        return {bytes.rbegin(), bytes.rend()};
+    }
+};
+
+class Mp3Files : public Playing {
+  protected:
+    uint16_t Read(const Bytes& content) {
+        format_found_ = {};
+        size_found_ = 0;
+        return GetMP3FileInfo(folder_.Write("x.mp3", content).c_str(), &format_found_, &size_found_);
+    }
+    // At which byte of otherwise empty content the header is seen.
+    bool IsSeen(size_t before, size_t behind) {
+        return Read(Bytes(before) + Header().Write() + Bytes(behind)) == 0;
+    }
+
+    Mp3StreamFormat format_found_;
+    uint32_t size_found_;
+};
+
+TEST_F(Mp3Files, AreFoundByAHeaderAnywhere) {
+    for (const size_t block : {0u, 65536u, 131072u})
+        for (size_t before = block ? block - 5 : 0; before < block + 3; ++before)
+            EXPECT_TRUE(IsSeen(before, 1)) << before;
+    EXPECT_FALSE(IsSeen(0, 0)) << "a header in the last four bytes is none";
+    EXPECT_FALSE(IsSeen(70000, 0));
+    EXPECT_EQ(Read({}), TOLVANE_CANNOT_OPEN);
+    EXPECT_EQ(Read({0xFF, 0xFB, 0x90}), TOLVANE_CANNOT_OPEN);
+    EXPECT_EQ(Read(WaveFile({8000, 1, 8}, Bytes(1000, 128))), TOLVANE_CANNOT_OPEN);
+    EXPECT_EQ(GetMP3FileInfo("none.mp3", &format_found_, &size_found_), TOLVANE_CANNOT_OPEN);
+    EXPECT_EQ(GetMP3FileInfo(nullptr, nullptr, nullptr), TOLVANE_CANNOT_OPEN);
+    EXPECT_EQ(size_found_, 0u);
+}
+
+TEST_F(Mp3Files, WhatIsNoHeaderIsPassedOver) {
+    Header wrong[5];
+    wrong[0].version = 1;
+    wrong[1].layer = 0;
+    wrong[2].bitrate = 0;
+    wrong[3].bitrate = 15;
+    wrong[4].rate = 3;
+    for (const Header& header : wrong)
+        EXPECT_EQ(Read(header.Write() + Bytes(9)), TOLVANE_CANNOT_OPEN);
+    Header found;
+    found.rate = 1;
+    ASSERT_EQ(Read(wrong[3].Write() + found.Write() + Header().Write() + Bytes(9)), TOLVANE_OK);
+    EXPECT_EQ(format_found_.nSamplesPerSec, 48000u) << "the first one counts";
+    EXPECT_EQ(size_found_, 21u);
+}
+
+TEST_F(Mp3Files, AreDescribedForACodec) {
+    const Mp3StreamFormat plain = {85, 2, 44100, 16000, 1, 0, 12, 1, 2, 182, 1, 1460};
+    ASSERT_EQ(Read(Header().Write() + Bytes(9)), TOLVANE_OK);
+    EXPECT_EQ(memcmp(&format_found_, &plain, sizeof plain), 0);
+    constexpr uint32_t kRates[4][3] = {
+        {11025, 12000, 8000}, {}, {22050, 24000, 16000}, {44100, 48000, 32000}};
+    // Kilobits by index, from the standards: MPEG-1 layers 3, 2, 1; MPEG-2 layers 3, 2, 1.
+    constexpr uint32_t kKilobits[6][14] = {
+        {32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320},
+        {32, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 384},
+        {32, 64, 96, 128, 160, 192, 224, 256, 288, 320, 352, 384, 416, 448},
+        {8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160},
+        {8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160},
+        {32, 48, 56, 64, 80, 96, 112, 128, 144, 160, 176, 192, 224, 256}};
+    int described = 0;
+    for (const uint32_t version : {0u, 2u, 3u})
+        for (const uint32_t layer : {1u, 2u, 3u})
+            for (uint32_t bitrate = 1; bitrate < 15; ++bitrate)
+                for (uint32_t rate = 0; rate < 3; ++rate) {
+                    const uint32_t mode = bitrate % 4;
+                    if (Read(Header{version, layer, rate % 2, bitrate, rate, mode}.Write() + Bytes(9)) != 0)
+                        continue;
+                    ++described;
+                    ASSERT_EQ(format_found_.wFormatTag, 85);
+                    ASSERT_EQ(format_found_.nSamplesPerSec, kRates[version][rate]);
+                    ASSERT_EQ(format_found_.nAvgBytesPerSec,
+                              kKilobits[(version == 3 ? 0 : 3) + layer - 1][bitrate - 1] * 125);
+                    ASSERT_EQ(format_found_.nChannels, mode < 2 ? 2 : 1);
+                    ASSERT_EQ(format_found_.fdwFlags, 1 + rate % 2);
+                }
+    EXPECT_EQ(described, 3 * 3 * 14 * 3) << "every stream has a decoder here";
+}
+
+TEST_F(Mp3Files, LargeOnesWithoutAHeaderAreAnsweredSoon) {
+    Bytes content(100'000'000, 0xFF);  // nothing but beginnings of headers
+    const std::string path = folder_.Write("long.mp3", content);
+    const DWORD begin = GetTickCount();
+    EXPECT_EQ(GetMP3FileInfo(path.c_str(), nullptr, nullptr), TOLVANE_CANNOT_OPEN);
+    EXPECT_LT(GetTickCount() - begin, 1000u * 20) << "with every sanitizer";
+}
+
+class Mp3Sounds : public Playing {
+  protected:
+    void SetUp() override {
+        Playing::SetUp();
+        if (!IsSkipped() && !RunTools(folder_.Path(), "lame --version > log"))
+            GTEST_SKIP() << "lame is not here";
+    }
+    bool Encode(const std::string& name, const Format& format, const std::string& options) {
+        folder_.Write("in.wav", WaveFile(format, Music(format, kFrames)));
+        return RunTools(folder_.Path(), "lame --quiet " + options + " in.wav " + name);
+    }
+    Bytes DecodedByOthers(const std::string& name) {
+        EXPECT_TRUE(RunTools(folder_.Path(), "ffmpeg -v error -y -i " + name + " -c:a pcm_s16le out.wav"));
+        return TakeApart(ReadAll(folder_.Path("out.wav"))).data;
+    }
+    static constexpr size_t kFrames = 100'000;
+    static constexpr ptrdiff_t kMostDelay = 2400;  // of encoder and decoder, which others leave out
+};
+
+struct Making {
+    const char* what;
+    Format format;
+    const char* options;
+};
+constexpr Making kMakings[] = {
+    {"joint stereo", {44100, 2, 16}, "-m j -b 128"},
+    {"mono", {44100, 1, 16}, "-m m -b 64"},
+    {"varying bit rate", {44100, 2, 16}, "-V 4"},
+    {"a tag at the end", {44100, 2, 16}, "-b 160 --tt Title --ta Artist --id3v1-only"},
+    {"MPEG-2", {22050, 2, 16}, "-b 64"},
+    {"MPEG-2.5", {8000, 1, 16}, "-b 16"},
+    {"48 kHz with checksums", {48000, 2, 16}, "-p -b 192"}};
+
+TEST_F(Mp3Sounds, PlayToTheirEndAsTheyAreDecoded) {
+    for (const Making& making : kMakings) {
+        SCOPED_TRACE(making.what);
+        ASSERT_TRUE(Encode("x.mp3", making.format, making.options));
+        PlatformVirtualClearPlayed(0);
+        SetVolume(0.5, 0.5, 1, 1);
+        SelectOutputDevice(0);
+        const uint16_t started = AudioPlayMP3(folder_.Path("x.mp3").c_str(), 1000, 0, 0, 0, 1500);
+        SetVolume(1, 1, 1, 1);
+        ASSERT_EQ(started, TOLVANE_OK);
+        const PlatformVirtualState state = State();
+        EXPECT_EQ(state.rate, making.format.rate);
+        PlayOut();
+        const Sound heard = SoundOf(PlayedBytes(), 16), expected = SoundOf(DecodedByOthers("x.mp3"), 16);
+        ASSERT_GE(heard.size(), (kFrames - 2 * 1152) * state.channels)
+            << "the last frame may want its last bytes";
+        EXPECT_GE(Compare(expected, heard, state.channels, kMostDelay).decibels, 60);
+    }
+}
+
+TEST_F(Mp3Sounds, CountTheBytesOfTheFile) {
+    ASSERT_TRUE(Encode("x.mp3", {44100, 2, 16}, "-b 128 --noreplaygain -t"));
+    const std::string path = folder_.Path("x.mp3");
+    const auto size = static_cast<uint32_t>(ReadAll(path).size());
+    Make({44100, 2, 16}, 1000);
+    ASSERT_EQ(Play(0, 0, TOLVANE_SAMPLES, true), TOLVANE_OK);
+    AudioStop();
+    ASSERT_EQ(AudioPlayMP3(path.c_str(), 0, 0, 0, 0, 0), TOLVANE_OK);
+    EXPECT_EQ(AudioPlayMP3(path.c_str(), 0, 0, 0, 0, 0), TOLVANE_ALREADY_PLAYING);
+    ASSERT_EQ(AudioPlayMP3(path.c_str(), 0, 0, 0, 0, 0), TOLVANE_ALREADY_PLAYING);
+    Advance(44100);
+    const uint32_t after_a_second = AudioGetPosition(TOLVANE_BYTES);
+    EXPECT_NEAR(after_a_second, 16000, 1500);
+    AudioMoveTo(size - 3000, TOLVANE_BYTES);
+    PlatformVirtualClearPlayed(0);
+    PlayOut();
+    EXPECT_LT(PlayedBytes().size(), 44100u) << "no repeat, and only the end";
+    EXPECT_EQ(AudioPlayMP3("", 0, 0, 0, 0, 0), TOLVANE_NO_PATH);
+    EXPECT_EQ(AudioPlayMP3(folder_.Write("empty.mp3", Bytes(99)).c_str(), 0, 0, 0, 0, 0),
+              TOLVANE_CANNOT_OPEN);
+}
+
+TEST_F(Mp3Sounds, AreSetsToo) {
+    ASSERT_TRUE(Encode("one.mp3", {44100, 2, 16}, "-b 128"));
+    ASSERT_TRUE(Encode("two.mp3", {22050, 1, 16}, "-m m -b 32"));
+    PlaybackSetEntry entries[2] = {};
+    strcpy(entries[0].path, folder_.Path("one.mp3").c_str());
+    strcpy(entries[1].path, folder_.Path("two.mp3").c_str());
+    const auto play = [&](int32_t count, uint32_t start) {
+        return AudioPlayMP3FilesSet(entries, count, start, 0, 0, 0, 0);
+    };
+    EXPECT_EQ(play(0, 0), TOLVANE_OK);
+    EXPECT_EQ(play(-1, 0), TOLVANE_OK);
+    ASSERT_EQ(play(2, 0), TOLVANE_OK);
+    const auto size = ReadAll(entries[0].path).size();
+    const auto seconds = static_cast<uint32_t>((size * 8 + 127'999) / 128'000);
+    EXPECT_EQ(entries[0].milliseconds, seconds * 1000);
+    EXPECT_EQ(entries[0].bytes, seconds * 176400);
+    EXPECT_EQ(entries[0].bytesPerFileByte, seconds * 176400 / size);
+    EXPECT_EQ(entries[0].bitRate, 128u);
+    PlaybackSetInfo info;
+    Advance(44100);
+    AudioGetPlaybackSetInfo(&info, TOLVANE_MILLISECONDS);
+    EXPECT_NEAR(info.position, 16000 * entries[0].bytesPerFileByte / 176.4, 150) << "as the estimate has it";
+    EXPECT_EQ(info.formatTag, 85);
+    AudioMoveIntoPlaybackSet(entries[0].milliseconds + 1000, 0);
+    EXPECT_EQ(State().rate, 22050u);
+    AudioGetPlaybackSetInfo(&info, TOLVANE_MILLISECONDS);
+    EXPECT_STREQ(info.path, entries[1].path);
+    EXPECT_EQ(info.position, entries[0].milliseconds + 1000);
+    PlayOut();
+    EXPECT_EQ(play(2, entries[0].milliseconds + entries[1].milliseconds), TOLVANE_OK);
+    EXPECT_TRUE(Closed());
+    strcpy(entries[1].path, folder_.Write("none.mp3", Bytes(50)).c_str());
+    EXPECT_EQ(play(2, 0), TOLVANE_CANNOT_OPEN);
+}
+
+}  // namespace
+}  // namespace tolvane::test
