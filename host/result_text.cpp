@@ -25,6 +25,8 @@ struct Entry {
 constexpr std::string_view kLookInside = "`tolvane info` shows what can be said of the file.";
 constexpr std::string_view kSeeDevices = "`tolvane devices` lists the devices; choose one with --device.";
 constexpr std::string_view kSeeSources = "`tolvane sources` lists what can be recorded from.";
+constexpr std::string_view kSeeInputs =
+    "`tolvane devices` lists the inputs; choose another device, sample rate or number of channels.";
 constexpr std::string_view kFreeMemory = "Close other programs and try again.";
 constexpr std::string_view kSeeCodecs = "`tolvane codecs` lists what is installed.";
 constexpr std::string_view kChangePcm =
@@ -127,6 +129,20 @@ constexpr Entry kEntries[] = {
     {TOLVANE_SOURCE_BAD_FORMAT, "The format record of the file to convert cannot be read.", kDamaged},
     {TOLVANE_PCM_SOURCE_NOT_WAVE, "The file to convert is no wave file.", kLookInside},
     {TOLVANE_PCM_SOURCE_NO_DATA, "The file to convert has no data chunk.", kDamaged},
+    {TOLVANE_FORMAT_NOT_RECORDABLE, "The input device cannot record this format.", kSeeInputs},
+    {TOLVANE_NO_RECORD_BUFFERS, "There is not enough memory for the recording buffers.", kFreeMemory},
+    {TOLVANE_RECORD_NOT_CREATED, "The file to record into cannot be created.", kDisk},
+    {TOLVANE_RECORDER_NOT_OPENED, "The input device cannot be opened.", kSeeInputs},
+    {TOLVANE_RECORDER_NOT_STARTED, "The input device does not start.", kSeeInputs},
+    {TOLVANE_ALREADY_RECORDING, "A recording or level test is already running.", "Stop it first."},
+    {TOLVANE_NO_RECORD_PATH, "No file to record into was named.", "Name a wave file."},
+    {TOLVANE_EFFECT_WAVE_CLOSED, "No effect wave is open.", ""},
+    {TOLVANE_EFFECT_WAVE_EMPTY, "The effect wave holds no sound.", "Choose a file with sound in it."},
+    {TOLVANE_EFFECT_WAVE_USED_UP, "The effect wave has been played to its end.", ""},
+    {TOLVANE_EFFECT_WAVE_NOT_READ, "The effect wave cannot be read.", kDamaged},
+    {TOLVANE_EFFECT_WAVE_BUSY, "The effect wave cannot be waited for.", ""},
+    {TOLVANE_EFFECT_WAVE_NOT_OPENED, "The effect wave cannot be opened.", kLookInside},
+    {TOLVANE_NOTHING_RECORDED, "Nothing has been recorded yet.", "Start a recording first."},
     {TOLVANE_EDIT_NOT_WRITTEN, "The edited sound cannot be written, or the file breaks off.", kDisk},
     {TOLVANE_NOTHING_TO_CUT, "Nothing is selected.", kSelect},
     {TOLVANE_DISK_FULL, "There is not enough room on the disk of the temp folder.", kTempDisk},

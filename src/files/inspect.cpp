@@ -15,6 +15,8 @@
 #include "frame/immortal.h"
 #include "frame/lock.h"
 #include "frame/text.h"
+#include "record/recording.h"
+#include "record/settings.h"
 
 namespace tolvane {
 
@@ -55,11 +57,12 @@ uint16_t DescribeFile(AudioFileInfo* info, const char* path, uint16_t unit) {
     return TOLVANE_OK;
 }
 
-// Nothing records yet, so there is no recording in progress to describe.
 void DescribeRecording(AudioFileInfo* info) {
-    info->recordingSampleRate = 0;
-    info->recordingBitsPerSample = 0;
-    info->recordingChannels = 0;
+    const RecordSettings& settings = TheRecordSettings();
+    const bool runs = TheRecording().running;
+    info->recordingSampleRate = runs ? settings.sample_rate.load() : 0;
+    info->recordingBitsPerSample = runs ? settings.bits.load() : uint16_t{0};
+    info->recordingChannels = runs ? settings.channels.load() : uint16_t{0};
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include "frame/immortal.h"
 #include "frame/lock.h"
 #include "playback/playback.h"
+#include "record/recording.h"
 
 namespace tolvane {
 
@@ -33,10 +34,17 @@ bool IsWaveOutMessage(UINT message) {
     return message >= MM_WOM_OPEN && message <= MM_WOM_DONE;
 }
 
+bool IsWaveInMessage(UINT message) {
+    return message >= MM_WIM_OPEN && message <= MM_WIM_DATA;
+}
+
 void Handle(const MSG& message) {
     if (IsWaveOutMessage(message.message)) {
         OnWaveOutDone(reinterpret_cast<HWAVEOUT>(message.wParam), message.message, 0,
                       static_cast<DWORD_PTR>(message.lParam), static_cast<DWORD_PTR>(message.lParam));
+    } else if (IsWaveInMessage(message.message)) {
+        OnWaveInData(reinterpret_cast<HWAVEIN>(message.wParam), message.message, 0,
+                     static_cast<DWORD_PTR>(message.lParam), static_cast<DWORD_PTR>(message.lParam));
     } else if (message.message == kEndOfPlayback && !message.hwnd) {
         EndPlaybackIfDrained();
     } else {

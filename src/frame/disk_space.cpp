@@ -24,18 +24,6 @@ void VolumeOf(char (&folder)[kPathSize]) {
     if (folder[length - 1] != *separator) CopyText(folder + length, kPathSize - length, separator);
 }
 
-uint64_t ExtendedFreeSpace(const char* volume) {
-    using Query = BOOL(WINAPI*)(LPCSTR, PULARGE_INTEGER, PULARGE_INTEGER, PULARGE_INTEGER);
-    Module kernel(LoadLibraryExA("KERNEL32.DLL", nullptr, 0));
-    FARPROC address = kernel ? GetProcAddress(kernel.Get(), "GetDiskFreeSpaceExA") : nullptr;
-    if (!address) return 0;
-    Query query;
-    static_assert(sizeof query == sizeof address);
-    memcpy(&query, &address, sizeof query);
-    ULARGE_INTEGER available, total, free;
-    return query(volume, &available, &total, &free) ? available.QuadPart : 0;
-}
-
 uint64_t PlainFreeSpace(const char* volume) {
     DWORD sectors_per_cluster, bytes_per_sector, free_clusters, clusters;
     if (!GetDiskFreeSpaceA(volume, &sectors_per_cluster, &bytes_per_sector, &free_clusters, &clusters))
@@ -46,11 +34,49 @@ uint64_t PlainFreeSpace(const char* volume) {
 }  // namespace
 
 uint64_t GetFreeDiskSpace() {
-    char volume[kPathSize];
-    CopyTempFolder(volume);
-    if (!*volume) return 0;
-    VolumeOf(volume);
-    return HasExtendedDiskQuery() ? ExtendedFreeSpace(volume) : PlainFreeSpace(volume);
+    return FreeSpaceQuery().OfTempFolder();
+}
+
+// The system's kernel stays loaded.
+FreeSpaceQuery::Service FreeSpaceQuery::Find() {
+    Module kernel(LoadLibraryExA("KERNEL32.DLL", nullptr, 0));
+    FARPROC address = kernel ? GetProcAddress(kernel.Get(), "GetDiskFreeSpaceExA") : nullptr;
+    Service service;
+    static_assert(sizeof service == sizeof address);
+    memcpy(&service, &address, sizeof service);
+    return service;
+}
+
+void FreeSpaceQuery::Prepare() {
+    if (!service_ && HasExtendedDiskQuery()) service_ = Find();
+}
+
+uint64_t FreeSpaceQuery::Extended(const char* volume) {
+    Prepare();
+    ULARGE_INTEGER available, total, free;
+    return service_ && service_(volume, &available, &total, &free) ? available.QuadPart : 0;
+}
+
+uint64_t FreeSpaceQuery::Of(char (&folder)[kPathSize]) {
+    if (!*folder) return 0;
+    VolumeOf(folder);
+    return HasExtendedDiskQuery() ? Extended(folder) : PlainFreeSpace(folder);
+}
+
+uint64_t FreeSpaceQuery::OfTempFolder() {
+    char folder[kPathSize];
+    CopyTempFolder(folder);
+    return Of(folder);
+}
+
+uint64_t FreeSpaceQuery::Around(const char* file) {
+    char folder[kPathSize];
+    if (!CopyFullPath(folder, file)) return 0;
+    char* name = folder;
+    for (char* c = folder; *c; ++c)
+        if (*c == '/' || *c == '\\') name = c + 1;
+    *name = 0;
+    return Of(folder);
 }
 
 int HasExtendedDiskQuery() {

@@ -3,9 +3,11 @@
 #include <windows.h>
 
 #include "convert/catalogue.h"
+#include "devices/closing.h"
 #include "frame/callback_thread.h"
 #include "frame/scratch_files.h"
 #include "playback/playback.h"
+#include "record/recording.h"
 
 namespace tolvane {
 
@@ -17,10 +19,13 @@ void Attach() {
 }
 
 void Detach() {
+    BeginUnload();
     StopPlaybackAtUnload();
+    StopRecordingAtUnload();
     DeleteScratchFiles();
     FreeCatalogue();
     EndCallbackThread();
+    EndUnload();
 }
 
 }  // namespace

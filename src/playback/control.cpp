@@ -34,13 +34,13 @@ bool IsStopping(Playback& playback, uint32_t run, bool* reset) {
 }
 
 // The block that the device plays now; none while it plays nothing.
-const PlaybackBuffer* CurrentBuffer(const Playback& playback) {
+const WaveBuffer* CurrentBuffer(const Playback& playback) {
     if (!playback.playing || playback.buffers_in_device == 0) return nullptr;
     return &playback.buffers[playback.queue[playback.queue_head]];
 }
 
 bool MeasureCurrent(Playback& playback, Peaks* peaks) {
-    const PlaybackBuffer* buffer = CurrentBuffer(playback);
+    const WaveBuffer* buffer = CurrentBuffer(playback);
     if (!buffer) return false;
     MutexGuard device_guard(playback.device_lock.Get(), 0);
     if (!device_guard) return false;
@@ -62,11 +62,9 @@ void StopPlayback() {
 
 void StopPlaybackAtUnload() {
     Playback& playback = ThePlayback();
-    playback.unloading = true;
     StopPlayback();
     LockGuard guard(playback.lock);
     ClosePlaybackFiles(playback);
-    if (playback.still_closing) LoadLibraryA("WINMM.DLL");  // keeps it loaded: it runs on behind the library
 }
 
 void PausePlayback(bool paused) {

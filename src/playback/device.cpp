@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "devices/closing.h"
 #include "devices/devices.h"
 #include "files/positions.h"
 #include "frame/callback_thread.h"
@@ -12,9 +13,6 @@
 namespace tolvane {
 
 namespace {
-
-constexpr DWORD kClosePoll = 10;        // milliseconds
-constexpr DWORD kPatienceAtUnload = 3;  // polls
 
 bool CopyMp3Format(const Playback& playback, GlobalBlock* record) {
     const MPEGLAYER3WAVEFORMAT& format = playback.main.mp3;
@@ -119,27 +117,11 @@ bool OpenOutputDevice(Playback& playback, uint32_t sample_rate) {
     return false;
 }
 
-// The loader's lock is held by who unloads the library, and the closing of a device can wait for that lock. So a
-// thread that runs nothing but the system's own code closes it; at unload that may still be so when nobody waits for
-// it any more.
-bool CloseApart(Playback& playback) {
-    auto close = reinterpret_cast<LPTHREAD_START_ROUTINE>(reinterpret_cast<void*>(waveOutClose));
-    KernelHandle thread(CreateThread(nullptr, 0, close, playback.device, 0, nullptr));
-    if (!thread) return waveOutClose(playback.device) == MMSYSERR_NOERROR;
-    for (DWORD patience = kPatienceAtUnload; WaitForSingleObject(thread.Get(), kClosePoll) == WAIT_TIMEOUT;) {
-        if (!playback.unloading || --patience > 0) continue;
-        playback.still_closing = true;
-        return true;
-    }
-    DWORD result = MMSYSERR_NOERROR;
-    return GetExitCodeThread(thread.Get(), &result) && result == MMSYSERR_NOERROR;
-}
-
 // A device that holds on to a buffer refuses to be closed: it is told once more to hand everything back.
 void CloseOutputDevice(Playback& playback) {
     if (playback.device) {
         MutexGuard guard(playback.device_lock.Get());
-        if (!CloseApart(playback)) {
+        if (CloseApart(waveOutClose, playback.device) == Closing::kRefused) {
             waveOutReset(playback.device);
             waveOutClose(playback.device);
         }
@@ -151,7 +133,7 @@ void CloseOutputDevice(Playback& playback) {
 bool PreparePlaybackBuffers(Playback& playback) {
     for (uint16_t slot = 0; slot < playback.buffer_count; ++slot) {
         MutexGuard guard(playback.device_lock.Get());
-        PlaybackBuffer& buffer = playback.buffers[slot];
+        WaveBuffer& buffer = playback.buffers[slot];
         if (waveOutPrepareHeader(playback.device, buffer.Header(), sizeof(WAVEHDR)) != MMSYSERR_NOERROR)
             return false;
         buffer.Header()->dwFlags = WHDR_PREPARED;
@@ -161,7 +143,7 @@ bool PreparePlaybackBuffers(Playback& playback) {
 }
 
 void UnprepareBuffers(Playback& playback) {
-    for (PlaybackBuffer& buffer : playback.buffers) {
+    for (WaveBuffer& buffer : playback.buffers) {
         if (!buffer.prepared) continue;
         MutexGuard guard(playback.device_lock.Get());
         buffer.Header()->dwBufferLength = playback.buffer_size;  // as it was prepared
@@ -171,7 +153,7 @@ void UnprepareBuffers(Playback& playback) {
 }
 
 bool WriteBuffer(Playback& playback, uint16_t slot) {
-    PlaybackBuffer& buffer = playback.buffers[slot];
+    WaveBuffer& buffer = playback.buffers[slot];
     MutexGuard guard(playback.device_lock.Get());
     if (waveOutWrite(playback.device, buffer.Header(), sizeof(WAVEHDR)) != MMSYSERR_NOERROR) return false;
     playback.queue[(playback.queue_head + playback.buffers_in_device) % kMostBuffers] =

@@ -13,6 +13,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "devices/wave_buffer.h"
 #include "files/wave_reader.h"
 #include "frame/handles.h"
 #include "frame/lock.h"
@@ -22,17 +23,6 @@ namespace tolvane {
 
 inline constexpr uint16_t kMostBuffers = 8;
 inline constexpr uint16_t kFewestBuffers = 2;
-
-// A slot of the ring: a wave header and the block of samples it stands for, both from movable global memory.
-struct PlaybackBuffer {
-    GlobalBlock header_block;
-    GlobalBlock data_block;
-    bool prepared = false;
-    bool in_device = false;
-
-    WAVEHDR* Header() const { return static_cast<WAVEHDR*>(header_block.Data()); }
-    uint8_t* Data() const { return static_cast<uint8_t*>(data_block.Data()); }
-};
 
 // The file that is played. Of an MP3 file the format is that of the PCM which its codec makes of it: in it buffers and
 // positions are counted, while the device is given the file's own bytes and, as their format, `mp3`.
@@ -73,7 +63,7 @@ struct Playback {
     bool changing_device = false;  // what comes back from the device is not filled again
     StartOptions options;          // of the start, for what it means in the next file of a set
 
-    PlaybackBuffer buffers[kMostBuffers];
+    WaveBuffer buffers[kMostBuffers];
     DWORD buffer_size = 0;
     uint16_t buffer_count = 0;
     uint8_t queue[kMostBuffers] = {};  // slots in the device, in the order they were written, from queue_head
@@ -88,9 +78,6 @@ struct Playback {
     bool direct = false;  // a compressed file is played as it is
     uint32_t ended_runs =
         0;  // counts playbacks, so that who waits for the end of one does not wait for the next
-
-    std::atomic<bool> unloading = false;
-    bool still_closing = false;  // when the library was unloaded, a device was being closed
 };
 
 Playback& ThePlayback();

@@ -24,18 +24,6 @@ DWORD FrameSize(const Playback& playback) {
     return format.wFormatTag == WAVE_FORMAT_PCM ? format.nBlockAlign : 1;
 }
 
-bool AllocateSlot(PlaybackBuffer& buffer, DWORD size) {
-    constexpr UINT kFlags = GMEM_MOVEABLE | GMEM_SHARE;
-    if (buffer.header_block.Allocate(sizeof(WAVEHDR), kFlags | GMEM_ZEROINIT) !=
-        GlobalBlock::Outcome::kDone) {
-        return false;
-    }
-    if (buffer.data_block.Allocate(size, kFlags) != GlobalBlock::Outcome::kDone) return false;
-    buffer.Header()->lpData = static_cast<LPSTR>(buffer.data_block.Data());
-    buffer.Header()->dwBufferLength = size;
-    return true;
-}
-
 // Reads whole frames of what is left of this run; fewer where the file ends early.
 DWORD ReadFrames(Playback& playback, uint8_t* to, DWORD room) {
     DWORD frame = FrameSize(playback);
@@ -108,15 +96,15 @@ uint16_t AllocatePlaybackBuffers(Playback& playback) {
     if (size > 0x7FFFFFFF) return 0;
     playback.buffer_size = static_cast<DWORD>(size);
     while (playback.buffer_count < most &&
-           AllocateSlot(playback.buffers[playback.buffer_count], playback.buffer_size))
+           playback.buffers[playback.buffer_count].Allocate(playback.buffer_size))
         ++playback.buffer_count;
     return playback.buffer_count;
 }
 
 void FreePlaybackBuffers(Playback& playback) {
     UnprepareBuffers(playback);
-    for (PlaybackBuffer& buffer : playback.buffers)
-        buffer = PlaybackBuffer();
+    for (WaveBuffer& buffer : playback.buffers)
+        buffer = WaveBuffer();
     playback.buffer_count = 0;
     playback.queue_head = 0;
     playback.buffers_in_device = 0;
@@ -124,7 +112,7 @@ void FreePlaybackBuffers(Playback& playback) {
 }
 
 Refill RefillBuffer(Playback& playback, uint16_t slot) {
-    PlaybackBuffer& buffer = playback.buffers[slot];
+    WaveBuffer& buffer = playback.buffers[slot];
     const LONG offset = playback.mix.file ? mmioSeek(playback.main.file.Get(), 0, SEEK_CUR) : 0;
     DWORD length = FillBlock(playback, buffer.Data());
     if (length == 0) return Refill::kNothingLeft;

@@ -1,6 +1,10 @@
 // What is recorded, or was last: also read by file information and by the record volume.
 #pragma once
 
+#include <windows.h>
+#include <mmsystem.h>
+#include <mmreg.h>
+
 #include <atomic>
 #include <cstdint>
 
@@ -15,5 +19,12 @@ struct RecordSettings {
 };
 
 RecordSettings& TheRecordSettings();
+
+// The format that the settings name; anything, as long as nothing was checked.
+WAVEFORMATEX RecordFormat();
+
+inline uint8_t SilenceByte(const WAVEFORMATEX& format) {
+    return format.wBitsPerSample == 8 ? 0x80 : 0;
+}
 
 }  // namespace tolvane
