@@ -68,126 +68,126 @@ enum { TOLVANE_MILLISECONDS = 0, TOLVANE_SAMPLES = 1, TOLVANE_BYTES = 2 };
 
 /* Result codes, each with the sentence that a host can show its user. */
 typedef enum TolvaneResult {
-    TOLVANE_OK = 0,                      /* Done. */
-    TOLVANE_NO_PATH = 100,               /* No file was named. */
-    TOLVANE_ALREADY_PLAYING = 101,       /* A playback is already running. */
-    TOLVANE_CANNOT_OPEN = 102,           /* The file cannot be opened, or it is no usable wave file. */
-    TOLVANE_NO_BUFFERS = 103,            /* There is not enough memory for the playback buffers. */
-    TOLVANE_FORMAT_NOT_PLAYABLE = 104,   /* The output device cannot play this format or sample rate. */
-    TOLVANE_DEVICE_NOT_OPENED = 105,     /* The output device cannot be opened. */
-    TOLVANE_BUFFER_NOT_PREPARED = 106,   /* The output device refused a playback buffer. */
-    TOLVANE_NOT_WAVE = 107,              /* The file is no wave file, or its format is of no use here. */
-    TOLVANE_NO_FORMAT = 108,             /* The wave file has no usable format record. */
-    TOLVANE_NOT_PCM = 109,               /* The sound is compressed. */
-    TOLVANE_NO_DATA = 110,               /* The wave file has no data chunk. */
-    TOLVANE_NO_MICROPHONE = 111,         /* No record source is called a microphone. */
-    TOLVANE_NO_LINE_INPUT = 112,         /* No record source is called a line input. */
-    TOLVANE_CANNOT_SEEK = 113,           /* The file cannot be positioned at its sound. */
-    TOLVANE_FORMAT_NOT_LEFT = 114,       /* The wave file breaks off behind its format record. */
-    TOLVANE_NO_MEMORY = 115,             /* There is not enough memory. */
-    TOLVANE_MEMORY_NOT_LOCKED = 116,     /* The system did not hand out the memory it had granted. */
-    TOLVANE_EMPTY_DATA = 117,            /* The wave file holds no sound. */
-    TOLVANE_NO_PREFERRED_OUTPUT = 150,   /* There is no output device, or the system prefers none. */
-    TOLVANE_NO_SUCH_OUTPUT = 151,        /* This output device does not exist. */
-    TOLVANE_OUTPUT_NOT_SELECTED = 152,   /* This output device cannot be selected: it does not exist. */
-    TOLVANE_NO_PREFERRED_INPUT = 153,    /* There is no input device, or the system prefers none. */
-    TOLVANE_NO_SUCH_INPUT = 154,         /* This input device does not exist. */
-    TOLVANE_INPUT_NOT_SELECTED = 155,    /* This input device cannot be selected: it does not exist. */
-    TOLVANE_FORMAT_NOT_RECORDABLE = 201, /* The input device cannot record this format. */
-    TOLVANE_NO_RECORD_BUFFERS = 202,     /* There is not enough memory for the recording buffers. */
-    TOLVANE_RECORD_NOT_CREATED = 203,    /* The file to record into cannot be created. */
-    TOLVANE_RECORDER_NOT_OPENED = 204,   /* The input device cannot be opened. */
-    TOLVANE_RECORDER_NOT_STARTED = 205,  /* The input device does not start. */
-    TOLVANE_ALREADY_RECORDING = 206,     /* A recording or level test is already running. */
-    TOLVANE_NO_RECORD_PATH = 207,        /* No file to record into was named. */
-    TOLVANE_NO_SOURCE_CONTROL = 250,     /* The mixer has nothing to choose a record source with. */
-    TOLVANE_NO_SUCH_SOURCE = 251,        /* This record source does not exist. */
-    TOLVANE_NO_SELECTION_MEMORY = 252,   /* There is not enough memory for what the mixer tells. */
-    TOLVANE_SOURCE_NOT_READ = 253,       /* The mixer does not tell which record sources are chosen. */
-    TOLVANE_SOURCE_NOT_SET = 254,        /* The mixer refused the choice of the record source. */
-    TOLVANE_EDIT_NOT_WRITTEN = 301,      /* The edited sound cannot be written, or the file breaks off. */
-    TOLVANE_NOTHING_TO_CUT = 302,        /* Nothing is selected. */
-    TOLVANE_DISK_FULL = 303,             /* There is not enough room on the disk of the temp folder. */
-    TOLVANE_NO_FILE_BUFFER = 304,        /* There is not enough memory to read the file. */
-    TOLVANE_NO_UNDO_COPY = 305,          /* The copy for undo cannot be made, or not be copied back. */
-    TOLVANE_NOTHING_TO_COPY = 306,       /* Nothing is selected. */
-    TOLVANE_NO_PASTE_FILE = 307,         /* The file to paste does not exist. */
+    TOLVANE_OK = 0,                    /* Done. */
+    TOLVANE_NO_PATH = 100,             /* No file was named. */
+    TOLVANE_ALREADY_PLAYING = 101,     /* A playback is already running. */
+    TOLVANE_CANNOT_OPEN = 102,         /* The file cannot be opened, or it is no usable wave file. */
+    TOLVANE_NO_BUFFERS = 103,          /* There is not enough memory for the playback buffers. */
+    TOLVANE_FORMAT_NOT_PLAYABLE = 104, /* The output device cannot play this format or sample rate. */
+    TOLVANE_DEVICE_NOT_OPENED = 105,   /* The output device cannot be opened. */
+    TOLVANE_BUFFER_NOT_PREPARED = 106, /* The output device refused a playback buffer. */
+    TOLVANE_NOT_WAVE = 107,            /* The file is no wave file, or its format is of no use here. */
+    TOLVANE_NO_FORMAT = 108,           /* The wave file has no usable format record. */
+    TOLVANE_NOT_PCM = 109,             /* The sound is compressed. */
+    TOLVANE_NO_DATA = 110,             /* The wave file has no data chunk. */
+    TOLVANE_NO_MICROPHONE = 111,       /* No record source is called a microphone. */
+    TOLVANE_NO_LINE_INPUT = 112,       /* No record source is called a line input. */
+    TOLVANE_CANNOT_SEEK = 113,         /* The file cannot be positioned at its sound. */
+    TOLVANE_FORMAT_NOT_LEFT = 114,     /* The wave file breaks off behind its format record. */
+    TOLVANE_NO_MEMORY = 115,           /* There is not enough memory. */
+    TOLVANE_MEMORY_NOT_LOCKED = 116,   /* The system did not hand out the memory it had granted. */
+    TOLVANE_EMPTY_DATA = 117,          /* The wave file holds no sound. */
+    TOLVANE_NO_PREFERRED_OUTPUT = 150, /* There is no output device, or the system prefers none. */
+    TOLVANE_NO_SUCH_OUTPUT = 151,      /* This output device does not exist. */
+    TOLVANE_OUTPUT_NOT_SELECTED = 152, /* This output device cannot be selected: it does not exist. */
+    TOLVANE_NO_PREFERRED_INPUT = 153,  /* There is no input device, or the system prefers none. */
+    TOLVANE_NO_SUCH_INPUT = 154,       /* This input device does not exist. */
+    TOLVANE_INPUT_NOT_SELECTED = 155,  /* This input device cannot be selected: it does not exist. */
+    TOLVANE_FORMAT_NOT_RECORDED = 201, /* The input device cannot record this format. */
+    TOLVANE_NO_RECORD_BUFFERS = 202,   /* There is not enough memory for the recording buffers. */
+    TOLVANE_RECORD_NOT_CREATED = 203,  /* The file to record into cannot be created. */
+    TOLVANE_RECORDER_NOT_OPENED = 204, /* The input device cannot be opened. */
+    TOLVANE_RECORD_NOT_STARTED = 205,  /* The input device does not start. */
+    TOLVANE_ALREADY_RECORDING = 206,   /* A recording or level test is already running. */
+    TOLVANE_NO_RECORD_PATH = 207,      /* No file to record into was named. */
+    TOLVANE_NO_SOURCE_CONTROL = 250,   /* The mixer has nothing to choose a record source with. */
+    TOLVANE_NO_SUCH_SOURCE = 251,      /* This record source does not exist. */
+    TOLVANE_NO_SELECTION_MEMORY = 252, /* There is not enough memory for what the mixer tells. */
+    TOLVANE_SOURCE_NOT_READ = 253,     /* The mixer does not tell which record sources are chosen. */
+    TOLVANE_SOURCE_NOT_SET = 254,      /* The mixer refused the choice of the record source. */
+    TOLVANE_EDIT_NOT_WRITTEN = 301,    /* The edited sound cannot be written, or the file breaks off. */
+    TOLVANE_NOTHING_TO_CUT = 302,      /* Nothing is selected. */
+    TOLVANE_DISK_FULL = 303,           /* There is not enough room on the disk of the temp folder. */
+    TOLVANE_NO_FILE_BUFFER = 304,      /* There is not enough memory to read the file. */
+    TOLVANE_NO_UNDO_COPY = 305,        /* The copy for undo cannot be made, or not be copied back. */
+    TOLVANE_NOTHING_TO_COPY = 306,     /* Nothing is selected. */
+    TOLVANE_NO_PASTE_FILE = 307,       /* The file to paste does not exist. */
     TOLVANE_PASTE_NOT_FITTING =
         308, /* The file to paste is no PCM wave file of the same format, with sound in it. */
-    TOLVANE_FILE_IS_PLAYING = 310,      /* The file is being played. */
-    TOLVANE_CANCELLED = 311,            /* The operation was cancelled. */
-    TOLVANE_NOTHING_TO_PASTE = 312,     /* There is nothing to paste. */
-    TOLVANE_BEYOND_END = 313,           /* The position lies behind the end of the sound. */
-    TOLVANE_UNDO_OFF = 314,             /* Undo is switched off. */
-    TOLVANE_NO_REDO_COPY = 315,         /* The copy for redo cannot be made. */
-    TOLVANE_NOTHING_TO_UNDO = 316,      /* There is no edit to take back or to repeat. */
-    TOLVANE_NOT_REDONE = 317,           /* The edit cannot be repeated: is the disk full? */
-    TOLVANE_EDIT_NOT_PCM = 318,         /* The sound is compressed: it has to be converted to PCM first. */
-    TOLVANE_NOT_PUT_IN_PLACE = 319,     /* The file cannot be replaced by the edited one. */
-    TOLVANE_NOTHING_SELECTED = 320,     /* Nothing is selected. */
-    TOLVANE_NOTHING_TO_CROP = 321,      /* Nothing is selected. */
-    TOLVANE_NOT_A_FOLDER = 322,         /* The temp folder is not an existing folder. */
-    TOLVANE_INPUT_NOT_OPENED = 350,     /* The file to convert cannot be opened. */
-    TOLVANE_INPUT_NOT_WAVE = 351,       /* The file to convert is no wave file. */
-    TOLVANE_INPUT_NO_FORMAT = 352,      /* The file to convert has no format record. */
-    TOLVANE_INPUT_BAD_FORMAT = 353,     /* The format record of the file to convert cannot be read. */
-    TOLVANE_INPUT_NOT_PCM = 354,        /* The file to convert is compressed. */
-    TOLVANE_BLOCK_NOT_SIZED = 354,      /* The codec does not tell how much room its output needs. */
-    TOLVANE_INPUT_NO_DATA = 355,        /* The file to convert has no data chunk. */
-    TOLVANE_INPUT_EMPTY = 356,          /* The file to convert holds no sound. */
-    TOLVANE_NO_CHANGE_MEMORY = 357,     /* There is not enough memory for the conversion. */
-    TOLVANE_OUTPUT_NOT_WRITTEN = 358,   /* The new file cannot be created or written: is the disk full? */
-    TOLVANE_CHANGE_NOT_POSSIBLE = 359,  /* Only whole ratios of rates, 1 or 2 channels, 8 or 16 bits. */
-    TOLVANE_SAME_FORMAT = 360,          /* The file has this format already. */
-    TOLVANE_NO_INPUT_PATH = 361,        /* No file to convert was named. */
-    TOLVANE_NO_OUTPUT_PATH = 362,       /* No file to create was named. */
-    TOLVANE_OUTPUT_NO_FORM = 363,       /* The new wave file cannot be begun: is the disk full? */
-    TOLVANE_OUTPUT_NO_FORMAT = 364,     /* The format record of the new file cannot be begun. */
-    TOLVANE_OUTPUT_NO_DATA = 365,       /* The data chunk of the new file cannot be begun. */
-    TOLVANE_OUTPUT_FORMAT_LOST = 366,   /* The format record of the new file cannot be written. */
-    TOLVANE_FORMAT_NOT_CLOSED = 367,    /* A format record breaks off. */
-    TOLVANE_OUTPUT_NOT_PREPARED = 369,  /* The codec refused the buffers of the conversion. */
-    TOLVANE_NO_CODEC = 400,             /* No such codec is installed. */
-    TOLVANE_NO_FORMAT_SIZE = 401,       /* The system does not tell how large a format record can be. */
-    TOLVANE_NO_FORMAT_MEMORY = 402,     /* There is not enough memory for a format record. */
-    TOLVANE_NO_PRIORITY = 403,          /* The codec does not answer. */
-    TOLVANE_CODEC_NOT_OPENED = 404,     /* The codec cannot be opened. */
-    TOLVANE_NO_PCM_SUGGESTION = 405,    /* No codec knows a format into which this sound can be converted. */
-    TOLVANE_NO_STREAM = 406,            /* No codec can convert between these formats. */
-    TOLVANE_SOURCE_NOT_OPENED = 407,    /* The file to convert cannot be opened. */
-    TOLVANE_TARGET_NOT_CREATED = 408,   /* The new file cannot be created. */
-    TOLVANE_SOURCE_NOT_WAVE = 409,      /* The file to convert is no wave file. */
-    TOLVANE_SOURCE_NO_DATA = 410,       /* The file to convert has no data chunk. */
-    TOLVANE_TARGET_NOT_SIZED = 411,     /* The codec does not tell how much room its output needs. */
-    TOLVANE_NO_SOURCE_MEMORY = 412,     /* There is not enough memory to read the file. */
-    TOLVANE_NO_TARGET_MEMORY = 413,     /* There is not enough memory for the converted sound. */
-    TOLVANE_NOT_PREPARED = 414,         /* The codec refused the buffers of the conversion. */
-    TOLVANE_TARGET_NO_FORM = 415,       /* The new wave file cannot be begun: is the disk full? */
-    TOLVANE_TARGET_NO_FORMAT = 416,     /* The format record of the new file cannot be begun. */
-    TOLVANE_TARGET_FORMAT_LOST = 417,   /* The format record of the new file cannot be written. */
-    TOLVANE_TARGET_FORMAT_OPEN = 418,   /* The format record of the new file cannot be closed. */
-    TOLVANE_TARGET_NO_FACT = 419,       /* The fact chunk of the new file cannot be begun. */
-    TOLVANE_TARGET_FACT_LOST = 420,     /* The fact chunk of the new file cannot be written. */
-    TOLVANE_TARGET_FACT_OPEN = 421,     /* The fact chunk of the new file cannot be closed. */
-    TOLVANE_TARGET_NO_DATA = 422,       /* The data chunk of the new file cannot be begun. */
-    TOLVANE_SOURCE_CUT_SHORT = 423,     /* The file to convert ends before its sound does. */
-    TOLVANE_NOT_CONVERTED = 424,        /* The codec could not convert a part of the sound. */
-    TOLVANE_TARGET_NOT_WRITTEN = 425,   /* The new file cannot be written: is the disk full? */
-    TOLVANE_TARGET_DATA_OPEN = 426,     /* The data chunk of the new file cannot be closed. */
-    TOLVANE_TARGET_FORM_OPEN = 427,     /* The new file cannot be closed: is the disk full? */
-    TOLVANE_SOURCE_NO_FORMAT = 429,     /* The file to convert has no format record. */
-    TOLVANE_SOURCE_BAD_FORMAT = 430,    /* The format record of the file to convert cannot be read. */
-    TOLVANE_EFFECT_WAVE_CLOSED = 461,   /* No effect wave is open. */
-    TOLVANE_EFFECT_WAVE_EMPTY = 462,    /* The effect wave holds no sound. */
-    TOLVANE_EFFECT_WAVE_USED_UP = 463,  /* The effect wave has been played to its end. */
-    TOLVANE_EFFECT_WAVE_NOT_READ = 464, /* The effect wave cannot be read. */
-    TOLVANE_EFFECT_WAVE_BUSY = 465,     /* The effect wave cannot be waited for. */
-    TOLVANE_PCM_SOURCE_NOT_WAVE = 466,  /* The file to convert is no wave file. */
-    TOLVANE_EFFECT_WAVE_NOT_RIFF = 466, /* The effect wave is no wave file. */
-    TOLVANE_PCM_SOURCE_NO_DATA = 467,   /* The file to convert has no data chunk. */
-    TOLVANE_EFFECT_WAVE_NO_DATA = 467,  /* The effect wave has no data chunk. */
-    TOLVANE_EFFECT_WAVE_NOT_OPENED = 468, /* The effect wave cannot be opened. */
-    TOLVANE_NOTHING_RECORDED = 469        /* Nothing has been recorded yet. */
+    TOLVANE_FILE_IS_PLAYING = 310,     /* The file is being played. */
+    TOLVANE_CANCELLED = 311,           /* The operation was cancelled. */
+    TOLVANE_NOTHING_TO_PASTE = 312,    /* There is nothing to paste. */
+    TOLVANE_BEYOND_END = 313,          /* The position lies behind the end of the sound. */
+    TOLVANE_UNDO_OFF = 314,            /* Undo is switched off. */
+    TOLVANE_NO_REDO_COPY = 315,        /* The copy for redo cannot be made. */
+    TOLVANE_NOTHING_TO_UNDO = 316,     /* There is no edit to take back or to repeat. */
+    TOLVANE_NOT_REDONE = 317,          /* The edit cannot be repeated: is the disk full? */
+    TOLVANE_EDIT_NOT_PCM = 318,        /* The sound is compressed: it has to be converted to PCM first. */
+    TOLVANE_NOT_PUT_IN_PLACE = 319,    /* The file cannot be replaced by the edited one. */
+    TOLVANE_NOTHING_SELECTED = 320,    /* Nothing is selected. */
+    TOLVANE_NOTHING_TO_CROP = 321,     /* Nothing is selected. */
+    TOLVANE_NOT_A_FOLDER = 322,        /* The temp folder is not an existing folder. */
+    TOLVANE_INPUT_NOT_OPENED = 350,    /* The file to convert cannot be opened. */
+    TOLVANE_INPUT_NOT_WAVE = 351,      /* The file to convert is no wave file. */
+    TOLVANE_INPUT_NO_FORMAT = 352,     /* The file to convert has no format record. */
+    TOLVANE_INPUT_BAD_FORMAT = 353,    /* The format record of the file to convert cannot be read. */
+    TOLVANE_INPUT_NOT_PCM = 354,       /* The file to convert is compressed. */
+    TOLVANE_BLOCK_NOT_SIZED = 354,     /* The codec does not tell how much room its output needs. */
+    TOLVANE_INPUT_NO_DATA = 355,       /* The file to convert has no data chunk. */
+    TOLVANE_INPUT_EMPTY = 356,         /* The file to convert holds no sound. */
+    TOLVANE_NO_CHANGE_MEMORY = 357,    /* There is not enough memory for the conversion. */
+    TOLVANE_OUTPUT_NOT_WRITTEN = 358,  /* The new file cannot be created or written: is the disk full? */
+    TOLVANE_CHANGE_NOT_POSSIBLE = 359, /* Only whole ratios of rates, 1 or 2 channels, 8 or 16 bits. */
+    TOLVANE_SAME_FORMAT = 360,         /* The file has this format already. */
+    TOLVANE_NO_INPUT_PATH = 361,       /* No file to convert was named. */
+    TOLVANE_NO_OUTPUT_PATH = 362,      /* No file to create was named. */
+    TOLVANE_OUTPUT_NO_FORM = 363,      /* The new wave file cannot be begun: is the disk full? */
+    TOLVANE_OUTPUT_NO_FORMAT = 364,    /* The format record of the new file cannot be begun. */
+    TOLVANE_OUTPUT_NO_DATA = 365,      /* The data chunk of the new file cannot be begun. */
+    TOLVANE_OUTPUT_FORMAT_LOST = 366,  /* The format record of the new file cannot be written. */
+    TOLVANE_FORMAT_NOT_CLOSED = 367,   /* A format record breaks off. */
+    TOLVANE_OUTPUT_NOT_PREPARED = 369, /* The codec refused the buffers of the conversion. */
+    TOLVANE_NO_CODEC = 400,            /* No such codec is installed. */
+    TOLVANE_NO_FORMAT_SIZE = 401,      /* The system does not tell how large a format record can be. */
+    TOLVANE_NO_FORMAT_MEMORY = 402,    /* There is not enough memory for a format record. */
+    TOLVANE_NO_PRIORITY = 403,         /* The codec does not answer. */
+    TOLVANE_CODEC_NOT_OPENED = 404,    /* The codec cannot be opened. */
+    TOLVANE_NO_PCM_SUGGESTION = 405,   /* No codec knows a format into which this sound can be converted. */
+    TOLVANE_NO_STREAM = 406,           /* No codec can convert between these formats. */
+    TOLVANE_SOURCE_NOT_OPENED = 407,   /* The file to convert cannot be opened. */
+    TOLVANE_TARGET_NOT_CREATED = 408,  /* The new file cannot be created. */
+    TOLVANE_SOURCE_NOT_WAVE = 409,     /* The file to convert is no wave file. */
+    TOLVANE_SOURCE_NO_DATA = 410,      /* The file to convert has no data chunk. */
+    TOLVANE_TARGET_NOT_SIZED = 411,    /* The codec does not tell how much room its output needs. */
+    TOLVANE_NO_SOURCE_MEMORY = 412,    /* There is not enough memory to read the file. */
+    TOLVANE_NO_TARGET_MEMORY = 413,    /* There is not enough memory for the converted sound. */
+    TOLVANE_NOT_PREPARED = 414,        /* The codec refused the buffers of the conversion. */
+    TOLVANE_TARGET_NO_FORM = 415,      /* The new wave file cannot be begun: is the disk full? */
+    TOLVANE_TARGET_NO_FORMAT = 416,    /* The format record of the new file cannot be begun. */
+    TOLVANE_TARGET_FORMAT_LOST = 417,  /* The format record of the new file cannot be written. */
+    TOLVANE_TARGET_FORMAT_OPEN = 418,  /* The format record of the new file cannot be closed. */
+    TOLVANE_TARGET_NO_FACT = 419,      /* The fact chunk of the new file cannot be begun. */
+    TOLVANE_TARGET_FACT_LOST = 420,    /* The fact chunk of the new file cannot be written. */
+    TOLVANE_TARGET_FACT_OPEN = 421,    /* The fact chunk of the new file cannot be closed. */
+    TOLVANE_TARGET_NO_DATA = 422,      /* The data chunk of the new file cannot be begun. */
+    TOLVANE_SOURCE_CUT_SHORT = 423,    /* The file to convert ends before its sound does. */
+    TOLVANE_NOT_CONVERTED = 424,       /* The codec could not convert a part of the sound. */
+    TOLVANE_TARGET_NOT_WRITTEN = 425,  /* The new file cannot be written: is the disk full? */
+    TOLVANE_TARGET_DATA_OPEN = 426,    /* The data chunk of the new file cannot be closed. */
+    TOLVANE_TARGET_FORM_OPEN = 427,    /* The new file cannot be closed: is the disk full? */
+    TOLVANE_SOURCE_NO_FORMAT = 429,    /* The file to convert has no format record. */
+    TOLVANE_SOURCE_BAD_FORMAT = 430,   /* The format record of the file to convert cannot be read. */
+    TOLVANE_EFFECT_WAVE_CLOSED = 461,  /* No effect wave is open. */
+    TOLVANE_EFFECT_WAVE_EMPTY = 462,   /* The effect wave holds no sound. */
+    TOLVANE_EFFECT_WAVE_USED_UP = 463, /* The effect wave has been played to its end. */
+    TOLVANE_EFFECT_WAVE_BROKEN = 464,  /* The effect wave cannot be read. */
+    TOLVANE_EFFECT_WAVE_BUSY = 465,    /* The effect wave cannot be waited for. */
+    TOLVANE_PCM_SOURCE_NOT_WAVE = 466, /* The file to convert is no wave file. */
+    TOLVANE_EFFECT_WAVE_NO_RIFF = 466, /* The effect wave is no wave file. */
+    TOLVANE_PCM_SOURCE_NO_DATA = 467,  /* The file to convert has no data chunk. */
+    TOLVANE_EFFECT_WAVE_NO_DATA = 467, /* The effect wave has no data chunk. */
+    TOLVANE_EFFECT_WAVE_MISSING = 468, /* The effect wave cannot be opened. */
+    TOLVANE_NOTHING_RECORDED = 469     /* Nothing has been recorded yet. */
 } TolvaneResult;
 
 /* Beside 0 (running), what GetACMStatus answers. */
@@ -471,7 +471,7 @@ TOLVANE_API uint16_t TOLVANE_CALL AudioPlayMP3FilesSet(PlaybackSetEntry* entries
 /* One recording or level test runs at a time, beside a playback. It takes what the selected input device hears as PCM, in
  * buffers of 375 milliseconds, up to 16 of them ahead of the disk.
  * The file is a wave file in which the sound begins at byte 46. A file of the same name is replaced as soon as the start
- * creates its own; a start that fails before leaves it alone (TOLVANE_FORMAT_NOT_RECORDABLE, TOLVANE_NO_RECORD_BUFFERS),
+ * creates its own; a start that fails before leaves it alone (TOLVANE_FORMAT_NOT_RECORDED, TOLVANE_NO_RECORD_BUFFERS),
  * one that fails later deletes what it created. After every buffer the file is whole: should the process end, it holds
  * all but the buffers that had not come back. It grows to 2 GiB at most; then the recording goes on without it.
  * A recording also ends by itself, with a whole file: when fewer than 102,400 bytes are free on the temp folder's disk, or
@@ -482,8 +482,8 @@ TOLVANE_API uint16_t TOLVANE_CALL AudioPlayMP3FilesSet(PlaybackSetEntry* entries
 /* Records into `fileName`, whose buffer is changed: white space around the name goes. `sampleRate` in Hz, `bits` of a
  * sample 8 or 16, `channels` 1 or 2 (more where the device can). `source` is the index of the source line that the record
  * volume means. Results: TOLVANE_OK; TOLVANE_NO_RECORD_PATH; TOLVANE_ALREADY_RECORDING, also while one is still stopping;
- * TOLVANE_FORMAT_NOT_RECORDABLE; TOLVANE_NO_RECORD_BUFFERS; TOLVANE_RECORD_NOT_CREATED, also for a name that is too long;
- * TOLVANE_RECORDER_NOT_OPENED; TOLVANE_RECORDER_NOT_STARTED. */
+ * TOLVANE_FORMAT_NOT_RECORDED; TOLVANE_NO_RECORD_BUFFERS; TOLVANE_RECORD_NOT_CREATED, also for a name that is too long;
+ * TOLVANE_RECORDER_NOT_OPENED; TOLVANE_RECORD_NOT_STARTED. */
 TOLVANE_API uint16_t TOLVANE_CALL AudioStartRecord(char* fileName, uint32_t sampleRate, uint16_t bits,
                                                    uint16_t channels, uint16_t source);
 
@@ -523,8 +523,8 @@ TOLVANE_API uint32_t TOLVANE_CALL AudioGetRecordPosition(uint16_t unit);
 /* From the next buffer on, the sound of a wave file takes the place of what the input hears, to its end: byte for byte, so
  * its format has to be that of the recording. One that still plays ends. To be called while a recording runs, since every
  * start ends it; levels and effects take it for recorded, and it goes on in a pause. Results: TOLVANE_OK;
- * TOLVANE_NOTHING_RECORDED when no start has opened the device since the library was loaded; TOLVANE_EFFECT_WAVE_NOT_OPENED;
- * TOLVANE_EFFECT_WAVE_NOT_RIFF; TOLVANE_EFFECT_WAVE_NO_DATA; TOLVANE_EFFECT_WAVE_EMPTY. After a failure the input is heard. */
+ * TOLVANE_NOTHING_RECORDED when no start has opened the device since the library was loaded; TOLVANE_EFFECT_WAVE_MISSING;
+ * TOLVANE_EFFECT_WAVE_NO_RIFF; TOLVANE_EFFECT_WAVE_NO_DATA; TOLVANE_EFFECT_WAVE_EMPTY. After a failure the input is heard. */
 TOLVANE_API uint16_t TOLVANE_CALL AudioMixEffectWithRecord(const char* fileName);
 
 /* ======== Effects ======== */

@@ -42,7 +42,7 @@ uint16_t FindSound(const MmioFile& file, DWORD* size) {
     if (const MMRESULT error = mmioDescend(file.Get(), &riff, nullptr, MMIO_FINDRIFF)) {
         Tell("%ld", error);
         OutputDebugStringA("Couldnot find RIFF chunk.");
-        return TOLVANE_EFFECT_WAVE_NOT_RIFF;
+        return TOLVANE_EFFECT_WAVE_NO_RIFF;
     }
     if (const MMRESULT error = mmioDescend(file.Get(), &data, &riff, MMIO_FINDCHUNK)) {
         Tell("%ld", error);
@@ -62,7 +62,7 @@ uint16_t OpenEffectWave(EffectWave& wave, const char* path) {
     }
     OutputDebugStringA("Got the mutex ownership!");
     wave.file = OpenForReading(path);
-    if (!wave.file) return TOLVANE_EFFECT_WAVE_NOT_OPENED;
+    if (!wave.file) return TOLVANE_EFFECT_WAVE_MISSING;
     OutputDebugStringA("Successfully opened the wave file");
     wave.used = 0;
     wave.size = 0;
@@ -107,7 +107,7 @@ uint16_t PlayEffectWave(uint8_t* data, DWORD bytes) {
     OutputDebugStringA("Reading without mixing");
     const LONG got = mmioRead(wave.file.Get(), reinterpret_cast<HPSTR>(data), static_cast<LONG>(count));
     if (got < 0 || count == left) wave.active = false;
-    if (got < 0) return TOLVANE_EFFECT_WAVE_NOT_READ;
+    if (got < 0) return TOLVANE_EFFECT_WAVE_BROKEN;
     wave.used += count;
     if (count == left) wave.file.Reset();
     return TOLVANE_OK;

@@ -66,7 +66,7 @@ uint16_t Run(Recording& recording) {
     recording.start_failed = recording.buffers_in_device == 0 || !StartInputDevice(recording);
     recording.running = !recording.start_failed;
     EndIfDrained(recording);
-    return recording.start_failed ? TOLVANE_RECORDER_NOT_STARTED : TOLVANE_OK;
+    return recording.start_failed ? TOLVANE_RECORD_NOT_STARTED : TOLVANE_OK;
 }
 
 uint16_t OpenFileAndDevice(Recording& recording, const char* path) {
@@ -82,10 +82,10 @@ uint16_t Begin(Recording& recording, const char* path) {
     ForgetEffectWave();
     recording.paused = false;
     recording.format = RecordFormat();
-    if (!IsPossible(recording.format)) return TOLVANE_FORMAT_NOT_RECORDABLE;
+    if (!IsPossible(recording.format)) return TOLVANE_FORMAT_NOT_RECORDED;
     if (path) PrepareEffects(recording.format);
     if (path) recording.free_space.Prepare();
-    if (!QueryInputFormat(recording.format)) return TOLVANE_FORMAT_NOT_RECORDABLE;
+    if (!QueryInputFormat(recording.format)) return TOLVANE_FORMAT_NOT_RECORDED;
     recording.buffer_size = BufferSize(recording.format);
     uint16_t result = TOLVANE_NO_RECORD_BUFFERS;
     if (AllocateRecordBuffers(recording) >= kFewestRecordBuffers) result = OpenFileAndDevice(recording, path);

@@ -20,9 +20,9 @@ TEST(RecordFormats, AreRefusedWhereTheyAreAbsurd) {
         std::string name = path;
         SCOPED_TRACE(::testing::Message() << format.rate << ' ' << format.channels << ' ' << format.bits);
         EXPECT_EQ(AudioStartRecord(name.data(), format.rate, format.bits, format.channels, 0),
-                  TOLVANE_FORMAT_NOT_RECORDABLE);
+                  TOLVANE_FORMAT_NOT_RECORDED);
         EXPECT_EQ(AudioStartRecordLevelTest(format.rate, format.bits, format.channels),
-                  TOLVANE_FORMAT_NOT_RECORDABLE);
+                  TOLVANE_FORMAT_NOT_RECORDED);
         AudioGetRecordPosition(TOLVANE_MILLISECONDS);
         AudioGetRecordPosition(TOLVANE_SAMPLES);
     }
@@ -70,10 +70,10 @@ TEST_F(RecordStart, RecordsIntoAnyNameThatFits) {
 }
 
 TEST_F(RecordStart, LeavesTheOldFileWhereItCreatesNone) {
-    EXPECT_EQ(StartOverOld({8000, 3, 8}), TOLVANE_FORMAT_NOT_RECORDABLE);
+    EXPECT_EQ(StartOverOld({8000, 3, 8}), TOLVANE_FORMAT_NOT_RECORDED);
     EXPECT_EQ(File(), kOld);
     PlatformVirtualSetInputs(nullptr, 0);
-    EXPECT_EQ(StartOverOld(), TOLVANE_FORMAT_NOT_RECORDABLE);
+    EXPECT_EQ(StartOverOld(), TOLVANE_FORMAT_NOT_RECORDED);
     EXPECT_EQ(File(), kOld);
     ResetCard();
     EXPECT_EQ(StartAs(folder_.Path("missing/x.wav"), kBytes), TOLVANE_RECORD_NOT_CREATED);
@@ -99,9 +99,9 @@ TEST_F(RecordStart, DeletesTheFileThatItCreated) {
                  {"mmioWrite", 1, TOLVANE_RECORD_NOT_CREATED, true},
                  {"mmioFlush", 1, TOLVANE_RECORD_NOT_CREATED, true},
                  {"waveInOpen", 2, TOLVANE_RECORDER_NOT_OPENED, true},
-                 {"waveInAddBuffer", 1, TOLVANE_RECORDER_NOT_STARTED, true},
-                 {"waveInPrepareHeader", 1, TOLVANE_RECORDER_NOT_STARTED, true},
-                 {"waveInStart", 1, TOLVANE_RECORDER_NOT_STARTED, true}};
+                 {"waveInAddBuffer", 1, TOLVANE_RECORD_NOT_STARTED, true},
+                 {"waveInPrepareHeader", 1, TOLVANE_RECORD_NOT_STARTED, true},
+                 {"waveInStart", 1, TOLVANE_RECORD_NOT_STARTED, true}};
     for (const auto& [service, nth, code, creates] : cases) {
         {
             FaultScope fault(service, nth, true);
