@@ -23,6 +23,20 @@ struct CardRequest {
     std::string name;
 };
 
+// `percent`: nothing to show the volume only. The recording's is that of a source, the first where none is named.
+struct VolumeRequest {
+    std::optional<unsigned> percent;
+    bool record = false, mute = false, unmute = false;
+    std::string source;  // number or name
+    CardRequest card;
+};
+
+// Lists the sources, or uses the one that is named.
+struct SourcesRequest {
+    std::string source;
+    CardRequest card;
+};
+
 struct PlayRequest {
     std::string file;
     std::optional<Moment> from, to;
@@ -87,6 +101,8 @@ struct SessionRequest {
 int RunInfo(const std::vector<std::string>& files);
 int RunDevices(const CardRequest& card);
 int RunCodecs();
+int RunVolume(const VolumeRequest& request);
+int RunSources(const SourcesRequest& request);
 int RunPlay(const PlayRequest& request);
 int RunConvert(const ConvertRequest& request);
 int RunReformat(const ReformatRequest& request);

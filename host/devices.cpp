@@ -58,8 +58,10 @@ std::optional<uint32_t> ParseNumber(std::string_view text) {
     return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
 }
 
-// The whole name wins; otherwise a part that only one name contains.
-std::optional<uint32_t> FindByName(const std::vector<std::string>& names, const std::string& wanted) {
+}  // namespace
+
+std::optional<uint32_t> FindNamed(const std::vector<std::string>& names, const std::string& wanted) {
+    if (const auto number = ParseNumber(wanted); number && *number < names.size()) return number;
     std::optional<uint32_t> found;
     const std::string part = Lower(wanted);
     for (uint32_t index = 0; index < names.size(); ++index) {
@@ -71,8 +73,6 @@ std::optional<uint32_t> FindByName(const std::vector<std::string>& names, const 
     }
     return found;
 }
-
-}  // namespace
 
 int UseCard(const CardRequest& card) {
     if (card.name.empty()) return kExitDone;
@@ -98,9 +98,8 @@ std::vector<std::string> OutputNames() {
 
 int SelectOutput(const std::string& device) {
     if (device.empty()) return kExitDone;
-    const std::optional<uint32_t> number = ParseNumber(device);
-    const uint32_t index = number ? *number : FindByName(OutputNames(), device).value_or(kNone);
-    if (index != kNone && SelectOutputDevice(index) == TOLVANE_OK) return kExitDone;
+    const auto index = FindNamed(OutputNames(), device);
+    if (index && SelectOutputDevice(*index) == TOLVANE_OK) return kExitDone;
     if (!MachineHasOutput()) return ReportNoSound("cannot use the device", device);
     return ReportFailure("cannot use the device", device, "It does not exist, or several have this name.",
                          "`tolvane devices` lists the devices; give the number or the name of one.");

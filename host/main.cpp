@@ -27,6 +27,8 @@ struct Request {
     EditRequest edit;
     DrawRequest draw;
     SessionRequest session;
+    VolumeRequest volume;
+    SourcesRequest sources;
 };
 
 std::string CheckPcmShape(const std::string& text) {
@@ -81,6 +83,35 @@ void AddDevices(CLI::App& app, Request& request) {
 void AddCodecs(CLI::App& app) {
     app.add_subcommand("codecs", "List the installed codecs with their format tags")
         ->footer("Example:\n  tolvane codecs");
+}
+
+void AddVolume(CLI::App& app, VolumeRequest& volume) {
+    CLI::App* command = app.add_subcommand("volume", "Show or set the volume of playback or of recording");
+    command->add_option("PERCENT", volume.percent, "0 to 100; leave it out to show the volumes")
+        ->check(CLI::Range(0, 100).description(""))
+        ->type_name("");
+    command->add_flag("--record", volume.record, "The volume of recording, from the first source");
+    command
+        ->add_option("--source", volume.source,
+                     "The volume of recording from this source, which is used then")
+        ->type_name("N|NAME");
+    command->add_flag("--mute", volume.mute, "No sound, until --unmute or another volume");
+    command->add_flag("--unmute", volume.unmute, "The volume from before --mute");
+    AddCard(command, volume.card);
+    command->footer(
+        "These are settings of the system, which every program hears.\n"
+        "Examples:\n  tolvane volume\n  tolvane volume 40\n  tolvane volume --mute\n"
+        "  tolvane volume 70 --source 'line in'");
+}
+
+void AddSources(CLI::App& app, SourcesRequest& sources) {
+    CLI::App* command = app.add_subcommand("sources", "List what can be recorded from, or choose it");
+    command->add_option("SOURCE", sources.source, "Record from this one: number or (part of) its name")
+        ->type_name("N|NAME");
+    AddCard(command, sources.card);
+    command->footer(
+        "This is a setting of the system, and holds for every program.\n"
+        "Examples:\n  tolvane sources\n  tolvane sources 1\n  tolvane sources mic");
 }
 
 void AddPlayOptions(CLI::App* command, PlayRequest& play) {
@@ -292,6 +323,13 @@ std::string Contradiction(const PlayRequest& play) {
     return "";
 }
 
+std::string Contradiction(const VolumeRequest& volume) {
+    if (volume.mute + volume.unmute + volume.percent.has_value() > 1)
+        return "say one of PERCENT, --mute and --unmute";
+    if (volume.record && (volume.mute || volume.unmute)) return "only playback can be muted";
+    return "";
+}
+
 int ReportBadArguments(const std::string& why, const std::string& command) {
     std::fprintf(stderr, "tolvane: %s\n  `tolvane %s--help` shows what can be said.\n", why.c_str(),
                  command.c_str());
@@ -310,6 +348,12 @@ int Run(const CLI::App& app, Request& request) {
     if (app.got_subcommand("info")) return RunInfo(request.files);
     if (app.got_subcommand("devices")) return RunDevices(request.card);
     if (app.got_subcommand("codecs")) return RunCodecs();
+    if (app.got_subcommand("sources")) return RunSources(request.sources);
+    if (app.got_subcommand("volume")) {
+        request.volume.record |= !request.volume.source.empty();
+        const std::string why = Contradiction(request.volume);
+        return why.empty() ? RunVolume(request.volume) : ReportBadArguments(why, "volume ");
+    }
     if (app.got_subcommand("reformat")) return RunReformat(request.reformat);
     if (app.got_subcommand("draw")) return RunDraw(request.draw);
     if (app.got_subcommand("edit")) {
@@ -337,6 +381,8 @@ int ParseAndRun(int argc, char** argv) {
     AddInfo(app, request);
     AddDevices(app, request);
     AddCodecs(app);
+    AddVolume(app, request.volume);
+    AddSources(app, request.sources);
     AddPlay(app, request);
     AddConvert(app, request);
     AddReformat(app, request);

@@ -47,18 +47,18 @@ void PaintMeter(Painter& painter, std::string_view name, const Meter& meter, int
     }
 }
 
-void PaintBar(Painter& painter, double done, int cells, bool utf8) {
-    const int full = std::clamp(static_cast<int>(std::lround(done * cells)), 0, cells);
-    for (int cell = 0; cell < cells; ++cell)
-        cell < full ? painter.Paint(utf8 ? "━" : "=") : painter.Paint(utf8 ? "─" : "-", kDim);
-}
-
 std::string Head(const ProgressView& view) {
     return fmt::format("{} {} / {}", view.paused ? "||" : "> ", TimeText(view.position_ms),
                        TimeText(view.length_ms));
 }
 
 }  // namespace
+
+void PaintBar(Painter& painter, double done, int cells, bool utf8) {
+    const int full = std::clamp(static_cast<int>(std::lround(done * cells)), 0, cells);
+    for (int cell = 0; cell < cells; ++cell)
+        cell < full ? painter.Paint(utf8 ? "━" : "=") : painter.Paint(utf8 ? "─" : "-", kDim);
+}
 
 void Meter::Update(uint32_t percent, double seconds) {
     const double level = OnScale(percent);

@@ -28,6 +28,11 @@ class Meter {
     double shown_ = 0, peak_ = 0, hold_left_ = 0;
 };
 
+class Painter;
+
+// How much of something there is (0 to 1).
+void PaintBar(Painter& painter, double done, int cells, bool utf8);
+
 struct ProgressView {
     bool paused = false;
     uint64_t position_ms = 0, length_ms = 0;

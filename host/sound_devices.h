@@ -2,7 +2,9 @@
 #ifndef TOLVANE_HOST_SOUND_DEVICES_H
 #define TOLVANE_HOST_SOUND_DEVICES_H
 
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "commands.h"
@@ -16,6 +18,9 @@ bool MachineHasOutput();
 
 // Says that there is no sound device and what to do about it. Returns kExitFailed.
 int ReportNoSound(std::string_view what, std::string_view on);
+
+// The one of a list that is meant by a number or by its name: the whole name, or a part that only one has.
+std::optional<uint32_t> FindNamed(const std::vector<std::string>& names, const std::string& wanted);
 
 // Selects an output by number or by (a part of) its name. kExitDone, or a failure that has been reported.
 int SelectOutput(const std::string& device);

@@ -96,6 +96,7 @@ class Arguments(Case):
         for name, options in {"info": [], "devices": ["--card"], "codecs": [], "play": [
                 "--from", "--to", "--rate", "--repeat", "--device", "--card", "--into", "--quiet", "1:02.5"],
                               "convert": ["--codec", "--pcm", "--format", "--yes", "--quiet", "mp3", "44100"],
+                              "volume": ["PERCENT", "--record", "--source", "--mute", "--unmute"], "sources": ["SOURCE"],
                               "reformat": ["--rate", "--bits", "--channels", "--yes", "--quiet"]}.items():
             self.assert_result(run(name, "--help"), 0, out=["Example", f"tolvane {name}", *options])
 
@@ -103,7 +104,9 @@ class Arguments(Case):
         good = self.make_wave()
         cases = [[], ["dance"], ["info"], ["play"], ["play", good, "--rate", "0"], ["play", good, "--rate", "fast"],
                  ["play", good, "--card", "magic"], ["play", good, "--loud"], ["play", good, good],
-                 ["play", good, "--card", "none", "--into", "x.wav"], ["devices", "everywhere"]]
+                 ["play", good, "--card", "none", "--into", "x.wav"], ["devices", "everywhere"],
+                 ["volume", "101"], ["volume", "-1"], ["volume", "loud"], ["volume", "5", "--mute"], ["sources", "a", "b"],
+                 ["volume", "--mute", "--unmute"], ["volume", "--mute", "--record"], ["volume", "--unmute", "--source", "0"]]
         cases += [["play", good, "--from", time] for time in
                   ("", "x", "-1", "1:60", "1:2:3:4", "1:", ":5", "1.5s", "4294967296b", "4294968", "1e3", "nan",
                    "1.2.3")]
@@ -161,6 +164,15 @@ class Cards(Case):
     def test_the_virtual_card_has_a_preferred_output_and_input(self):
         told = run("devices", "--card", "virtual")
         self.assert_result(told, 0, out=["*  0  Virtual speakers", "*  0  Virtual microphone", "prefers"])
+
+
+class NoMixer(Case):
+    """A machine without a mixer, which a Windows under Wine is too."""
+
+    def test_the_commands_say_so(self):
+        for arguments in (["volume", "40"], ["volume", "40", "--record"], ["sources"], ["sources", "mic"]):
+            with self.subTest(arguments):
+                self.assert_result(run(*arguments, *NO_SOUND), 2, err=["tolvane: cannot ", "ound"])
 
 
 @unittest.skipIf(NATIVE, "cards can be chosen here")

@@ -110,6 +110,51 @@ class Loss(Case):
         self.assertIn(f"stopped playing {path}: The output device went away.", told)
 
 
+@unittest.skipUnless(NATIVE, "there is no mixer under Wine")
+class Mixer(Case):
+    """Volume and sources of a server, as its own tool shows them."""
+
+    def setUp(self):
+        super().setUp()
+        server = SoundServer()
+        self.addCleanup(server.stop)
+        self.env = {**server.env, "XDG_STATE_HOME": str(self.folder / "state"), "LC_ALL": "C"}
+
+    def pactl(self, *words):
+        return subprocess.run(["pactl", *words], env=self.env, check=True, capture_output=True, text=True).stdout
+
+    def tolvane(self, *arguments, out, code=0, err=()):
+        self.assert_result(run(*arguments, env=self.env), code, out=out, err=err)
+
+    def test_volume(self):
+        self.tolvane("volume", out=["Playback   ==============================  100 %\n", "Recording", "100 %  Microphone\n"])
+        self.tolvane("volume", "--unmute", out=["100 %"])
+        self.tolvane("volume", "40", out=["Playback   ============------------------   40 %\n"])
+        self.assertIn("/  40% /", self.pactl("get-sink-volume", "speakers"))
+        self.tolvane("volume", "--mute", out=["goes back to 40 %", "   0 %"])
+        self.tolvane("volume", "--mute", out=["Muted.", "   0 %"])
+        self.assertIn("/   0% /", self.pactl("get-sink-volume", "speakers"))
+        self.tolvane("volume", "--unmute", out=["  40 %"])
+        self.assertIn("/  40% /", self.pactl("get-sink-volume", "speakers"))
+        self.tolvane("volume", "30", "--source", "LINE", out=["Recordings come from 1  Line In", "  30 %  Line In"])
+        self.assertIn("/  30% /", self.pactl("get-source-volume", "linein"))
+        self.tolvane("volume", "70", "--record", out=["  70 %  Microphone"])
+        self.assertIn("/  70% /", self.pactl("get-source-volume", "mic"))
+
+    def test_muted_by_another_program(self):
+        self.pactl("set-sink-volume", "speakers", "0")
+        self.tolvane("volume", "--unmute", out=[], code=2, err=["cannot unmute", "tolvane volume 40"])
+
+    def test_sources(self):
+        self.tolvane("sources", out=[" 0  Microphone  (microphone)\n 1  Line In  (line input)\n"])
+        for wanted, name in (("1", "linein"), ("0", "mic"), ("line in", "linein"), ("MICRO", "mic")):
+            self.tolvane("sources", wanted, out=["Recordings come from"])
+            self.assertEqual(self.pactl("get-default-source").strip(), name)
+        for wanted in ("2", "i", "tape"):
+            self.tolvane("sources", wanted, out=[], code=2, err=["cannot use the source", "`tolvane sources` lists"])
+        self.assertEqual(self.pactl("get-default-source").strip(), "mic")
+
+
 @unittest.skipUnless(os.environ.get("PULSE_SERVER"), "no sound server is named in PULSE_SERVER")
 class AnyServer(Case):
     """What holds on every target, on the sound server that the environment names."""
