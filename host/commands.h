@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "edit_step.h"
+#include "effect_parameters.h"
 #include "sound_format.h"
 #include "time_text.h"
 
@@ -46,6 +47,19 @@ struct PlayRequest {
     std::string device;  // number or name, empty: the one the system prefers
     CardRequest card;
     std::string into;
+};
+
+// Times count in the sound of the file.
+struct RecordRequest {
+    std::string file;
+    PcmShape shape{44100, 16, 2};
+    std::string device, source;  // number or name, empty: the one the system prefers, the one that is chosen
+    std::optional<Moment> lead_in, punch_in, stop_at, min_length;
+    std::vector<Effect> effects;
+    std::string insert;  // a wave file that takes the place of what the input hears
+    CardRequest card;
+    std::string hear;  // a wave file that the virtual card hears
+    bool yes = false, quiet = false;
 };
 
 // `yes`: an existing target is replaced, and nothing is asked.
@@ -104,6 +118,7 @@ int RunCodecs();
 int RunVolume(const VolumeRequest& request);
 int RunSources(const SourcesRequest& request);
 int RunPlay(const PlayRequest& request);
+int RunRecord(const RecordRequest& request);
 int RunConvert(const ConvertRequest& request);
 int RunReformat(const ReformatRequest& request);
 int RunEdit(const EditRequest& request);

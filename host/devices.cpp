@@ -96,13 +96,30 @@ std::vector<std::string> OutputNames() {
     return Names(GetNumberOfOutputDevices(), GetOutputDeviceDescription);
 }
 
-int SelectOutput(const std::string& device) {
+namespace {
+
+std::vector<std::string> InputNames() {
+    return Names(GetNumberOfInputDevices(), GetInputDeviceDescription);
+}
+
+int SelectDevice(const std::vector<std::string>& names, uint32_t(TOLVANE_CALL* select)(uint32_t),
+                 const std::string& device) {
     if (device.empty()) return kExitDone;
-    const auto index = FindNamed(OutputNames(), device);
-    if (index && SelectOutputDevice(*index) == TOLVANE_OK) return kExitDone;
-    if (!MachineHasOutput()) return ReportNoSound("cannot use the device", device);
+    const auto index = FindNamed(names, device);
+    if (index && select(*index) == TOLVANE_OK) return kExitDone;
+    if (names.empty()) return ReportNoSound("cannot use the device", device);
     return ReportFailure("cannot use the device", device, "It does not exist, or several have this name.",
                          "`tolvane devices` lists the devices; give the number or the name of one.");
+}
+
+}  // namespace
+
+int SelectOutput(const std::string& device) {
+    return SelectDevice(OutputNames(), SelectOutputDevice, device);
+}
+
+int SelectInput(const std::string& device) {
+    return SelectDevice(InputNames(), SelectInputDevice, device);
 }
 
 int RunDevices(const CardRequest& card) {
@@ -112,7 +129,7 @@ int RunDevices(const CardRequest& card) {
     GetPreferredInputDeviceIndex(&input);
     const std::vector<std::string> outputs = OutputNames();
     PrintDevices("Outputs", outputs, output);
-    PrintDevices("Inputs", Names(GetNumberOfInputDevices(), GetInputDeviceDescription), input);
+    PrintDevices("Inputs", InputNames(), input);
     if (output != kNone || input != kNone) fmt::print("* is the one the system prefers.\n");
     if (outputs.empty()) fmt::print("This machine has no sound output. {}\n", NoSoundAdvice());
     return kExitDone;

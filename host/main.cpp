@@ -22,6 +22,7 @@ struct Request {
     std::vector<std::string> files;
     CardRequest card;
     PlayRequest play;
+    RecordRequest record;
     ConvertRequest convert;
     ReformatRequest reformat;
     EditRequest edit;
@@ -138,6 +139,66 @@ void AddPlay(CLI::App& app, Request& request) {
                     "Examples:\n  tolvane play speech.wav\n  tolvane play music.wav --from 1:02.5 --to 1:10\n"
                     "  tolvane play loop.wav --repeat --device 1\n"
                     "  tolvane play music.wav --card virtual --into heard.wav");
+}
+
+std::string CheckEffect(const std::string& text) {
+    return ParseEffect(text)
+               ? ""
+               : "'" + text + "' is no effect; those look like ./gain.so=50 (numbers) or ./gain.so=@file";
+}
+
+void AddRecordOptions(CLI::App* command, RecordRequest& record) {
+    command->add_option("FILE", record.file, "Wave file to write")->required()->type_name("");
+    command->add_option("--rate", record.shape.rate, "Sample rate, 44100 if left out")
+        ->check(CLI::Range(1u, kLargestRate).description(""))
+        ->type_name("HZ");
+    command->add_option("--bits", record.shape.bits, "8 or 16 (if left out)")
+        ->check(CLI::IsMember({8, 16}).description(""))
+        ->type_name("BITS");
+    command->add_option("--channels", record.shape.channels, "1 or 2 (if left out)")
+        ->check(CLI::IsMember({1, 2}).description(""))
+        ->type_name("COUNT");
+    command->add_option("--device", record.device, "Input device: number or (part of) its name")
+        ->type_name("N|NAME");
+    command->add_option("--source", record.source, "Record source of the mixer: number or (part of) its name")
+        ->type_name("N|NAME");
+    AddMoment(command, "--lead-in", record.lead_in, "Begin with that much silence");
+    AddMoment(command, "--punch-in", record.punch_in, "Up to this place in the file, write silence instead");
+    AddMoment(command, "--stop-at", record.stop_at, "Stop when the file is so long");
+    AddMoment(command, "--min-length", record.min_length, "Fill the file up with silence to this length");
+}
+
+void AddEffects(CLI::App* command, RecordRequest& record) {
+    command
+        ->add_option_function<std::vector<std::string>>(
+            "--effect",
+            [&record](const std::vector<std::string>& texts) {
+                for (const std::string& text : texts)
+                    record.effects.push_back(*ParseEffect(text));
+            },
+            "Effect plug-in and its parameters (up to six times)")
+        ->check(CLI::Validator(CheckEffect, ""))
+        ->expected(1, 6)
+        ->type_name("LIB=PARAMS");
+    command->add_option("--insert", record.insert, "Record this wave first, in place of the input; i again")
+        ->type_name("WAVE");
+}
+
+void AddRecord(CLI::App& app, RecordRequest& record) {
+    CLI::App* command = app.add_subcommand("record", "Record into a wave file");
+    AddRecordOptions(command, record);
+    AddEffects(command, record);
+    AddCard(command, record.card);
+    command->add_option("--hear", record.hear, "What the virtual card hears")->type_name("WAVE");
+    command->add_flag("-y,--yes", record.yes, "Replace FILE where it exists");
+    command->add_flag("--quiet", record.quiet, "Say nothing but failures; no keys");
+    command->footer(
+        std::string(kTimes) +
+        "\nKeys: space pause, q or Esc stop, i insert, home clears the clip mark, ? help.\n"
+        "Ctrl-C stops; the file is finished and whole.\n"
+        "Examples:\n  tolvane record take.wav\n  tolvane record speech.wav --rate 22050 --channels 1\n"
+        "  tolvane record minute.wav --stop-at 1:00 --effect ./gain.so=50\n"
+        "  tolvane record copy.wav --card virtual --hear music.wav --stop-at 0:10");
 }
 
 void AddConversionFiles(CLI::App* command, ConversionFiles& files) {
@@ -348,6 +409,10 @@ int Run(const CLI::App& app, Request& request) {
     if (app.got_subcommand("info")) return RunInfo(request.files);
     if (app.got_subcommand("devices")) return RunDevices(request.card);
     if (app.got_subcommand("codecs")) return RunCodecs();
+    if (app.got_subcommand("record")) {
+        if (!request.record.hear.empty()) request.record.card.name = "virtual";
+        return RunRecord(request.record);
+    }
     if (app.got_subcommand("sources")) return RunSources(request.sources);
     if (app.got_subcommand("volume")) {
         request.volume.record |= !request.volume.source.empty();
@@ -384,6 +449,7 @@ int ParseAndRun(int argc, char** argv) {
     AddVolume(app, request.volume);
     AddSources(app, request.sources);
     AddPlay(app, request);
+    AddRecord(app, request.record);
     AddConvert(app, request);
     AddReformat(app, request);
     AddEditsOfSelection(app, request.edit);

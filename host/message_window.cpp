@@ -24,6 +24,7 @@ Event NextEvent() {
     MSG message;
     while (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) {
         if (message.message == TOLVANE_PLAYBACK_ENDED) return Event::kPlaybackEnded;
+        if (message.message == kStopReachedMessage) return Event::kStopReached;
         if (message.message == kInterruptMessage) return Event::kInterrupted;
         DispatchMessageA(&message);
     }

@@ -10,7 +10,10 @@
 
 namespace tolvane::host {
 
-enum class Event { kNone, kPlaybackEnded, kInterrupted };
+enum class Event { kNone, kPlaybackEnded, kStopReached, kInterrupted };
+
+// What the program has the library post when a recording has come to where it is to stop.
+inline constexpr UINT kStopReachedMessage = WM_APP + 1;
 
 // One a command, from its beginning to its end. While it lives, Ctrl-C is an event; a second Ctrl-C ends the program
 // as ever.

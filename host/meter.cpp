@@ -47,6 +47,12 @@ void PaintMeter(Painter& painter, std::string_view name, const Meter& meter, int
     }
 }
 
+std::string SizeText(uint64_t bytes) {
+    constexpr double kMega = 1e6, kGiga = 1e9;
+    const auto size = static_cast<double>(bytes);
+    return size < kGiga ? fmt::format("{:.0f} MB", size / kMega) : fmt::format("{:.1f} GB", size / kGiga);
+}
+
 std::string Head(const ProgressView& view) {
     return fmt::format("{} {} / {}", view.paused ? "||" : "> ", TimeText(view.position_ms),
                        TimeText(view.length_ms));
@@ -90,6 +96,24 @@ std::string ProgressLine(const ProgressView& view, int columns, TerminalStyle st
     if (meters) {
         PaintMeter(painter, "  L ", view.left, meter, style.utf8);
         PaintMeter(painter, " R ", view.right, meter, style.utf8);
+    }
+    return painter.Finish();
+}
+
+std::string RecordLine(const RecordView& view, int columns, TerminalStyle style) {
+    const std::string_view mark = view.paused ? "||" : style.utf8 ? "● " : "* ";
+    const std::string times =
+        fmt::format(" {}  {} free", TimeText(view.position_ms), SizeText(view.free_bytes));
+    constexpr int kMark = 2, kMeterText = 7, kClip = 6;
+    const int room = columns - kMark - static_cast<int>(times.size());
+    Painter painter(style.colour);
+    painter.Paint(mark, view.paused ? kYellow : kRed);
+    painter.Paint(room < 0 ? std::string_view(times).substr(0, 0) : std::string_view(times));
+    if (room >= kMeterText + kClip + 2 * kSmallestMeter) {
+        const int meter = std::min((room - kMeterText - kClip) / 2, 2 * kLargestMeter);
+        PaintMeter(painter, "  L ", view.left, meter, style.utf8);
+        PaintMeter(painter, " R ", view.right, meter, style.utf8);
+        painter.Paint(view.clipped ? "  CLIP" : "", kRed);
     }
     return painter.Finish();
 }

@@ -39,6 +39,15 @@ struct ProgressView {
     Meter left, right;
 };
 
+struct RecordView {
+    bool paused = false, clipped = false;
+    uint64_t position_ms = 0, free_bytes = 0;
+    Meter left, right;
+};
+
+// As ProgressLine.
+std::string RecordLine(const RecordView& view, int columns, TerminalStyle style);
+
 // Exactly as many columns as `columns` allows, or fewer where there is no more to say.
 std::string ProgressLine(const ProgressView& view, int columns, TerminalStyle style);
 

@@ -35,19 +35,6 @@ int ReportNoSources(std::string_view what, std::string_view on) {
     return ReportFailure(what, on, "The mixer tells of nothing that can be recorded from.", kConnect);
 }
 
-int SelectSource(const std::string& wanted) {
-    const std::vector<std::string> names = SourceNames();
-    if (names.empty()) return ReportNoSources("cannot use the source", wanted);
-    const auto index = FindNamed(names, wanted);
-    if (!index)
-        return ReportFailure("cannot use the source", wanted, "It does not exist, or several have this name.",
-                             "`tolvane sources` lists the sources; give the number or the name of one.");
-    if (const auto code = SetTheSource(static_cast<uint16_t>(*index)); code != TOLVANE_OK)
-        return ReportFailure("cannot use the source", names[*index], ResultSentence(code), kSystemSettings);
-    fmt::print("Recordings come from {}  {}\n", *index, names[*index]);
-    return kExitDone;
-}
-
 // One of the two volumes, as the library and as a person knows it.
 struct Volume {
     std::string_view name;
@@ -111,13 +98,14 @@ int RunPlaybackVolume(const VolumeRequest& request) {
 }
 
 int RunRecordVolume(const VolumeRequest& request) {
+    uint32_t index = 0;
     if (!request.source.empty())
-        if (const int failed = SelectSource(request.source)) return failed;
+        if (const int failed = SelectSource(request.source, index)) return failed;
     const std::vector<std::string> names = SourceNames();
     if (names.empty()) return ReportNoSources("cannot use the volume of", kRecording.name);
     if (request.percent)
         if (const int failed = SetVolume(kRecording, *request.percent)) return failed;
-    PrintVolume(kRecording, names[FindNamed(names, request.source).value_or(0)]);
+    PrintVolume(kRecording, names[index]);
     return kExitDone;
 }
 
@@ -126,6 +114,19 @@ std::string_view MarkOf(uint32_t index, uint32_t microphone, uint32_t line) {
 }
 
 }  // namespace
+
+int SelectSource(const std::string& wanted, uint32_t& index) {
+    const std::vector<std::string> names = SourceNames();
+    if (names.empty()) return ReportNoSources("cannot use the source", wanted);
+    const auto found = FindNamed(names, wanted);
+    if (!found)
+        return ReportFailure("cannot use the source", wanted, "It does not exist, or several have this name.",
+                             "`tolvane sources` lists the sources; give the number or the name of one.");
+    if (const auto code = SetTheSource(static_cast<uint16_t>(*found)); code != TOLVANE_OK)
+        return ReportFailure("cannot use the source", names[*found], ResultSentence(code), kSystemSettings);
+    index = *found;
+    return kExitDone;
+}
 
 int RunVolume(const VolumeRequest& request) {
     if (const int failed = UseCard(request.card)) return failed;
@@ -137,13 +138,18 @@ int RunVolume(const VolumeRequest& request) {
 
 int RunSources(const SourcesRequest& request) {
     if (const int failed = UseCard(request.card)) return failed;
-    if (!request.source.empty()) return SelectSource(request.source);
     const std::vector<std::string> names = SourceNames();
+    uint32_t index = 0;
+    if (!request.source.empty()) {
+        if (const int failed = SelectSource(request.source, index)) return failed;
+        fmt::print("Recordings come from {}  {}\n", index, names[index]);
+        return kExitDone;
+    }
     if (names.empty()) return ReportNoSources("cannot list", "the record sources");
     uint32_t microphone = kMostSources, line = kMostSources;
     GetRecordSourceMic(&microphone);
     GetRecordSourceLine(&line);
-    for (uint32_t index = 0; index < names.size(); ++index)
+    for (; index < names.size(); ++index)
         fmt::print("{:>2}  {}{}\n", index, names[index], MarkOf(index, microphone, line));
     return kExitDone;
 }

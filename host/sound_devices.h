@@ -22,6 +22,12 @@ int ReportNoSound(std::string_view what, std::string_view on);
 // The one of a list that is meant by a number or by its name: the whole name, or a part that only one has.
 std::optional<uint32_t> FindNamed(const std::vector<std::string>& names, const std::string& wanted);
 
+// Selects an input in the same way.
+int SelectInput(const std::string& device);
+
+// Chooses the source that is recorded from, by number or by its name; `index` becomes its number. As SelectOutput.
+int SelectSource(const std::string& wanted, uint32_t& index);
+
 // Selects an output by number or by (a part of) its name. kExitDone, or a failure that has been reported.
 int SelectOutput(const std::string& device);
 

@@ -102,6 +102,8 @@ Key Terminal::ReadKey() {
         case 'Q':
         case -1:
             return Key::kStop;
+        case 'i':
+            return Key::kInsert;
         case '?':
         case 'h':
             return Key::kHelp;

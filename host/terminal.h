@@ -12,7 +12,7 @@
 
 namespace tolvane::host {
 
-enum class Key { kNone, kPause, kBack, kForward, kStart, kStop, kHelp, kUnknown };
+enum class Key { kNone, kPause, kBack, kForward, kStart, kStop, kInsert, kHelp, kUnknown };
 
 class Terminal {
   public:
