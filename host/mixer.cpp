@@ -97,10 +97,16 @@ int RunPlaybackVolume(const VolumeRequest& request) {
     return failed;
 }
 
+int ChooseSource(const std::string& wanted, uint32_t& index) {
+    const int failed = SelectSource(wanted, index);
+    if (!failed) fmt::print("Recordings come from {}  {}\n", index, SourceNames()[index]);
+    return failed;
+}
+
 int RunRecordVolume(const VolumeRequest& request) {
     uint32_t index = 0;
     if (!request.source.empty())
-        if (const int failed = SelectSource(request.source, index)) return failed;
+        if (const int failed = ChooseSource(request.source, index)) return failed;
     const std::vector<std::string> names = SourceNames();
     if (names.empty()) return ReportNoSources("cannot use the volume of", kRecording.name);
     if (request.percent)
@@ -140,11 +146,7 @@ int RunSources(const SourcesRequest& request) {
     if (const int failed = UseCard(request.card)) return failed;
     const std::vector<std::string> names = SourceNames();
     uint32_t index = 0;
-    if (!request.source.empty()) {
-        if (const int failed = SelectSource(request.source, index)) return failed;
-        fmt::print("Recordings come from {}  {}\n", index, names[index]);
-        return kExitDone;
-    }
+    if (!request.source.empty()) return ChooseSource(request.source, index);
     if (names.empty()) return ReportNoSources("cannot list", "the record sources");
     uint32_t microphone = kMostSources, line = kMostSources;
     GetRecordSourceMic(&microphone);

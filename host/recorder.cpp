@@ -42,8 +42,11 @@ uint64_t FreeSpace(const std::string& file) {
 
 void InsertWave(const RecordRequest& request) {
     if (request.insert.empty()) return;
-    if (const auto code = AudioMixEffectWithRecord(request.insert.c_str()); code != TOLVANE_OK)
-        ReportFailure("cannot insert", request.insert, ResultSentence(code),
+    const uint16_t code = AudioMixEffectWithRecord(request.insert.c_str());
+    // Numbers that conversions have too, and then mean a file to convert.
+    const bool no_wave = code == TOLVANE_EFFECT_WAVE_NO_RIFF || code == TOLVANE_EFFECT_WAVE_NO_DATA;
+    if (code != TOLVANE_OK)
+        ReportFailure("cannot insert", request.insert, no_wave ? "It is no wave file." : ResultSentence(code),
                       "Name a wave file of the format of the recording.");
 }
 

@@ -141,6 +141,8 @@ constexpr Entry kEntries[] = {
     {TOLVANE_EFFECT_WAVE_USED_UP, "The effect wave has been played to its end.", ""},
     {TOLVANE_EFFECT_WAVE_BROKEN, "The effect wave cannot be read.", kDamaged},
     {TOLVANE_EFFECT_WAVE_BUSY, "The effect wave cannot be waited for.", ""},
+    {TOLVANE_EFFECT_WAVE_NO_RIFF, "The effect wave is no wave file.", kLookInside},
+    {TOLVANE_EFFECT_WAVE_NO_DATA, "The effect wave has no data chunk.", kDamaged},
     {TOLVANE_EFFECT_WAVE_MISSING, "The effect wave cannot be opened.", kLookInside},
     {TOLVANE_NOTHING_RECORDED, "Nothing has been recorded yet.", "Start a recording first."},
     {TOLVANE_EDIT_NOT_WRITTEN, "The edited sound cannot be written, or the file breaks off.", kDisk},
