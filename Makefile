@@ -38,13 +38,14 @@ soak: setup-native
 	@tools/soak
 
 bench: setup-bench
-	@tools/build native tolvane_program loops codec_loops library_cost
+	@tools/build native tolvane_program loops codec_loops library_cost edit_job
 	@build/native/bin/loops
 	@build/native/bin/codec_loops
 	@sox -n -r 44100 -c 2 -b 16 build/native/bench.wav synth 20 sine 440 gain -6
 	@tools/sound-server run build/native/bin/library_cost build/native/bench.wav
 	@python3 bench/play_cost.py
 	@python3 bench/reformat_cost.py
+	@python3 bench/edit_cost.py
 
 check: setup-windows+check
 	@tools/check

@@ -1,4 +1,5 @@
-// One edit as a host makes it, undo on or off, to be timed as a process. Positions are frames.
+// One edit as a host makes it, undo on or off, to be timed as a process; it prints the milliseconds that the call took.
+// Positions are frames.
 //
 //   edit_job on|off clear FILE BEGIN END          edit_job on|off cut FILE BEGIN END RECEIVER
 //   edit_job on|off mute FILE BEGIN END           edit_job on|off copy FILE BEGIN END RECEIVER
@@ -6,6 +7,7 @@
 //   edit_job on|off trim FILE FRAMES
 #include <tolvane.h>
 
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -46,7 +48,10 @@ uint16_t Perform(const Request& request) {
 int main(int argc, char** argv) {
     if (argc < 4) return std::fputs("edit_job on|off NAME FILE ...\n", stderr), 2;
     AudioEditSetUndoRedo(strcmp(argv[1], "on") == 0);
+    const auto begin = std::chrono::steady_clock::now();
     const uint16_t code = Perform({{argv + 2, argv + argc}});
+    const std::chrono::duration<double, std::milli> taken = std::chrono::steady_clock::now() - begin;
+    std::printf("%.3f\n", taken.count());
     if (code != TOLVANE_OK) std::fprintf(stderr, "%s %s: code %u\n", argv[2], argv[3], unsigned{code});
     return code == TOLVANE_OK ? 0 : 1;
 }
