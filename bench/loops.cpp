@@ -62,13 +62,20 @@ void Gain(benchmark::State& state) {
     std::vector<uint8_t> block = Noise();
     const tolvane::FrameLayout layout{static_cast<uint16_t>(state.range(0)),
                                       static_cast<uint16_t>(state.range(1))};
+    const float gain = static_cast<float>(state.range(2)) / 100;
     for (auto _ : state) {
-        tolvane::GainFrames(block.data(), kBlock / layout.Bytes(), layout, {-0.99F, 1.01F});
+        tolvane::GainFrames(block.data(), kBlock / layout.Bytes(), layout, {gain, gain});
         benchmark::ClobberMemory();
     }
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * kBlock));
 }
-BENCHMARK(Gain)->ArgNames({"channels", "bits"})->Args({1, 8})->Args({2, 8})->Args({1, 16})->Args({2, 16});
+BENCHMARK(Gain)
+    ->ArgNames({"channels", "bits", "percent"})
+    ->Args({1, 8, 99})
+    ->Args({2, 8, 101})
+    ->Args({1, 16, 99})
+    ->Args({2, 16, 99})
+    ->Args({2, 16, 101});
 
 void Mixing(benchmark::State& state, tolvane::Gains gains, bool average) {
     std::vector<uint8_t> block = Noise(), mixed = Noise();

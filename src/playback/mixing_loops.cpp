@@ -4,12 +4,13 @@
 #include <cmath>
 #include <cstring>
 
+#include "playback/mixing_rows.h"
+
 namespace tolvane {
 
 namespace {
 
 constexpr uint8_t kMiddle = 128;  // the silence of 8-bit samples
-constexpr size_t kRow = 16;       // samples that a compiler can keep in its vectors
 
 // Beyond this factor every 16-bit sample but 0 is at its limit, so a larger one makes no difference.
 constexpr float kLargestFactor = 65535;
@@ -26,24 +27,6 @@ int32_t Limit16(int32_t value) {
 
 int32_t Scale16(int32_t sample, double factor) {
     return Limit16(static_cast<int32_t>(sample * factor));
-}
-
-// The factors of a row of samples whose channels take turns.
-struct RowFactors {
-    RowFactors(Gains gains, uint16_t channels) {
-        for (size_t i = 0; i < kRow; ++i)
-            factors[i] = Factor(channels == 2 && i % 2 ? gains.right : gains.left);
-    }
-    double factors[kRow];
-};
-
-// Calls `work` for each row of samples; the last one may be short.
-template <class Work>
-void ForEachRow(size_t samples, Work work) {
-    size_t at = 0;
-    for (; at + kRow <= samples; at += kRow)
-        work(at, kRow);
-    if (at < samples) work(at, samples - at);
 }
 
 // Calls `work` with the byte offset of each sample of the first two channels, and whether it is the right one.
@@ -67,22 +50,7 @@ void Store16(uint8_t* to, int32_t sample) {
     memcpy(to, &stored, sizeof stored);
 }
 
-void GainRow16(uint8_t* at, size_t count, const RowFactors& factors) {
-    int16_t row[kRow] = {};
-    memcpy(row, at, count * sizeof *row);
-    for (size_t i = 0; i < kRow; ++i)
-        row[i] = static_cast<int16_t>(Scale16(row[i], factors.factors[i]));
-    memcpy(at, row, count * sizeof *row);
-}
-
 void Gain16(uint8_t* frames, size_t count, FrameLayout layout, Gains gains) {
-    if (layout.channels <= 2) {
-        const RowFactors factors(gains, layout.channels);
-        return ForEachRow(count * layout.channels, [&](size_t at, size_t samples) {
-            samples == kRow ? GainRow16(frames + at * 2, kRow, factors)
-                            : GainRow16(frames + at * 2, samples, factors);
-        });
-    }
     const double factors[] = {Factor(gains.left), Factor(gains.right)};
     ForEachSample(count, layout, [&](size_t at, int channel) {
         Store16(frames + at, Scale16(Load16(frames + at), factors[channel]));
@@ -136,62 +104,7 @@ Sum16 Combine(int32_t a, int32_t b, bool average) {
     return {Limit16(whole), Limit16(whole) != whole};
 }
 
-template <bool kAverage>
-bool MixRow16(uint8_t* at, uint8_t* mixed_at, size_t count, const RowFactors& main, const RowFactors& other) {
-    int16_t row[kRow] = {}, mixed[kRow] = {};
-    memcpy(row, at, count * sizeof *row);
-    memcpy(mixed, mixed_at, count * sizeof *mixed);
-    int32_t limited = 0;
-    for (size_t i = 0; i < kRow; ++i) {
-        mixed[i] = static_cast<int16_t>(Scale16(mixed[i], other.factors[i]));
-        const Sum16 sum = Combine(Scale16(row[i], main.factors[i]), mixed[i], kAverage);
-        row[i] = static_cast<int16_t>(sum.sum);
-        limited |= sum.limited;
-    }
-    memcpy(at, row, count * sizeof *row);
-    memcpy(mixed_at, mixed, count * sizeof *mixed);
-    return limited != 0;
-}
-
-// Without gains there is nothing to multiply, and nothing to write back.
-template <bool kAverage>
-bool AddRow16(uint8_t* at, const uint8_t* mixed_at, size_t count) {
-    int16_t row[kRow] = {}, mixed[kRow] = {};
-    memcpy(row, at, count * sizeof *row);
-    memcpy(mixed, mixed_at, count * sizeof *mixed);
-    int32_t limited = 0;
-    for (size_t i = 0; i < kRow; ++i) {
-        const Sum16 sum = Combine(row[i], mixed[i], kAverage);
-        row[i] = static_cast<int16_t>(sum.sum);
-        limited |= sum.limited;
-    }
-    memcpy(at, row, count * sizeof *row);
-    return limited != 0;
-}
-
-template <bool kAverage>
-bool MixRows16(uint8_t* frames, uint8_t* mixed, size_t samples, const Mix& mix) {
-    const RowFactors main(mix.main, mix.layout.channels), other(mix.mixed, mix.layout.channels);
-    const bool plain = mix.main.AreUnity() && mix.mixed.AreUnity();
-    bool limited = false;
-    ForEachRow(samples, [&](size_t at, size_t count) {
-        uint8_t *to = frames + at * 2, *from = mixed + at * 2;
-        if (plain)
-            limited |=
-                count == kRow ? AddRow16<kAverage>(to, from, kRow) : AddRow16<kAverage>(to, from, count);
-        else
-            limited |= count == kRow ? MixRow16<kAverage>(to, from, kRow, main, other)
-                                     : MixRow16<kAverage>(to, from, count, main, other);
-    });
-    return limited;
-}
-
 bool Mix16(uint8_t* frames, uint8_t* mixed, size_t count, const Mix& mix) {
-    if (mix.layout.channels <= 2) {
-        const size_t samples = count * mix.layout.channels;
-        return mix.average ? MixRows16<true>(frames, mixed, samples, mix)
-                           : MixRows16<false>(frames, mixed, samples, mix);
-    }
     const double main[] = {Factor(mix.main.left), Factor(mix.main.right)};
     const double other[] = {Factor(mix.mixed.left), Factor(mix.mixed.right)};
     bool limited = false;
@@ -208,6 +121,7 @@ bool Mix16(uint8_t* frames, uint8_t* mixed, size_t count, const Mix& mix) {
 }  // namespace
 
 void GainFrames(uint8_t* frames, size_t count, FrameLayout layout, Gains gains) {
+    if (HasRows(layout, gains)) return GainRows(frames, count, layout, gains);
     layout.bits == 8 ? Gain8(frames, count, layout, gains) : Gain16(frames, count, layout, gains);
 }
 
@@ -218,6 +132,8 @@ void SilenceFrames(uint8_t* frames, size_t count, FrameLayout layout) {
 }
 
 bool MixFrames(uint8_t* frames, uint8_t* mixed, size_t count, const Mix& mix) {
+    if (HasRows(mix.layout, mix.main) && HasRows(mix.layout, mix.mixed))
+        return MixRows(frames, mixed, count, mix);
     return mix.layout.bits == 8 ? Mix8(frames, mixed, count, mix) : Mix16(frames, mixed, count, mix);
 }
 

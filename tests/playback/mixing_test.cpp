@@ -8,7 +8,8 @@
 namespace tolvane::test {
 namespace {
 
-constexpr float kGains[] = {1, 0, -1, 0.5F, 0.333F, 1.5F, -2.25F, 40, 1e9F, -INFINITY, NAN};
+constexpr float kGains[] = {1,    0,      -1, 0.5F, 0.333F,    1.0F / 3, 0.0031F,
+                            1.5F, -2.25F, 40, 1e9F, -INFINITY, NAN};
 
 struct Volume {
     Volume(float main_left, float main_right, float mix_left = 1, float mix_right = 1) {
