@@ -437,7 +437,8 @@ TOLVANE_API void TOLVANE_CALL MixData(uint8_t* block, uint32_t blockLength, uint
  *
  * The set stays in force until AudioStop: whatever AudioPlayWave plays until then begins at a position of the set.
  * Results: TOLVANE_OK, also when there is nothing to play (no entries, or a start at or behind the end of the whole); those of
- * GetInputFileInfo for each file; those of AudioPlayWave. After a failure there is no set. */
+ * GetInputFileInfo for each file; those of AudioPlayWave. After a failure, and with nothing to play, there is no set any more,
+ * also none that was playing: its file then plays to its end. */
 TOLVANE_API uint16_t TOLVANE_CALL AudioPlayWaveFilesSet(PlaybackSetEntry* entries, uint32_t count,
                                                         uint32_t start, uint16_t unit, uint32_t sampleRate,
                                                         uint32_t convert, uint32_t end);

@@ -79,14 +79,15 @@ void PausePlayback(bool paused) {
 void MovePlayback(uint32_t position, uint16_t unit) {
     Playback& playback = ThePlayback();
     LockGuard guard(playback.lock);
-    if (!playback.playing || playback.direct || playback.buffers_in_device == 0) return;
+    const bool steerable = playback.playing && !playback.direct && !playback.changing_device;
+    if (!steerable || playback.buffers_in_device == 0) return;
     ResetDevice(playback);
     if (playback.paused) PauseDevice(playback);
     DWORD bytes = DownToBlock(PlaybackBytes(playback, position, unit), playback.main.format.nBlockAlign);
     DWORD offset = std::min(bytes, PlaybackEnd(playback));
     if (!SeekToData(playback, offset)) playback.bytes_to_play = 0;
     playback.base_position = offset;
-    if (playback.set.IsActive()) playback.set.run_start = StartOfCurrent(playback.set);
+    if (playback.set.Current()) playback.set.run_start = StartOfCurrent(playback.set);
     PrimePlaybackBuffers(playback);
 }
 

@@ -106,7 +106,7 @@ PlaybackSet Over(PlaybackSetEntry* entries, uint32_t count, bool mp3) {
 uint32_t PositionInRun(Playback& playback, uint16_t unit) {
     const PlaybackSet& set = playback.set;
     const uint64_t position = PositionOf(playback, unit);
-    return Limit(set.mp3 ? position * set.Current().bytesPerFileByte : position);
+    return Limit(set.mp3 ? position * set.Current()->bytesPerFileByte : position);
 }
 
 }  // namespace
@@ -114,6 +114,13 @@ uint32_t PositionInRun(Playback& playback, uint16_t unit) {
 void Extent::Add(const Extent& other) {
     for (int unit = 0; unit < kUnits; ++unit)
         in[unit] = Limit(uint64_t{in[unit]} + other.in[unit]);
+}
+
+uint32_t FindEntry(const PlaybackSet& set, const char* path) {
+    uint32_t index = 0;
+    while (index < set.count && strcmp(set.entries[index].path, path) != 0)
+        ++index;
+    return index;
 }
 
 Extent StartOfCurrent(const PlaybackSet& set) {
@@ -159,10 +166,10 @@ void GetSetInfo(PlaybackSetInfo* info, uint16_t unit) {
     Playback& playback = ThePlayback();
     LockGuard guard(playback.lock);
     const PlaybackSet& set = playback.set;
-    const InputFileInfo format = set.IsActive() ? set.Current().format : InputFileInfo{};
-    if (set.IsActive()) CopyText(info->path, sizeof info->path, set.Current().path);
-    info->position =
-        set.IsActive() ? Limit(uint64_t{PositionInRun(playback, unit)} + set.run_start.In(unit)) : 0;
+    const PlaybackSetEntry* const entry = set.Current();
+    const InputFileInfo format = entry ? entry->format : InputFileInfo{};
+    if (entry) CopyText(info->path, sizeof info->path, entry->path);
+    info->position = entry ? Limit(uint64_t{PositionInRun(playback, unit)} + set.run_start.In(unit)) : 0;
     info->bitsPerSample = format.wBitsPerSample;
     info->channels = format.nChannels;
     info->sampleRate = format.nSamplesPerSec;
@@ -179,7 +186,8 @@ void ForgetSet() {
 bool IsPlayingInSet(const char* path) {
     Playback& playback = ThePlayback();
     LockGuard guard(playback.lock);
-    return playback.playing && playback.set.IsActive() && strcmp(playback.set.Current().path, path) == 0;
+    const PlaybackSetEntry* const entry = playback.set.Current();
+    return playback.playing && entry && strcmp(entry->path, path) == 0;
 }
 
 }  // namespace tolvane

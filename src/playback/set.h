@@ -27,7 +27,8 @@ struct PlaybackSet {
     Extent run_start;  // where in the set the device began to count
 
     bool IsActive() const { return entries != nullptr; }
-    const PlaybackSetEntry& Current() const { return entries[current]; }
+    // Null where no file of the set plays, or none ever did.
+    const PlaybackSetEntry* Current() const { return current < count ? entries + current : nullptr; }
 };
 
 // A place in a set: an entry, and how far into it.
@@ -36,6 +37,9 @@ struct SetPlace {
     uint32_t offset;  // in the unit in which it was looked for
     Extent before;    // of the entries before it
 };
+
+// The entry of a path; the number of entries where there is none.
+uint32_t FindEntry(const PlaybackSet& set, const char* path);
 
 // Where the entry that plays begins.
 Extent StartOfCurrent(const PlaybackSet& set);

@@ -64,10 +64,12 @@ void PlayOn(Playback& playback) {
 // Another format: the device is opened for it when everything has come back.
 struct DeviceChange {
     uint32_t run;
+    const PlaybackSetEntry* entries;
     SetPlace place;
     uint32_t position;
     uint16_t unit;
     PlayedFile file;
+    bool reset;  // a device that refuses plays out what it has, and is asked again
 };
 
 bool OpenDeviceAnew(Playback& playback) {
@@ -77,16 +79,27 @@ bool OpenDeviceAnew(Playback& playback) {
            OpenOutputDevice(playback, playback.options.sample_rate) && PreparePlaybackBuffers(playback);
 }
 
+// Meanwhile the set may have been taken away, and its entries with it.
+bool Change(Playback& playback, DeviceChange& change) {
+    if (playback.set.entries != change.entries || change.place.index >= playback.set.count) return false;
+    playback.main = std::move(change.file);
+    playback.direct = false;
+    return OpenDeviceAnew(playback) && GoTo(playback, change.place, change.position, change.unit, nullptr);
+}
+
+bool IsDrained(Playback& playback, DeviceChange& change) {
+    if (playback.buffers_in_device == 0) return true;
+    if (!change.reset && !(change.reset = ResetDevice(playback))) RestartDevice(playback);
+    return false;
+}
+
 // False while buffers are still to come back.
 bool TryChange(Playback& playback, DeviceChange& change) {
     LockGuard guard(playback.lock);
     if (!playback.playing || playback.ended_runs != change.run) return true;
-    if (playback.buffers_in_device > 0) return false;
+    if (!IsDrained(playback, change)) return false;
     playback.changing_device = false;
-    playback.main = std::move(change.file);
-    const bool ready =
-        OpenDeviceAnew(playback) && GoTo(playback, change.place, change.position, change.unit, nullptr);
-    if (!ready) return EndAndTell(playback), true;
+    if (!Change(playback, change)) return EndAndTell(playback), true;
     PauseDevice(playback);
     PlayOn(playback);
     if (playback.buffers_in_device == 0) EndAndTell(playback);
@@ -95,28 +108,36 @@ bool TryChange(Playback& playback, DeviceChange& change) {
 
 enum class Move { kDone, kChangesDevice };
 
-Move BeginMove(Playback& playback, uint32_t position, uint16_t unit, DeviceChange* change) {
-    LockGuard guard(playback.lock);
-    const PlaybackSet& set = playback.set;
-    const bool steerable = playback.playing && !playback.direct && playback.buffers_in_device > 0;
-    if (!set.IsActive() || !steerable || position >= set.total.In(unit)) return Move::kDone;
-    SetPlace place;
-    if (!FindInSet(set, position, unit, &place)) return Move::kDone;
-    const bool other = place.index != set.current;
+// The device is silent before the other file is looked at, which may take its time. A compressed file that is played as it
+// is has no places to go to, but the other files have.
+Move MoveTo(Playback& playback, const SetPlace& place, uint32_t position, uint16_t unit,
+            DeviceChange* change) {
+    const bool other = place.index != playback.set.current;
+    if (playback.direct && !other) return Move::kDone;
+    const bool reset = ResetDevice(playback);
+    PauseDevice(playback);
     PlayedFile file;
-    if (other && OpenEntry(set, place.index, &file) != TOLVANE_OK)
+    if (other && OpenEntry(playback.set, place.index, &file) != TOLVANE_OK)
         return GiveUpPlayback(playback), Move::kDone;
-    ResetDevice(playback);
     if (other && !HaveOneFormat(file, playback.main)) {
         playback.changing_device = true;
-        *change = {playback.ended_runs, place, position, unit, std::move(file)};
+        *change = {playback.ended_runs, playback.set.entries, place, position, unit, std::move(file), reset};
         return Move::kChangesDevice;
     }
-    PauseDevice(playback);
     if (!GoTo(playback, place, position, unit, other ? &file : nullptr))
         return GiveUpPlayback(playback), Move::kDone;
     PlayOn(playback);
     return Move::kDone;
+}
+
+Move BeginMove(Playback& playback, uint32_t position, uint16_t unit, DeviceChange* change) {
+    LockGuard guard(playback.lock);
+    const PlaybackSet& set = playback.set;
+    const bool steerable = playback.playing && !playback.changing_device && playback.buffers_in_device > 0;
+    SetPlace place;
+    if (!set.IsActive() || !steerable || position >= set.total.In(unit)) return Move::kDone;
+    return FindInSet(set, position, unit, &place) ? MoveTo(playback, place, position, unit, change)
+                                                  : Move::kDone;
 }
 
 }  // namespace

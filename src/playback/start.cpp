@@ -43,7 +43,7 @@ class Claim {
 };
 
 bool IsInSet(const Playback& playback, const StartOptions& options) {
-    return playback.set.IsActive() && !options.outside_set;
+    return playback.set.IsActive() && !options.outside_set && playback.set.mp3 == playback.main.IsMp3();
 }
 
 DWORD StartOffset(const Playback& playback, const StartOptions& options) {
@@ -75,8 +75,9 @@ bool SetSpan(Playback& playback, const StartOptions& options) {
 // Result codes.
 uint16_t GoToStart(Playback& playback, const char* path, const StartOptions& options) {
     if (!SetSpan(playback, options)) return TOLVANE_CANNOT_SEEK;
-    if (!IsInSet(playback, options)) return TOLVANE_OK;
     playback.set.run_start = Extent();
+    playback.set.current = FindEntry(playback.set, path);
+    if (!IsInSet(playback, options)) return TOLVANE_OK;
     if (options.start == 0) return TOLVANE_OK;
     return PositionInSet(playback, path, options) ? uint16_t{TOLVANE_OK} : uint16_t{TOLVANE_CANNOT_OPEN};
 }
