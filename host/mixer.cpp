@@ -37,19 +37,19 @@ int ReportNoSources(std::string_view what, std::string_view on) {
 
 // One of the two volumes, as the library and as a person knows it.
 struct Volume {
-    std::string_view name;
+    std::string_view title, name;
     uint16_t(TOLVANE_CALL* get)();
     uint16_t(TOLVANE_CALL* set)(uint16_t);
 };
-constexpr Volume kPlayback = {"Playback", AudioGetVolume, AudioSetVolume};
-constexpr Volume kRecording = {"Recording", AudioGetRecVolume, AudioSetRecVolume};
+constexpr Volume kPlayback = {"Playback", "playback", AudioGetVolume, AudioSetVolume};
+constexpr Volume kRecording = {"Recording", "recording", AudioGetRecVolume, AudioSetRecVolume};
 
 void PrintVolume(const Volume& volume, std::string_view of = "") {
     const unsigned percent = volume.get();
     const TerminalStyle style = Terminal().style();
     Painter painter(style.colour);
     PaintBar(painter, percent / 100.0, kBarCells, style.utf8);
-    fmt::print("{:<9}  {}  {:>3} %{}{}\n", volume.name, painter.Finish(), percent, of.empty() ? "" : "  ",
+    fmt::print("{:<9}  {}  {:>3} %{}{}\n", volume.title, painter.Finish(), percent, of.empty() ? "" : "  ",
                of);
 }
 
@@ -80,7 +80,7 @@ int Unmute() {
     if (AudioGetVolume() > 0) return kExitDone;
     const unsigned before = KeptVolume();
     if (before == 0)
-        return ReportFailure("cannot unmute", "Playback", "No run of this program has muted it.",
+        return ReportFailure("cannot unmute", kPlayback.name, "No run of this program has muted it.",
                              "Say how loud it is to be: tolvane volume 40");
     return SetVolume(kPlayback, before);
 }

@@ -66,8 +66,7 @@ void CopyName(char* to, size_t size, const char* name) {
     const auto continues = [&](size_t at) { return (name[at] & 0xC0) == 0x80; };
     while (length > 0 && continues(length))
         length--;
-    memset(to, 0, size);
-    memcpy(to, name, length);
+    std::fill(std::copy_n(name, length, to), to + size, 0);
 }
 
 void SetDeviceName(CardDevice& device, const char* name) {
