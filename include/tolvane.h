@@ -518,7 +518,8 @@ TOLVANE_API void TOLVANE_CALL ResumeRecording(void);
 TOLVANE_API void TOLVANE_CALL AudioGetRecordLevel(uint32_t* left, uint32_t* right);
 
 /* How long the recording takes by now, without its pauses, in `unit`: the time since its start and what the file held then
- * (its header and `leadIn`). It follows the clock, not the file, and runs on behind the end. No result code. */
+ * (its header and `leadIn`). It follows the clock, not the file, and runs on behind the end; it stays at 4 GiB of sound. No
+ * result code. */
 TOLVANE_API uint32_t TOLVANE_CALL AudioGetRecordPosition(uint16_t unit);
 
 /* From the next buffer on, the sound of a wave file takes the place of what the input hears, to its end: byte for byte, so

@@ -22,11 +22,19 @@ void Remove(const char* path) {
     if (!is_device) DeleteFileA(path);
 }
 
+// What a disk took of a block that it refused.
+void CutBehind(const char* path, DWORD size) {
+    const FileHandle file(CreateFileA(path, GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    if (file && SetFilePointer(file.Get(), static_cast<LONG>(size), nullptr, FILE_BEGIN) == size)
+        SetEndOfFile(file.Get());
+}
+
 }  // namespace
 
 bool RecordingFile::Create(const char* path, const WAVEFORMATEX& format) {
     if (!CopyFullPath(path_, path)) CopyText(path_, kPathSize, path);
     format_ = format;
+    torn_ = false;
     offset_ = kPcmDataStart;
     end_ = kPcmDataStart + (kLargestFile - kPcmDataStart) / format.nBlockAlign * format.nBlockAlign;
     // Others may read meanwhile.
@@ -38,9 +46,10 @@ bool RecordingFile::Create(const char* path, const WAVEFORMATEX& format) {
 
 // After a failure the next write goes where this one began.
 bool RecordingFile::Put(const void* data, DWORD size) {
-    if (!writer_.MoveTo(offset_) || !writer_.Write(data, size) || !writer_.Flush()) return false;
-    offset_ += size;
-    return true;
+    const bool put = writer_.MoveTo(offset_) && writer_.Write(data, size) && writer_.Flush();
+    if (put) offset_ += size;
+    torn_ |= !put;
+    return put;
 }
 
 bool RecordingFile::Append(const void* data, DWORD size) {
@@ -67,6 +76,7 @@ void RecordingFile::Finish() {
         writer_.SavePcm(format_, offset_);
     writer_.Close();
     open_ = false;
+    if (torn_) CutBehind(path_, offset_ + offset_ % 2);
 }
 
 void RecordingFile::Discard() {

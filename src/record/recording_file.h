@@ -42,6 +42,7 @@ class RecordingFile {
     DWORD offset_ = 0;
     DWORD end_ = 0;  // the file's most bytes
     bool open_ = false;
+    bool torn_ = false;  // a part of a block may stand behind the end
     char path_[kPathSize] = {};
 };
 

@@ -50,6 +50,7 @@ void StartClock(Recording& recording) {
                                                ToInputFileInfo(recording.format))
                              : 0;
     LockGuard guard(clock.lock);
+    recording.paused = false;
     clock.start = timeGetTime() - before;
     clock.pause_start = 0;
     clock.paused_total = 0;
