@@ -8,12 +8,9 @@ TEST(Killed, LeaveTheOldFileOrTheNewOne) {
 }
 #else
 
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
@@ -21,6 +18,7 @@ TEST(Killed, LeaveTheOldFileOrTheNewOne) {
 #include <thread>
 
 #include "edit/killed_steps.h"
+#include "support/victim.h"
 #include "support/watchdog.h"
 
 namespace tolvane::test {
@@ -116,28 +114,6 @@ void Model::Apply(const EditStep& step) {
     (step.elsewhere ? out : file) = std::move(changed);
 }
 
-// The program, from its start to its end by force.
-class Victim {
-  public:
-    Victim(const std::string& folder, const std::string& temp, uint32_t seed) {
-        const std::string number = std::to_string(seed);
-        const char* const arguments[] = {TOLVANE_KILLED_PROGRAM, folder.c_str(), temp.c_str(), number.c_str(),
-                                         nullptr};
-        EXPECT_EQ(
-            posix_spawn(&process_, *arguments, nullptr, nullptr, const_cast<char**>(arguments), environ), 0);
-    }
-    // False where it had ended by itself.
-    bool Kill() const {
-        int status = 0;
-        kill(process_, SIGKILL);
-        return waitpid(process_, &status, 0) == process_ && WIFSIGNALED(status) &&
-               WTERMSIG(status) == SIGKILL;
-    }
-
-  private:
-    pid_t process_ = 0;
-};
-
 std::string OtherVolume() {
     const bool in_memory = std::filesystem::temp_directory_path().string().starts_with("/dev/shm");
     return (in_memory ? "/var/tmp/tolvane-killed-" : "/dev/shm/tolvane-killed-") + std::to_string(getpid());
@@ -213,7 +189,7 @@ void Killed::Once(uint32_t seed, bool other_volume) {
     folder.Write("x.wav", WaveFile(format, model.file));
     folder.Write("taken.wav", WaveFile(format, model.taken));
     folder.Write("out.wav", WaveFile(format, model.out));
-    const Victim victim(folder.Path(), temp, seed);
+    const Victim victim({TOLVANE_KILLED_PROGRAM, folder.Path(), temp, std::to_string(seed)});
     WaitForStep(folder.Path("steps"));
     std::this_thread::sleep_for(std::chrono::microseconds(random_() % (1u << (6 + random_() % 9))));
     ASSERT_TRUE(victim.Kill());

@@ -28,7 +28,7 @@ struct Cycles {
 constexpr Cycles kMany{100, 500}, kSome{50, 150};
 constexpr size_t kScratchFiles = 5;
 
-enum class Use { kIdle, kStopped, kPlaying };
+enum class Use { kIdle, kStopped, kPlaying, kRecording, kBoth };
 
 class LoadCycles : public ::testing::Test {
   protected:
@@ -48,13 +48,33 @@ class LoadCycles : public ::testing::Test {
             library.set_callback_window(nullptr);
             EXPECT_GT(library.number_of_codecs(), 0);
             library.number_of_outputs();
-            if (use != Use::kIdle) {
+            if (use != Use::kIdle && use != Use::kRecording) {
                 EXPECT_EQ(library.play(sound_.c_str(), 0, TOLVANE_MILLISECONDS, 0, 0, 0), TOLVANE_OK);
             }
             if (use == Use::kStopped) library.stop();
+            if (use == Use::kRecording || use == Use::kBoth) StartRecording(library);
         }
         ASSERT_FALSE(LibraryIsMapped(TOLVANE_LIBRARY));
         ASSERT_TRUE(temp_.Names().empty());
+        if (use == Use::kRecording || use == Use::kBoth) ExpectWholeRecording();
+    }
+
+    // With an effect, and with an effect wave that is still open when the library goes.
+    void StartRecording(const LoadedLibrary& library) {
+        std::string name = recording_;
+        if (effects_) {
+            EXPECT_EQ(library.load_effect(0, TOLVANE_GAIN_EFFECT), 1);
+            library.set_effect_parameters(0, gain_, sizeof gain_);
+            library.set_effect_state(0, 1);
+        }
+        EXPECT_EQ(library.record(name.data(), 8000, 16, 1, 0), TOLVANE_OK);
+        EXPECT_EQ(library.mix_effect(sound_.c_str()), TOLVANE_OK);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    void ExpectWholeRecording() const {
+        const Bytes file = ReadAll(recording_);
+        ASSERT_GE(file.size(), 46u);
+        EXPECT_EQ(file, Riff(Part(file, 12, file.size()))) << "as long as it says";
     }
 
     template <typename Choose>
@@ -94,11 +114,15 @@ class LoadCycles : public ::testing::Test {
 
     const std::string outer_ = std::filesystem::temp_directory_path().string();
     TempFolder temp_, sounds_;
-    std::string sound_;
+    std::string sound_, recording_ = sounds_.Path("recording.wav");
+    const uint32_t gain_[2] = {50, 0};
+    bool effects_ = false;
 };
 
 static Use EveryUse(int cycle) {
     if (cycle % 10 == 0) return Use::kPlaying;
+    if (cycle % 10 == 5) return Use::kRecording;
+    if (cycle % 10 == 9) return Use::kBoth;
     return cycle % 10 < 4 ? Use::kStopped : Use::kIdle;
 }
 
@@ -106,15 +130,23 @@ TEST_F(LoadCycles, WithoutASound) {
     Run(kMany, true, [](int) { return Use::kIdle; });
 }
 
-TEST_F(LoadCycles, WithThePlaybacksOfTheVirtualCard) {
+TEST_F(LoadCycles, WithTheDevicesOfTheVirtualCard) {
     if (!PlatformUseCard(PLATFORM_CARD_VIRTUAL))
         GTEST_SKIP() << "the system's own devices cannot be replaced";
     Run(kMany, true, EveryUse);
 }
 
+// The plug-in stays loaded, with what it has been given.
+TEST_F(LoadCycles, WithEffectsInTheMiddleOfARecording) {
+    if (!PlatformUseCard(PLATFORM_CARD_VIRTUAL))
+        GTEST_SKIP() << "the system's own devices cannot be replaced";
+    effects_ = true;
+    Run(kSome, true, [](int) { return Use::kRecording; });
+}
+
 using LoadCyclesOnServer = LoadCycles;
 
-TEST_F(LoadCyclesOnServer, WithPlaybacks) {
+TEST_F(LoadCyclesOnServer, WithPlaybacksAndRecordings) {
     Run(kSome, TerminatedThreadsLeaveNoStack(), EveryUse);
 }
 

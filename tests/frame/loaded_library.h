@@ -22,6 +22,11 @@ class LoadedLibrary {
         Find(play, "AudioPlayWave");
         Find(position, "AudioGetPosition");
         Find(stop, "AudioStop");
+        Find(record, "AudioStartRecord");
+        Find(load_effect, "LoadEffectFile");
+        Find(set_effect_parameters, "SetEffectsParameters");
+        Find(set_effect_state, "SetEffectState");
+        Find(mix_effect, "AudioMixEffectWithRecord");
         Find(convert, "AudioConvert");
         Find(close_conversion, "AudioConvertCloseHandle");
         Find(begin_pcm, "ACMBeginConvertPCMEx");
@@ -44,6 +49,11 @@ class LoadedLibrary {
     decltype(&AudioPlayWave) play;
     decltype(&AudioGetPosition) position;
     decltype(&AudioStop) stop;
+    decltype(&AudioStartRecord) record;
+    decltype(&LoadEffectFile) load_effect;
+    decltype(&SetEffectsParameters) set_effect_parameters;
+    decltype(&SetEffectState) set_effect_state;
+    decltype(&AudioMixEffectWithRecord) mix_effect;
     decltype(&AudioConvert) convert;
     decltype(&AudioConvertCloseHandle) close_conversion;
     decltype(&ACMBeginConvertPCMEx) begin_pcm;
