@@ -1,0 +1,88 @@
+// Recording at its real pace, on the sound server and on the virtual card, beside a playback: about as long as it ran, and
+// every piece that was played is in it.
+#include <algorithm>
+#include <thread>
+
+#include "support/any_card.h"
+
+namespace tolvane::test {
+namespace {
+
+constexpr Format kFormat{48000, 2, 16};
+constexpr double kAllowance =
+    1.5;  // seconds that a slow machine or a far server may take for a start or a stop
+constexpr size_t kHeader = 46;
+
+class RecordingInRealTime : public AnyCard {
+  protected:
+    void SetUp() override {
+        AudioStopRecord();
+        AnyCard::SetUp();
+        if (!IsSkipped() && GetNumberOfInputDevices() == 0) GTEST_SKIP() << "there is no input device";
+    }
+    void TearDown() override {
+        AudioStopRecord();
+        SelectOutputDevice(TOLVANE_WAVE_MAPPER);
+        AnyCard::TearDown();
+    }
+    uint16_t Record() {
+        std::string name = path_;
+        return AudioStartRecord(name.data(), kFormat.rate, kFormat.bits, kFormat.channels, 0);
+    }
+    static void Sleep(double seconds) { std::this_thread::sleep_for(std::chrono::duration<double>(seconds)); }
+    Bytes Sound() const {
+        const Bytes file = ReadAll(path_);
+        EXPECT_EQ(file, Riff(Part(file, 12, file.size()))) << "as long as it says";
+        return Part(file, kHeader, file.size());
+    }
+    std::string path_ = folder_.Path("record.wav");
+};
+
+TEST_P(RecordingInRealTime, IsAboutAsLongAsItRan) {
+    const Stopwatch all;
+    ASSERT_EQ(Record(), TOLVANE_OK);
+    const Stopwatch watch;
+    Sleep(0.9);
+    const double before = watch.Seconds(), position = AudioGetRecordPosition(TOLVANE_MILLISECONDS) / 1000.0;
+    EXPECT_GT(position, before - 0.01);
+    EXPECT_LT(position, all.Seconds() + 0.01);
+    const size_t so_far = ReadAll(path_).size();
+    EXPECT_GT(so_far, kHeader) << "the file grows while it is recorded";
+    EXPECT_EQ(AudioStopRecord(), TOLVANE_OK);
+    EXPECT_LT(all.Seconds(), 0.9 + kAllowance);
+    const double seconds = static_cast<double>(Sound().size()) / kFormat.BytesPerSecond();
+    EXPECT_GT(seconds, before - 0.5);
+    EXPECT_LT(seconds, all.Seconds() + 0.1);
+}
+
+// On the server, whose input hears one of its outputs.
+class RecordingOfAPlayback : public RecordingInRealTime {};
+
+TEST_P(RecordingOfAPlayback, HasEveryPieceOfIt) {
+    if (GetNumberOfOutputDevices() < 2) GTEST_SKIP() << "no output that the input hears";
+    SelectOutputDevice(GetNumberOfOutputDevices() - 1);
+    const auto played = Write(kFormat, 1);
+    ASSERT_EQ(Record(), TOLVANE_OK);
+    Sleep(0.2);
+    ASSERT_EQ(Play(played), TOLVANE_OK);
+    ASSERT_TRUE(window_.AwaitEnd());
+    Sleep(0.3);
+    AudioStopRecord();
+    // Pieces of 10 milliseconds: a busy machine may lose one, or put silence between two.
+    const Bytes sound = Sound(), pattern = Part(ReadAll(played), 44, SIZE_MAX);
+    const size_t piece = kFormat.BytesPerSecond() / 100;
+    size_t heard = 0;
+    for (size_t at = 0; at + piece <= pattern.size(); at += piece) {
+        const auto from = pattern.begin() + static_cast<ptrdiff_t>(at);
+        heard += std::search(sound.begin(), sound.end(), from, from + static_cast<ptrdiff_t>(piece)) !=
+                 sound.end();
+    }
+    EXPECT_GE(heard, 90u) << "of 100";
+}
+
+INSTANTIATE_TEST_SUITE_P(Server, RecordingInRealTime, ::testing::Values(PLATFORM_CARD_DEFAULT));
+INSTANTIATE_TEST_SUITE_P(Server, RecordingOfAPlayback, ::testing::Values(PLATFORM_CARD_DEFAULT));
+INSTANTIATE_TEST_SUITE_P(Virtual, RecordingInRealTime, ::testing::Values(PLATFORM_CARD_VIRTUAL));
+
+}  // namespace
+}  // namespace tolvane::test
