@@ -88,7 +88,7 @@ TEST_F(KilledRecording, LacksTheLastSecondAtMost) {
         watchdog.At(std::to_string(seed));
         Once(seed, others && i % 20 == 0);
     }
-    EXPECT_GT(seconds_, kills);
+    EXPECT_GT(seconds_, kills / 10);
     std::cout << kills << " kills in " << seconds_ << " recorded seconds; at most " << most_lacking_
               << " s lacking\n";
 }
