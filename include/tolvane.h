@@ -544,9 +544,9 @@ TOLVANE_API uint16_t TOLVANE_CALL AudioMixEffectWithRecord(const char* fileName)
  * At the end of a recording the plug-ins' parameters are released, and the next recording goes without effects unless
  * EffectChanged is called before or while it runs. */
 
-/* Loads a plug-in into a slot: disabled, without parameters. It stays loaded even when another takes the slot. Not to be
- * called while a recording runs. 1 when done; 0 for a slot that there is not, and for a library that cannot be loaded or
- * whose name has more than 1,559 characters; the slot then stays as it was. No result code. */
+/* Loads a plug-in into a slot: disabled, without parameters. It stays loaded even when another takes the slot. 1 when
+ * done; 0 for a slot that there is not, and for a library that cannot be loaded or whose name has more than 1,559
+ * characters; the slot then stays as it was. No result code. */
 TOLVANE_API uint16_t TOLVANE_CALL LoadEffectFile(int32_t slot, const char* fileName);
 
 /* Switches a slot on (not 0) or off. 1, or 0 for a slot that there is not. No result code. */

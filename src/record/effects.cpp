@@ -6,6 +6,7 @@
 #include "frame/immortal.h"
 #include "frame/lock.h"
 #include "frame/text.h"
+#include "record/recording.h"
 
 namespace tolvane {
 
@@ -117,7 +118,8 @@ bool IsChanged(Effects& effects) {
 
 }  // namespace
 
-// A library stays loaded for good, whatever takes its slot: threads of its own may run in it.
+// A library stays loaded for good, whatever takes its slot: threads of its own may run in it. The recording waits, so that
+// no function of the old one is at work.
 bool LoadEffect(int32_t slot, const char* path) {
     if (!IsSlot(slot) || IsEmpty(path) || !memchr(path, 0, kLibraryNameSize)) return false;
     const HMODULE library = LoadLibraryA(path);
@@ -125,7 +127,9 @@ bool LoadEffect(int32_t slot, const char* path) {
     Slot fresh;
     fresh.entry = FindEntryPoints(library);
     Effects& effects = TheEffects();
+    LockGuard recording_guard(TheRecording().lock);
     LockGuard guard(effects.lock);
+    if (!effects.slots[slot].entry.free_buffers) GlobalFree(effects.slots[slot].copy);
     effects.slots[slot] = fresh;
     effects.generation = 1;
     effects.applied = 0;

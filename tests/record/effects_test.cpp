@@ -234,13 +234,16 @@ TEST_F(Effects, LeaveNoMemoryBehind) {
     ASSERT_EQ(LoadEffectFile(0, TOLVANE_BARE_EFFECT), 1);  // which frees nothing
     SetEffectsParameters(0, large.data(), static_cast<uint32_t>(large.size()));
     Load(1, TOLVANE_PROBE_EFFECT, probe_);
-    const auto record = [this] {
+    const auto record = [this, &large] {
         EffectChanged();
         ASSERT_EQ(Start(kBytes), TOLVANE_OK);
         for (int i = 0; i < 5; ++i) {
             HearBuffers();
             EffectChanged();
         }
+        ASSERT_EQ(LoadEffectFile(0, TOLVANE_BARE_EFFECT), 1);
+        SetEffectsParameters(0, large.data(), static_cast<uint32_t>(large.size()));
+        HearBuffers();
         AudioStopRecord();
     };
     record();

@@ -74,7 +74,8 @@ class RecordThreads : public ::testing::Test {
                 AudioMixEffectWithRecord(sound_.c_str());
                 return;
             case 9:
-                SetEffectState(0, left == 0);
+                EXPECT_EQ(LoadEffectFile(1, TOLVANE_GAIN_EFFECT), 1);
+                SetEffectState(0, recorded_ % 2);
                 return;
             case 10:
                 AudioGetFileInfo(&info, nullptr, 0, 0);
