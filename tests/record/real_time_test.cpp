@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <thread>
 
+#include "record/probe_effect.h"
 #include "support/any_card.h"
 
 namespace tolvane::test {
@@ -53,6 +54,34 @@ TEST_P(RecordingInRealTime, IsAboutAsLongAsItRan) {
     const double seconds = static_cast<double>(Sound().size()) / kFormat.BytesPerSecond();
     EXPECT_GT(seconds, before - 0.5);
     EXPECT_LT(seconds, all.Seconds() + 0.1);
+}
+
+// Also where plug-ins are called as only a 32-bit system calls them.
+TEST_P(RecordingInRealTime, GoesThroughAPlugin) {
+    ProbeLog log = {};
+    const ProbeParameters probe = {&log, 1, 0, 0};
+    ASSERT_EQ(LoadEffectFile(2, TOLVANE_PROBE_EFFECT), 1);
+    SetEffectsParameters(2, &probe, sizeof probe);
+    SetEffectState(2, 1);
+    const Bytes wave = Pattern(20000);
+    ASSERT_EQ(Record(), TOLVANE_OK);
+    EXPECT_EQ(AudioMixEffectWithRecord(folder_.Write("wave.wav", WaveFile(kFormat, wave)).c_str()),
+              TOLVANE_OK);
+    Sleep(0.9);
+    AudioStopRecord();
+    Bytes sound = Sound();
+    for (auto& byte : sound)
+        --byte;
+    ASSERT_GT(sound.size(), wave.size());
+    EXPECT_EQ(Part(sound, 0, wave.size()), wave);
+    EXPECT_EQ(Part(sound, wave.size(), sound.size()), Bytes(sound.size() - wave.size())) << "silence";
+    EXPECT_EQ(log.sets, 1u);
+    EXPECT_EQ(log.frees, 1u);
+    EXPECT_EQ(log.strange + log.zeros, 0u);
+    EXPECT_EQ(log.which, 0xFF00u);
+    EXPECT_EQ(log.format.nSamplesPerSec, kFormat.rate);
+    SetEffectsParameters(2, nullptr, 0);
+    SetEffectState(2, 0);
 }
 
 // On the server, whose input hears one of its outputs.
