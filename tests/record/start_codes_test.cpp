@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "record/recorder.h"
+#include "support/resources.h"
 
 namespace tolvane::test {
 namespace {
@@ -102,11 +103,14 @@ TEST_F(RecordStart, DeletesTheFileThatItCreated) {
                  {"waveInAddBuffer", 1, TOLVANE_RECORD_NOT_STARTED, true},
                  {"waveInPrepareHeader", 1, TOLVANE_RECORD_NOT_STARTED, true},
                  {"waveInStart", 1, TOLVANE_RECORD_NOT_STARTED, true}};
+    ExpectToRecord();
     for (const auto& [service, nth, code, creates] : cases) {
+        const Resources before = Resources::Now();
         {
             FaultScope fault(service, nth, true);
             EXPECT_EQ(StartOverOld(), code) << service;
         }
+        EXPECT_PRED2([](auto& x, auto& y) { return NothingLeaked(x, y, 8192); }, before, Resources::Now());
         EXPECT_EQ(File(), creates ? Bytes() : kOld) << service;
         EXPECT_FALSE(State().open) << service;
         EXPECT_FALSE(Runs()) << service;
