@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "edit_step.h"
+#include "play_volume.h"
 #include "effect_parameters.h"
 #include "sound_format.h"
 #include "time_text.h"
@@ -39,14 +40,23 @@ struct SourcesRequest {
 };
 
 struct PlayRequest {
-    std::string file;
+    std::vector<std::string> files;
     std::optional<Moment> from, to;
     unsigned rate = 0;
     bool repeat = false;
     bool quiet = false;
+    std::string mix;       // laid over the file
+    bool average = false;  // instead of being added
+    Loudness volume, mix_volume;
     std::string device;  // number or name, empty: the one the system prefers
     CardRequest card;
     std::string into;
+};
+
+// The peaks of a part of a file.
+struct LevelRequest {
+    std::vector<std::string> files;
+    Place from = kBeginning, to = kEnd;
 };
 
 // Times count in the sound of the file.
@@ -118,6 +128,7 @@ int RunCodecs();
 int RunVolume(const VolumeRequest& request);
 int RunSources(const SourcesRequest& request);
 int RunPlay(const PlayRequest& request);
+int RunLevel(const LevelRequest& request);
 int RunRecord(const RecordRequest& request);
 int RunConvert(const ConvertRequest& request);
 int RunReformat(const ReformatRequest& request);

@@ -27,17 +27,22 @@ std::optional<ColumnSpan> CellsOf(ByteSpan marked, ByteSpan span, uint32_t cells
 
 }  // namespace
 
+int ReadPeaks(std::string_view cannot, const std::string& file, const SoundFormat& sound, ByteSpan span,
+              uint32_t columns, Waveform& waveform) {
+    const auto code = ReadWaveform(file, sound, span, columns, waveform);
+    if (code == TOLVANE_EMPTY_DATA && sound.Bytes() > 0)
+        return ReportFailure(cannot, file, "There is no sound between these times.",
+                             fmt::format("The sound is {} long.", TimeText(sound.Milliseconds(), 3)));
+    return code == TOLVANE_OK ? kExitDone : ReportFileFailure(cannot, file, code);
+}
+
 int ReadForDrawing(const std::string& file, const SoundFormat& sound, ByteSpan span, uint32_t columns,
                    Waveform& waveform) {
     constexpr std::string_view kCannot = "cannot draw";
     if (sound.format.nChannels > kMostChannels)
         return ReportFailure(kCannot, file, fmt::format("It has {} channels.", sound.format.nChannels),
                              fmt::format("Up to {} can be drawn.", kMostChannels));
-    const auto code = ReadWaveform(file, sound, span, columns, waveform);
-    if (code == TOLVANE_EMPTY_DATA && sound.Bytes() > 0)
-        return ReportFailure(kCannot, file, "There is no sound between these times.",
-                             fmt::format("The sound is {} long.", TimeText(sound.Milliseconds(), 3)));
-    return code == TOLVANE_OK ? kExitDone : ReportFileFailure(kCannot, file, code);
+    return ReadPeaks(kCannot, file, sound, span, columns, waveform);
 }
 
 TimeSpan TimesOf(const SoundFormat& sound, ByteSpan span) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "time_axis.h"
 #include "waveform.h"
@@ -13,7 +14,9 @@ namespace tolvane::host {
 
 constexpr uint32_t kLargestDrawing = 20'000;  // columns
 
-// kExitDone, or a failure that has been reported.
+// kExitDone, or a failure that has been reported as what it kept from being done.
+int ReadPeaks(std::string_view cannot, const std::string& file, const SoundFormat& sound, ByteSpan span,
+              uint32_t columns, Waveform& waveform);
 int ReadForDrawing(const std::string& file, const SoundFormat& sound, ByteSpan span, uint32_t columns,
                    Waveform& waveform);
 

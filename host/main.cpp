@@ -27,6 +27,7 @@ struct Request {
     ReformatRequest reformat;
     EditRequest edit;
     DrawRequest draw;
+    LevelRequest level;
     SessionRequest session;
     VolumeRequest volume;
     SourcesRequest sources;
@@ -63,6 +64,15 @@ CLI::Option* AddMoment(CLI::App* command, const char* name, std::optional<Moment
         ->type_name("TIME");
 }
 
+void AddPlace(CLI::App* command, const char* name, Place& place, const char* help, bool required) {
+    command
+        ->add_option_function<std::string>(
+            name, [&place](const std::string& text) { place = *ParsePlace(text); }, help)
+        ->check(CLI::Validator(CheckPlace, ""))
+        ->required(required)
+        ->type_name(*name == '-' ? "TIME" : "");
+}
+
 void AddCard(CLI::App* command, CardRequest& card) {
     command->add_option("--card", card.name, "server: the sound server; virtual: no hardware needed; none")
         ->check(CLI::IsMember({"server", "virtual", "none"}).description(""))
@@ -70,9 +80,22 @@ void AddCard(CLI::App* command, CardRequest& card) {
 }
 
 void AddInfo(CLI::App& app, Request& request) {
-    CLI::App* command = app.add_subcommand("info", "Show format and length of wave files");
-    command->add_option("FILE", request.files, "Wave files, compressed ones too")->required()->type_name("");
-    command->footer("Examples:\n  tolvane info speech.wav\n  tolvane info takes/*.wav");
+    CLI::App* command = app.add_subcommand("info", "Show format and length of wave files and MP3 files");
+    command->add_option("FILE", request.files, "Wave files, compressed ones too, and MP3 files")
+        ->required()
+        ->type_name("");
+    command->footer("Examples:\n  tolvane info speech.wav song.mp3\n  tolvane info takes/*.wav");
+}
+
+void AddLevel(CLI::App& app, LevelRequest& level) {
+    CLI::App* command = app.add_subcommand("level", "Show how loud wave files are");
+    command->add_option("FILE", level.files, "Wave files (PCM)")->required()->type_name("");
+    AddPlace(command, "--from", level.from, "Begin at this time", false);
+    AddPlace(command, "--to", level.to, "End at this time", false);
+    command->footer(std::string(kTimes) +
+                    "\nThe highest peak of each channel; one that reaches full scale is marked as clipped.\n"
+                    "Examples:\n  tolvane level music.wav\n  tolvane level takes/*.wav\n"
+                    "  tolvane level music.wav --from 1:02.5 --to 1:10");
 }
 
 void AddDevices(CLI::App& app, Request& request) {
@@ -116,7 +139,9 @@ void AddSources(CLI::App& app, SourcesRequest& sources) {
 }
 
 void AddPlayOptions(CLI::App* command, PlayRequest& play) {
-    command->add_option("FILE", play.file, "Wave file")->required()->type_name("");
+    command->add_option("FILE", play.files, "Wave files or MP3 files, played one after the other")
+        ->required()
+        ->type_name("");
     AddMoment(command, "--from", play.from, "Start at this time");
     AddMoment(command, "--to", play.to, "End at this time");
     command->add_option("--rate", play.rate, "Play at this sample rate instead of the file's own")
@@ -131,12 +156,38 @@ void AddPlayOptions(CLI::App* command, PlayRequest& play) {
     command->add_flag("--quiet", play.quiet, "Say nothing but failures; no keys");
 }
 
+std::string CheckLoudness(const std::string& text) {
+    return ParseLoudness(text) ? ""
+                               : "'" + text +
+                                     "' is no volume; those look like 80 or 80,40 (left, right): percent "
+                                     "up to 400";
+}
+
+void AddLoudness(CLI::App* command, const char* name, Loudness& loudness, const char* help) {
+    command
+        ->add_option_function<std::string>(
+            name, [&loudness](const std::string& text) { loudness = *ParseLoudness(text); }, help)
+        ->check(CLI::Validator(CheckLoudness, ""))
+        ->type_name("L[,R]");
+}
+
+void AddMixing(CLI::App* command, PlayRequest& play) {
+    AddLoudness(command, "--volume", play.volume, "Percent of the samples, above 100 louder; not for MP3");
+    command->add_option("--mix", play.mix, "Lay this wave file over it")->type_name("WAVE");
+    AddLoudness(command, "--mix-volume", play.mix_volume, "Volume of that file");
+    command->add_flag("--average", play.average, "Mix the average of both instead of their sum");
+}
+
 void AddPlay(CLI::App& app, Request& request) {
-    CLI::App* command = app.add_subcommand("play", "Play a wave file");
+    CLI::App* command = app.add_subcommand("play", "Play wave files or MP3 files");
     AddPlayOptions(command, request.play);
+    AddMixing(command, request.play);
     command->footer(std::string(kTimes) +
-                    "\nKeys: space pause, left and right 5 s, home, q or Esc stop, ? help, Ctrl-C.\n"
+                    "\nKeys: space pause, left and right 5 s, home, n and p next and previous file,\n"
+                    "      + and - volume, q or Esc stop, ? help, Ctrl-C.\n"
                     "Examples:\n  tolvane play speech.wav\n  tolvane play music.wav --from 1:02.5 --to 1:10\n"
+                    "  tolvane play one.mp3 two.mp3 three.mp3\n"
+                    "  tolvane play speech.wav --mix music.wav --mix-volume 30\n"
                     "  tolvane play loop.wav --repeat --device 1\n"
                     "  tolvane play music.wav --card virtual --into heard.wav");
 }
@@ -259,15 +310,6 @@ void AddReformat(CLI::App& app, Request& request) {
         "  tolvane reformat music.wav old.wav --rate 11025 --bits 8 --channels 1");
 }
 
-void AddPlace(CLI::App* command, const char* name, Place& place, const char* help, bool required) {
-    command
-        ->add_option_function<std::string>(
-            name, [&place](const std::string& text) { place = *ParsePlace(text); }, help)
-        ->check(CLI::Validator(CheckPlace, ""))
-        ->required(required)
-        ->type_name(*name == '-' ? "TIME" : "");
-}
-
 void AddSelection(CLI::App* command, EditRequest& edit, bool required) {
     AddPlace(command, "START", edit.start, "Where the selection begins", required);
     AddPlace(command, "END", edit.end, "Where it ends; the end of the sound if left out", false);
@@ -379,6 +421,10 @@ std::string Contradiction(const ConvertRequest& convert) {
 }
 
 std::string Contradiction(const PlayRequest& play) {
+    if (play.files.size() > 1 && (play.to || play.rate || !play.mix.empty()))
+        return "--to, --rate and --mix are for one file";
+    if (play.repeat && !play.mix.empty()) return "--mix plays once: leave --repeat out";
+    if (play.average && play.mix.empty()) return "--average says how to mix: name a file with --mix";
     if (!play.into.empty() && !play.card.name.empty() && play.card.name != "virtual")
         return "--into is for the virtual card: leave --card out or say --card virtual";
     return "";
@@ -407,6 +453,7 @@ std::string WhyNoCommand(const CLI::App& app, int argc, char** argv) {
 
 int Run(const CLI::App& app, Request& request) {
     if (app.got_subcommand("info")) return RunInfo(request.files);
+    if (app.got_subcommand("level")) return RunLevel(request.level);
     if (app.got_subcommand("devices")) return RunDevices(request.card);
     if (app.got_subcommand("codecs")) return RunCodecs();
     if (app.got_subcommand("record")) {
@@ -444,6 +491,7 @@ int ParseAndRun(int argc, char** argv) {
     app.set_version_flag("--version", "tolvane " TOLVANE_VERSION);
     app.footer(kExitCodes);
     AddInfo(app, request);
+    AddLevel(app, request.level);
     AddDevices(app, request);
     AddCodecs(app);
     AddVolume(app, request.volume);

@@ -37,6 +37,22 @@ std::string_view MeterCell(double fill, bool utf8) {
     return kEighths[static_cast<size_t>(std::clamp(std::lround(fill * 8), 0L, 8L))];
 }
 
+std::string SizeText(uint64_t bytes) {
+    constexpr double kMega = 1e6, kGiga = 1e9;
+    const auto size = static_cast<double>(bytes);
+    return size < kGiga ? fmt::format("{:.0f} MB", size / kMega) : fmt::format("{:.1f} GB", size / kGiga);
+}
+
+std::string Head(const ProgressView& view) {
+    std::string head = fmt::format("{} {} / {}", view.paused ? "||" : "> ", TimeText(view.position_ms),
+                                   TimeText(view.length_ms));
+    for (const std::string& more : {view.place, view.volume})
+        if (!more.empty()) head += "  " + more;
+    return head;
+}
+
+}  // namespace
+
 void PaintMeter(Painter& painter, std::string_view name, const Meter& meter, int cells, bool utf8) {
     painter.Paint(name);
     const int peak_cell = std::min(cells - 1, static_cast<int>(meter.peak() * cells));
@@ -46,19 +62,6 @@ void PaintMeter(Painter& painter, std::string_view name, const Meter& meter, int
         painter.Paint(peak ? (utf8 ? "│" : "|") : MeterCell(fill, utf8), ZoneColour((cell + 0.5) / cells));
     }
 }
-
-std::string SizeText(uint64_t bytes) {
-    constexpr double kMega = 1e6, kGiga = 1e9;
-    const auto size = static_cast<double>(bytes);
-    return size < kGiga ? fmt::format("{:.0f} MB", size / kMega) : fmt::format("{:.1f} GB", size / kGiga);
-}
-
-std::string Head(const ProgressView& view) {
-    return fmt::format("{} {} / {}", view.paused ? "||" : "> ", TimeText(view.position_ms),
-                       TimeText(view.length_ms));
-}
-
-}  // namespace
 
 void PaintBar(Painter& painter, double done, int cells, bool utf8) {
     const int full = std::clamp(static_cast<int>(std::lround(done * cells)), 0, cells);
@@ -84,7 +87,7 @@ std::string ProgressLine(const ProgressView& view, int columns, TerminalStyle st
     if (room < 2 + kSmallestBar) return head.substr(0, static_cast<size_t>(std::max(columns, 0)));
 
     constexpr int kMeterText = 7;  // "  L " and " R "
-    const bool meters = room >= 2 + kSmallestBar + kMeterText + 2 * kSmallestMeter;
+    const bool meters = view.has_levels && room >= 2 + kSmallestBar + kMeterText + 2 * kSmallestMeter;
     const int meter = meters ? std::clamp(room / 4, kSmallestMeter, kLargestMeter) : 0;
     const int bar = room - 2 - (meters ? kMeterText + 2 * meter : 0);
     const double done =

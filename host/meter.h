@@ -30,12 +30,16 @@ class Meter {
 
 class Painter;
 
+// A bar of so many cells with the peak in it.
+void PaintMeter(Painter& painter, std::string_view name, const Meter& meter, int cells, bool utf8);
+
 // How much of something there is (0 to 1).
 void PaintBar(Painter& painter, double done, int cells, bool utf8);
 
 struct ProgressView {
-    bool paused = false;
+    bool paused = false, has_levels = true;
     uint64_t position_ms = 0, length_ms = 0;
+    std::string place, volume;  // "2/3", "80%", or nothing
     Meter left, right;
 };
 

@@ -5,12 +5,11 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <chrono>
+#include <string>
 
-#include "codec_names.h"
+#include "play_volume.h"
 #include "result_text.h"
-#include "sound_format.h"
 #include "terminal.h"
 
 namespace tolvane::host {
@@ -22,110 +21,30 @@ using std::chrono::milliseconds;
 constexpr milliseconds kRedrawEvery{66};
 constexpr milliseconds kRedrawPausedEvery{100};
 constexpr milliseconds kPlainLineEvery{5000};
-constexpr milliseconds kTooEarly{1000};
 constexpr int64_t kStepMilliseconds = 5000;
+constexpr int kStepVolume = 5;
 
-constexpr std::string_view kKeyHelp = "space pause, left and right 5 s, home to the start, q stop";
-
-// Where the playback is, and when it should be over.
-class Playback {
-  public:
-    Playback(const PlayRequest& request, const std::string& played, Span span);
-
-    const SoundFormat& sound() const { return sound_; }
-    bool paused() const { return paused_; }
-    uint64_t PositionMs() const;
-    uint64_t LengthMs() const { return ToMs(span_.to); }
-    bool EndedTooEarly() const;
-
-    void TogglePause();
-    void MoveBy(int64_t step_ms);
-    void MoveToStart() { MoveTo(span_.from); }
-
-  private:
-    uint64_t ToMs(uint32_t bytes) const;
-    uint32_t WrappedBytes() const;
-    void MoveTo(uint32_t bytes);
-    milliseconds Remaining(uint32_t from) const;
-
-    SoundFormat sound_;
-    Span span_;
-    uint32_t rate_;
-    bool repeat_, paused_ = false;
-    milliseconds remaining_{};  // while paused
-    Clock::time_point due_;
-};
-
-Playback::Playback(const PlayRequest& request, const std::string& played, Span span)
-    : span_(span), rate_(request.rate), repeat_(request.repeat) {
-    ReadSound(played, sound_);
-    if (span_.to == 0) span_.to = sound_.Bytes();
-    if (rate_ == 0) rate_ = sound_.format.nSamplesPerSec;
-    due_ = Clock::now() + Remaining(span_.from);
-}
-
-uint64_t Playback::ToMs(uint32_t bytes) const {
-    const uint64_t rate = sound_.BytesPerSecond();
-    return rate == 0 ? 0 : uint64_t{bytes} * 1000 / rate;
-}
-
-milliseconds Playback::Remaining(uint32_t from) const {
-    const uint64_t bytes = span_.to > from ? span_.to - from : 0;
-    const uint64_t rate =
-        sound_.IsPcm() ? uint64_t{rate_} * sound_.format.nBlockAlign : sound_.BytesPerSecond();
-    return milliseconds(rate == 0 ? 0 : bytes * 1000 / rate);
-}
-
-// The library counts on through repeats; a listener wants the place in the sound.
-uint32_t Playback::WrappedBytes() const {
-    const uint32_t bytes = AudioGetPosition(TOLVANE_BYTES);
-    if (bytes < span_.to || span_.to <= span_.from) return std::min(bytes, span_.to);
-    return repeat_ ? span_.from + (bytes - span_.to) % (span_.to - span_.from) : span_.to;
-}
-
-uint64_t Playback::PositionMs() const {
-    return sound_.IsPcm() ? ToMs(WrappedBytes()) : AudioGetPosition(TOLVANE_MILLISECONDS);
-}
-
-bool Playback::EndedTooEarly() const {
-    const milliseconds left =
-        paused_ ? remaining_ : std::chrono::duration_cast<milliseconds>(due_ - Clock::now());
-    return sound_.IsPcm() && (repeat_ || left > kTooEarly);
-}
-
-void Playback::TogglePause() {
-    paused_ ? AudioResume() : AudioPause();
-    paused_ = !paused_;
-    if (paused_)
-        remaining_ = std::chrono::duration_cast<milliseconds>(due_ - Clock::now());
-    else
-        due_ = Clock::now() + remaining_;
-}
-
-void Playback::MoveTo(uint32_t bytes) {
-    if (!sound_.IsPcm()) return;
-    AudioMoveTo(bytes, TOLVANE_BYTES);
-    remaining_ = Remaining(bytes);
-    due_ = Clock::now() + remaining_;
-}
-
-void Playback::MoveBy(int64_t step_ms) {
-    const auto step = step_ms * static_cast<int64_t>(sound_.BytesPerSecond()) / 1000;
-    MoveTo(static_cast<uint32_t>(std::clamp<int64_t>(WrappedBytes() + step, 0, span_.to)));
-}
+constexpr std::string_view kKeyHelp =
+    "space pause, left and right 5 s, home to the start, n and p next and previous file, + and - volume, q "
+    "stop";
+constexpr std::string_view kNoVolume =
+    "MP3 is as loud as the system plays it: `tolvane volume 40` in another terminal.";
 
 // How a playback came to its end.
 enum class Outcome { kEnded, kStopped, kInterrupted };
 
 class Display {
   public:
-    Display(Playback& playback, Terminal& terminal) : playback_(playback), terminal_(terminal) {}
+    Display(Playing& playing, PlayVolume& volume, Terminal& terminal)
+        : playing_(playing), volume_(volume), terminal_(terminal) {
+        view_.has_levels = playing.HasLevels();
+    }
 
     Outcome Follow(MessageWindow& window) {
         for (;;) {
             Show();
-            const Event event = window.Wait(playback_.paused() ? kRedrawPausedEvery : kRedrawEvery);
-            if (event == Event::kPlaybackEnded) return Outcome::kEnded;
+            const Event event = window.Wait(playing_.paused() ? kRedrawPausedEvery : kRedrawEvery);
+            if (event == Event::kPlaybackEnded && !playing_.GoOn()) return Outcome::kEnded;
             if (event == Event::kInterrupted) return Outcome::kInterrupted;
             if (!TakeKeys()) return Outcome::kStopped;
         }
@@ -134,10 +53,13 @@ class Display {
   private:
     void Show();
     bool TakeKeys();
+    void ChangeVolume(int points);
 
-    Playback& playback_;
+    Playing& playing_;
+    PlayVolume& volume_;
     Terminal& terminal_;
     ProgressView view_;
+    std::string title_;
     uint32_t left_ = 0, right_ = 0;
     Clock::time_point shown_ = Clock::now();
 };
@@ -146,13 +68,21 @@ void Display::Show() {
     const auto now = Clock::now();
     const double seconds = std::chrono::duration<double>(now - shown_).count();
     shown_ = now;
+    if (std::string title = playing_.Title(); title != title_)
+        terminal_.PrintAbove(title_ = std::move(title));
     AudioGetPlaybackLevel(&left_, &right_);
-    view_.paused = playback_.paused();
+    view_.paused = playing_.paused();
     view_.left.Update(view_.paused ? 0 : left_, seconds);
     view_.right.Update(view_.paused ? 0 : right_, seconds);
-    view_.position_ms = playback_.PositionMs();
-    view_.length_ms = playback_.LengthMs();
+    view_.position_ms = playing_.PositionMs();
+    view_.length_ms = playing_.LengthMs();
+    view_.place = playing_.Place();
+    view_.volume = view_.has_levels ? volume_.Text() : "";
     terminal_.Redraw(ProgressLine(view_, terminal_.Columns(), terminal_.style()));
+}
+
+void Display::ChangeVolume(int points) {
+    view_.has_levels ? volume_.Change(points) : terminal_.PrintAbove(kNoVolume);
 }
 
 // False when the user wants to stop.
@@ -160,16 +90,28 @@ bool Display::TakeKeys() {
     for (Key key = terminal_.ReadKey(); key != Key::kNone; key = terminal_.ReadKey())
         switch (key) {
             case Key::kPause:
-                playback_.TogglePause();
+                playing_.TogglePause();
                 break;
             case Key::kBack:
-                playback_.MoveBy(-kStepMilliseconds);
+                playing_.MoveBy(-kStepMilliseconds);
                 break;
             case Key::kForward:
-                playback_.MoveBy(kStepMilliseconds);
+                playing_.MoveBy(kStepMilliseconds);
                 break;
             case Key::kStart:
-                playback_.MoveToStart();
+                playing_.MoveToStart();
+                break;
+            case Key::kNext:
+                playing_.MoveToNext();
+                break;
+            case Key::kPrevious:
+                playing_.MoveToPrevious();
+                break;
+            case Key::kLouder:
+                ChangeVolume(kStepVolume);
+                break;
+            case Key::kQuieter:
+                ChangeVolume(-kStepVolume);
                 break;
             case Key::kHelp:
                 terminal_.PrintAbove(kKeyHelp);
@@ -182,49 +124,46 @@ bool Display::TakeKeys() {
     return true;
 }
 
-Outcome FollowPlainly(MessageWindow& window, const Playback& playback) {
-    for (;;) {
+Outcome FollowPlainly(MessageWindow& window, Playing& playing) {
+    for (std::string title;;) {
+        if (playing.Title() != title) fmt::print("{}\n", title = playing.Title());
         std::fflush(stdout);
         const Event event = window.Wait(kPlainLineEvery);
-        if (event != Event::kNone)
-            return event == Event::kInterrupted ? Outcome::kInterrupted : Outcome::kEnded;
-        fmt::print("  {} / {}\n", TimeText(playback.PositionMs()), TimeText(playback.LengthMs()));
+        if (event == Event::kInterrupted) return Outcome::kInterrupted;
+        if (event == Event::kPlaybackEnded && !playing.GoOn()) return Outcome::kEnded;
+        if (event == Event::kNone)
+            fmt::print("  {} / {}\n", TimeText(playing.PositionMs()), TimeText(playing.LengthMs()));
     }
 }
 
-Outcome FollowSilently(MessageWindow& window) {
-    return window.Wait(std::nullopt) == Event::kInterrupted ? Outcome::kInterrupted : Outcome::kEnded;
+Outcome FollowSilently(MessageWindow& window, Playing& playing) {
+    for (;;) {
+        if (window.Wait(std::nullopt) == Event::kInterrupted) return Outcome::kInterrupted;
+        if (!playing.GoOn()) return Outcome::kEnded;
+    }
 }
 
-Outcome Follow(MessageWindow& window, const PlayRequest& request, Playback& playback) {
-    if (request.quiet) return FollowSilently(window);
-    SoundFormat sound;
-    ReadSound(request.file, sound);
-    fmt::print("Playing {}: {}, {}\n", request.file,
-               FormatText(sound.format, NameOfTag(sound.format.wFormatTag)),
-               TimeText(playback.sound().Milliseconds()));
+Outcome Follow(MessageWindow& window, bool quiet, Playing& playing, PlayVolume& volume) {
+    if (quiet) return FollowSilently(window, playing);
     Terminal terminal;
-    return terminal.IsOurs() ? Display(playback, terminal).Follow(window) : FollowPlainly(window, playback);
-}
-
-// The playback is still running when this is called, unless it ended by itself.
-int Finish(Outcome outcome, const PlayRequest& request, const Playback& playback) {
-    const std::string position = TimeText(playback.PositionMs());
-    AudioStop();
-    if (outcome == Outcome::kEnded && playback.EndedTooEarly())
-        return ReportFailure("stopped playing", request.file, "The output device went away.",
-                             "`tolvane devices` lists the devices there are now.");
-    if (!request.quiet && outcome == Outcome::kEnded) fmt::print("Played to the end.\n");
-    if (!request.quiet && outcome != Outcome::kEnded) fmt::print("Stopped at {}\n", position);
-    return outcome == Outcome::kInterrupted ? kExitInterrupted : kExitDone;
+    return terminal.IsOurs() ? Display(playing, volume, terminal).Follow(window)
+                             : FollowPlainly(window, playing);
 }
 
 }  // namespace
 
-int FollowPlayback(MessageWindow& window, const PlayRequest& request, const std::string& played, Span span) {
-    Playback playback(request, played, span);
-    const Outcome outcome = Follow(window, request, playback);
-    return Finish(outcome, request, playback);
+// The playback is still running when it has been followed, unless it ended by itself.
+int FollowPlayback(MessageWindow& window, const PlayRequest& request, Playing& playing, PlayVolume& volume) {
+    const Outcome outcome = Follow(window, request.quiet, playing, volume);
+    const std::string position = TimeText(playing.PositionMs());
+    AudioStop();
+    if (const int failed = playing.Failure()) return failed;
+    if (outcome == Outcome::kEnded && playing.HasEndedTooEarly())
+        return ReportFailure("stopped playing", request.files[0], "The output device went away.",
+                             "`tolvane devices` lists the devices there are now.");
+    if (!request.quiet && outcome == Outcome::kEnded) fmt::print("Played to the end.\n");
+    if (!request.quiet && outcome != Outcome::kEnded) fmt::print("Stopped at {}\n", position);
+    return outcome == Outcome::kInterrupted ? kExitInterrupted : kExitDone;
 }
 
 }  // namespace tolvane::host

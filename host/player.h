@@ -2,22 +2,15 @@
 #ifndef TOLVANE_HOST_PLAYER_H
 #define TOLVANE_HOST_PLAYER_H
 
-#include <cstdint>
-#include <string>
-
 #include "commands.h"
 #include "message_window.h"
+#include "play_volume.h"
+#include "playing.h"
 
 namespace tolvane::host {
 
-// Part of the data in bytes; `to` 0 means its end.
-struct Span {
-    uint32_t from = 0, to = 0;
-};
-
-// `played` is the file of the request or its copy in PCM. Returns the exit code of the program, the playback being
-// over.
-int FollowPlayback(MessageWindow& window, const PlayRequest& request, const std::string& played, Span span);
+// Returns the exit code of the program, the playback being over.
+int FollowPlayback(MessageWindow& window, const PlayRequest& request, Playing& playing, PlayVolume& volume);
 
 }  // namespace tolvane::host
 

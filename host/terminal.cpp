@@ -104,6 +104,14 @@ Key Terminal::ReadKey() {
             return Key::kStop;
         case 'i':
             return Key::kInsert;
+        case 'n':
+            return Key::kNext;
+        case 'p':
+            return Key::kPrevious;
+        case '+':
+            return Key::kLouder;
+        case '-':
+            return Key::kQuieter;
         case '?':
         case 'h':
             return Key::kHelp;

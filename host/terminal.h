@@ -12,7 +12,21 @@
 
 namespace tolvane::host {
 
-enum class Key { kNone, kPause, kBack, kForward, kStart, kStop, kInsert, kHelp, kUnknown };
+enum class Key {
+    kNone,
+    kPause,
+    kBack,
+    kForward,
+    kStart,
+    kStop,
+    kInsert,
+    kHelp,
+    kNext,
+    kPrevious,
+    kLouder,
+    kQuieter,
+    kUnknown
+};
 
 class Terminal {
   public:

@@ -2,36 +2,17 @@
 // many at a time.
 #include "waveform.h"
 
-#include <windows.h>
-#include <mmsystem.h>
-
 #include <algorithm>
 #include <array>
 #include <limits>
-#include <memory>
 #include <numeric>
-#include <type_traits>
+
+#include "wave_data.h"
 
 namespace tolvane::host {
 namespace {
 
 constexpr uint32_t kPiece = 1 << 20;
-
-struct CloseMmio {
-    void operator()(HMMIO file) const { mmioClose(file, 0); }
-};
-using MmioFile = std::unique_ptr<std::remove_pointer_t<HMMIO>, CloseMmio>;
-
-// Positioned at the first byte of the sound; nothing when there is none.
-MmioFile OpenSound(std::string path, MMCKINFO& data) {
-    MmioFile file(mmioOpenA(path.data(), nullptr, MMIO_READ));
-    MMCKINFO riff = {};
-    riff.fccType = mmioFOURCC('W', 'A', 'V', 'E');
-    data.ckid = mmioFOURCC('d', 'a', 't', 'a');
-    const bool found = file && mmioDescend(file.get(), &riff, nullptr, MMIO_FINDRIFF) == 0 &&
-                       mmioDescend(file.get(), &data, &riff, MMIO_FINDCHUNK) == 0;
-    return found ? std::move(file) : nullptr;
-}
 
 // Takes runs of frames and keeps the lowest and highest sample of each channel. Samples are compared in rows of
 // kLanes, beside each other; after `period` rows the channels stand in the same lanes again.

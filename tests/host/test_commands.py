@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """The commands that do not play: info, devices, codecs; arguments, help, exit codes. On every target."""
+import math
 import os
 import re
+import shutil
 import struct
 import subprocess
 import unittest
@@ -53,6 +55,33 @@ class Info(Case):
                 self.assertRegex(told.stdout, r"about 0:00\.[45]\d\d")
                 self.assertIn(name.lower(), told.stdout.lower())
 
+    @unittest.skipUnless(shutil.which("lame"), "lame is not here")
+    def test_mp3_files(self):
+        source, tagged = self.make_wave(seconds=1), self.folder / "tagged.bin"
+        for options, words, length in ((["-b", "160"], "44100 Hz, stereo, 160 kbit/s", r"Length +0:01\.0"),
+                                       (["-b", "64", "-t", "-m", "m"], "44100 Hz, mono, 64 kbit/s", "about 0:01"),
+                                       (["--resample", "22.05", "-b", "64", "--tt", "Title", "--add-id3v2"],
+                                        "22050 Hz, stereo, 64 kbit/s", "Length +0:01")):
+            with self.subTest(options):
+                subprocess.run(["lame", "--quiet", *options, source, tagged], check=True)
+                told = self.info(tagged)
+                self.assert_result(told, 0, out=["MP3, " + words, f"{tagged.stat().st_size} bytes in the file"])
+                self.assertRegex(told.stdout, length)
+
+    def test_levels(self):
+        def sine(top):
+            return [round(top * math.sin(n / 7)) for n in range(3000)] + [top]
+        pairs = zip(sine(-16384), sine(32767))
+        path = support.write_wave(self.folder / "x.wav", b"".join(struct.pack("<hh", *pair) for pair in pairs))
+        told = run("level", path, path)
+        self.assert_result(told, 0, out=[f"{path}\n"])
+        self.assertRegex(told.stdout, r"left  .* 50\.0 % +-6\.0 dB\n +right .*100\.0 % +0\.0 dB  clipped\n")
+        eight = support.write_wave(self.folder / "8.wav", bytes([128, 160, 100, 128]), channels=1, bits=8)
+        self.assertRegex(run("level", eight).stdout, r"mono .* 25\.\d % +-1[12]\.\d dB\n")
+        told = run("level", eight, "--from", "3s")
+        self.assertRegex(told.stdout, r"mono .* 0\.\d % ")
+        self.assert_result(run("level", self.folder / "none.wav"), 2, err=["cannot measure"])
+
     def test_broken_files_are_refused_with_their_reason(self):
         sound = chunk(b"data", b"\1\2\3\4" * 20)
         cases = {"empty": (b"", "no wave file"), "text": (b"no sound at all, just words\n" * 9, "no wave file"),
@@ -93,8 +122,8 @@ class Arguments(Case):
     def test_help_and_version(self):
         self.assertRegex(run("--version").stdout, r"^tolvane \d+\.\d+\.\d+\n$")
         self.assert_result(run("--help"), 0, out=["info", "devices", "codecs", "play", "convert", "reformat", "130 interrupted"])
-        for name, options in {"info": [], "devices": ["--card"], "codecs": [], "play": [
-                "--from", "--to", "--rate", "--repeat", "--device", "--card", "--into", "--quiet", "1:02.5"],
+        for name, options in {"info": [], "devices": ["--card"], "codecs": [], "level": ["--from"], "play": [
+                "--from", "--to", "--rate", "--repeat", "--mix", "--volume", "--device", "--card", "--into", "--quiet", "1:02.5"],
                               "convert": ["--codec", "--pcm", "--format", "--yes", "--quiet", "mp3", "44100"],
                               "volume": ["PERCENT", "--record", "--source", "--mute", "--unmute"], "sources": ["SOURCE"],
                               "reformat": ["--rate", "--bits", "--channels", "--yes", "--quiet"]}.items():
@@ -103,7 +132,9 @@ class Arguments(Case):
     def test_bad_arguments(self):
         good = self.make_wave()
         cases = [[], ["dance"], ["info"], ["play"], ["play", good, "--rate", "0"], ["play", good, "--rate", "fast"],
-                 ["play", good, "--card", "magic"], ["play", good, "--loud"], ["play", good, good],
+                 ["play", good, "--card", "magic"], ["play", good, "--loud"], ["play", good, good, "--to", "1"],
+                 ["play", good, "--mix", good, "--repeat"], ["play", good, "--average"], ["play", good, "--volume", "401"],
+                 ["play", good, "--volume", "50,"], ["play", good, "--volume", "-1"], ["level"],
                  ["play", good, "--card", "none", "--into", "x.wav"], ["devices", "everywhere"],
                  ["volume", "101"], ["volume", "-1"], ["volume", "loud"], ["volume", "5", "--mute"], ["sources", "a", "b"],
                  ["volume", "--mute", "--unmute"], ["volume", "--mute", "--record"], ["volume", "--unmute", "--source", "0"]]

@@ -2,15 +2,24 @@
 """`tolvane play` on the virtual card, in real time: what is heard, what is shown, keys and Ctrl-C."""
 import os
 import re
+import shutil
 import signal
+import struct
 import subprocess
 import time
+import unittest
+import wave
 
 import support
 from support import NATIVE, Case, Terminal, command, noise, run, wave_frames, write_wave
 
 POSITION = re.compile(r"(>|\|\|) +(\d+):(\d\d)\.(\d) / ")
 ESCAPES = re.compile(r"\x1b\[[0-9;]*[A-Za-z]")
+
+
+def wave_seconds(path):
+    with wave.open(str(path), "rb") as file:
+        return file.getnframes() / file.getframerate()
 
 
 class VirtualCard(Case):
@@ -99,6 +108,122 @@ class Heard(VirtualCard):
     def test_a_file_that_cannot_be_written_is_told(self):
         self.heard = self.folder / "no" / "such" / "folder.wav"
         self.assert_result(self.play(self.make_wave(seconds=0.1)), 2, err=[str(self.heard), "--into"])
+
+
+class Sets(VirtualCard):
+    def setUp(self):
+        super().setUp()
+        self.waves = [self.make_wave(f"{n}.wav", seconds=0.3 + n / 10, seed=n) for n in range(3)]
+
+    def heard_files(self):
+        return [wave_frames(self.heard.with_stem(f"heard-{n}" if n > 1 else "heard")) for n in (1, 2, 3)]
+
+    def test_files_play_one_after_the_other(self):
+        self.waves[1] = self.make_wave("other.wav", seconds=0.4, rate=22050, channels=1)
+        law = self.folder / "law.wav"
+        subprocess.run(["sox", self.waves[2], "-e", "u-law", law], check=True)
+        told = run("play", *self.waves[:2], law, "--into", self.heard)
+        self.assert_result(told, 0, out=["1/3", "2/3", "other.wav: PCM, 22050 Hz, mono", "3/3", "u-Law", "heard-3.wav",
+                                         "Played to the end."])
+        heard = self.heard_files()
+        self.assertEqual(heard[:2], [wave_frames(path) for path in self.waves[:2]])
+        self.assertEqual(len(heard[2]), len(wave_frames(self.waves[2])))
+
+    def test_a_start_within_the_whole(self):
+        self.assert_result(run("play", *self.waves, "--into", self.heard, "--from", "0.5", "--quiet"), 0)
+        self.assertEqual(wave_frames(self.heard), wave_frames(self.waves[1])[8820 * 4:])
+        self.assert_result(run("play", *self.waves, "--from", "1.2", "--card", "virtual"), 1, err=["1.200", "earlier"])
+
+    def test_a_file_that_is_missing_or_empty_is_told_before_anything_plays(self):
+        empty = write_wave(self.folder / "empty.wav", b"")
+        for bad, why in ((self.folder / "none.wav", "No such file"), (empty, "holds no sound")):
+            told = run("play", self.waves[0], bad, "--into", self.heard)
+            self.assert_result(told, 2, err=[f"cannot play {bad}", why])
+            self.assertFalse(self.heard.exists())
+
+    def test_keys_go_from_file_to_file(self):
+        waves = [self.make_wave(f"long{n}.wav", seconds=10, rate=8000, channels=1, seed=n) for n in range(3)]
+        terminal = Terminal("play", *waves, "--into", self.heard, columns=120)
+        self.addCleanup(terminal.close)
+        terminal.read_until("1/3")
+        for key, place, low in (("n", "2/3", 10), ("\x1b[C", "2/3", 15), ("\x1b[C", "3/3", 20), ("p", "2/3", 10),
+                                ("p", "1/3", 0), ("\x1b[C", "1/3", 5), ("p", "1/3", 0), ("n", "2/3", 10), ("n", "3/3", 20)):
+            terminal.press(key)
+            terminal.read_for(0.3)
+            line = ESCAPES.sub("", terminal.read_for(0.3)).split("\r")[-1]
+            self.assertRegex(line, rf"^>  0:({low:02d}|{low + 1:02d})\.\d / 0:30\.0  {place}", key)
+        terminal.press("q")
+        self.assertEqual(terminal.wait(1), 0)
+        self.assertIn("Stopped at 0:2", terminal.output.decode())
+
+    @unittest.skipUnless(shutil.which("lame"), "lame is not here")
+    def test_mp3_files(self):
+        songs = [path.with_suffix(".mp3") for path in self.waves]
+        for wave_file, song in zip(self.waves, songs):
+            subprocess.run(["lame", "--quiet", "-b", "320", "--tt", "T", wave_file, song], check=True)
+        told = run("play", *songs, "--into", self.heard)
+        self.assert_result(told, 0, out=["3/3", "2.mp3: MP3, 44100 Hz, stereo, 320 kbit/s", "Played to the end."])
+        for name, seconds in (("heard.wav", 0.3), ("heard-2.wav", 0.4), ("heard-3.wav", 0.5)):
+            self.assertAlmostEqual(wave_seconds(self.folder / name), seconds, delta=0.03)
+        self.assert_result(run("play", songs[2], "--into", self.heard, "--from", "0.25", "--quiet"), 0)
+        self.assertAlmostEqual(wave_seconds(self.heard), 0.25, delta=0.06)
+        for arguments in ([songs[0], self.waves[0]], [songs[0], "--rate", "8000"], [songs[0], "--to", "0.1"],
+                          [songs[0], "--mix", self.waves[0]], [songs[0], "--device", "0"]):
+            self.assert_result(self.play(*arguments), 1, err=["tolvane: cannot play", "--help"])
+
+
+class Mixed(VirtualCard):
+    def mixed(self, one, other, volume, other_volume):
+        values = zip(*(struct.unpack(f"<{len(frames) // 2}h", frames) for frames in (one, other)))
+        return b"".join(struct.pack("<h", int(a * volume) + int(b * other_volume)) for a, b in values)
+
+    def test_volume(self):
+        path = self.make_wave()
+        self.assert_result(self.play(path, "--volume", "50,0", "--quiet"), 0)
+        values = struct.unpack(f"<{22050 * 2}h", wave_frames(path))
+        expected = [0 if n % 2 else int(value / 2) for n, value in enumerate(values)]
+        self.assertEqual(wave_frames(self.heard), struct.pack(f"<{22050 * 2}h", *expected))
+
+    def test_a_file_is_laid_over_another_wherever_its_sound_begins(self):
+        one, other = self.make_wave("one.wav"), self.make_wave("other.wav", seconds=0.7, seed=2)
+        content = other.read_bytes()
+        with_list = self.folder / "list.wav"
+        expected = self.mixed(wave_frames(one), wave_frames(other), 0.5, 0.3)
+        for more in (2, 6, 8, 98):
+            with_list.write_bytes(content[:16] + struct.pack("<I", 16 + more) + content[20:36] + bytes(more) + content[36:])
+            for pair in ((one, other), (one, with_list)):
+                self.assert_result(self.play(pair[0], "--mix", pair[1], "--volume", "50", "--mix-volume", "30"), 0)
+                self.assertEqual(wave_frames(self.heard), expected)
+        with_list.write_bytes(one.read_bytes()[:36] + b"LIST\x0a\0\0\0" + bytes(10) + one.read_bytes()[36:])
+        self.assert_result(self.play(with_list, "--mix", other, "--volume", "50", "--mix-volume", "30"), 0)
+        self.assertEqual(wave_frames(self.heard), expected)
+
+    def test_a_file_of_another_format_is_converted_first(self):
+        one, scratch = self.make_wave("one.wav"), self.folder / "scratch"
+        scratch.mkdir()
+        law = self.folder / "law.wav"
+        subprocess.run(["sox", self.make_wave("small.wav", seconds=0.5, rate=11025, channels=1), "-e", "u-law", law], check=True)
+        told = self.play(one, "--mix", law, "--average", "--quiet", env={**os.environ, "TMPDIR": str(scratch)})
+        self.assert_result(told, 0)
+        values = struct.unpack(f"<{22050 * 2}h", wave_frames(self.heard))
+        halves = [int(value / 2) for value in struct.unpack(f"<{22050 * 2}h", wave_frames(one))]
+        added = [value - half for value, half in zip(values, halves)]
+        self.assertGreater(max(added), 1000)
+        self.assertEqual(added[0:44000:2], added[1:44000:2], "mono on both sides")
+        self.assertEqual(os.listdir(scratch), [])
+        self.assert_result(self.play(one, "--mix", self.folder / "none.wav"), 2, err=["cannot mix in", "No such file"])
+
+    def test_keys_change_the_volume(self):
+        terminal = self.terminal(self.make_wave(seconds=2), "--volume", "30", columns=100)
+        terminal.press("-" * 7)
+        terminal.read_until(" 0%")
+        terminal.press("+++")
+        terminal.read_until(" 15%")
+        self.assertEqual(terminal.wait(), 0)
+        peaks = [max(struct.unpack("<4410h", part)) for part in
+                 (wave_frames(self.heard)[at:at + 8820] for at in range(0, 352800 - 8820, 8820))]
+        self.assertGreater(peaks[0], 2000)
+        self.assertLess(peaks[-1], 1400)
 
 
 class Plain(VirtualCard):
