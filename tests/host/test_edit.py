@@ -454,7 +454,7 @@ class SessionScreen(Editing):
         self.assert_nothing_else(self.sound)
 
     def test_ctrl_c_stops_edits_but_not_the_session(self):
-        terminal = self.session(seconds=4000)
+        terminal = self.session(seconds=16000)
         for attempt in range(10):  # an edit that was quicker than the key is done
             before = self.sound.read_bytes()
             terminal.press("mute\r")
