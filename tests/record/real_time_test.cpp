@@ -85,27 +85,34 @@ TEST_P(RecordingInRealTime, GoesThroughAPlugin) {
 }
 
 // On the server, whose input hears one of its outputs.
-class RecordingOfAPlayback : public RecordingInRealTime {};
+class RecordingOfAPlayback : public RecordingInRealTime {
+  protected:
+    // How many pieces of 10 milliseconds of what this output plays are in the recording.
+    size_t Heard(uint32_t output) {
+        SelectOutputDevice(output);
+        const auto played = Write(kFormat, 1);
+        EXPECT_EQ(Record(), TOLVANE_OK);
+        Sleep(0.2);
+        EXPECT_EQ(Play(played), TOLVANE_OK);
+        EXPECT_TRUE(window_.AwaitEnd(++ended_));
+        Sleep(0.3);
+        AudioStopRecord();
+        const Bytes sound = Sound(), pattern = Part(ReadAll(played), 44, SIZE_MAX);
+        const auto piece = static_cast<ptrdiff_t>(kFormat.BytesPerSecond() / 100);
+        size_t heard = 0;
+        for (auto at = pattern.begin(); pattern.end() - at >= piece; at += piece)
+            heard += std::search(sound.begin(), sound.end(), at, at + piece) != sound.end();
+        return heard;
+    }
+    int ended_ = 0;
+};
 
+// A busy machine may lose a piece, or put silence between two.
 TEST_P(RecordingOfAPlayback, HasEveryPieceOfIt) {
     if (GetNumberOfOutputDevices() < 2) GTEST_SKIP() << "no output that the input hears";
-    SelectOutputDevice(GetNumberOfOutputDevices() - 1);
-    const auto played = Write(kFormat, 1);
-    ASSERT_EQ(Record(), TOLVANE_OK);
-    Sleep(0.2);
-    ASSERT_EQ(Play(played), TOLVANE_OK);
-    ASSERT_TRUE(window_.AwaitEnd());
-    Sleep(0.3);
-    AudioStopRecord();
-    // Pieces of 10 milliseconds: a busy machine may lose one, or put silence between two.
-    const Bytes sound = Sound(), pattern = Part(ReadAll(played), 44, SIZE_MAX);
-    const size_t piece = kFormat.BytesPerSecond() / 100;
     size_t heard = 0;
-    for (size_t at = 0; at + piece <= pattern.size(); at += piece) {
-        const auto from = pattern.begin() + static_cast<ptrdiff_t>(at);
-        heard += std::search(sound.begin(), sound.end(), from, from + static_cast<ptrdiff_t>(piece)) !=
-                 sound.end();
-    }
+    for (uint32_t output = 0; output < GetNumberOfOutputDevices() && heard == 0; ++output)
+        heard = Heard(output);
     EXPECT_GE(heard, 90u) << "of 100";
 }
 
