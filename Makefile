@@ -4,15 +4,17 @@ ccache := $(shell command -v ccache)
 ifneq ($(ccache),)
 export CMAKE_C_COMPILER_LAUNCHER ?= $(ccache)
 export CMAKE_CXX_COMPILER_LAUNCHER ?= $(ccache)
+export CCACHE_SLOPPINESS ?= pch_defines,time_macros
 endif
 
-.PHONY: help native demo test windows soak bench check setup-% clean
+.PHONY: help native demo test windows package soak bench check setup-% clean
 
 help:
 	@echo 'make demo      build and hear it: plays a sound, on the sound server where one answers'
 	@echo 'make test      build natively and for Windows (32 and 64 bit), run every test'
 	@echo 'make native    only the native build: build/native/lib/libtolvane.so, build/native/bin/tolvane'
 	@echo 'make windows   only the Windows builds and their tests under Wine'
+	@echo 'make package   the packages for Debian and for Windows, into build/packages'
 	@echo 'make soak      rare faults: a million edits, 2000 kills, 10000 cancelled conversions, files near 2 GiB'
 	@echo 'make bench     the benchmarks'
 	@echo 'make check     format, lint, both compilers, sanitizers'
@@ -33,6 +35,9 @@ test: setup-windows
 
 windows: setup-windows
 	@tools/test win32 win64
+
+package: setup-windows
+	@tools/package
 
 soak: setup-native
 	@tools/soak

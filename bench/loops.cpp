@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "convert/sample_loops.h"
+#include "files/peaks.h"
 #include "playback/mixing_loops.h"
 #include "tolvane.h"
 
@@ -37,6 +38,19 @@ void Level(benchmark::State& state) {
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * kBlock));
 }
 BENCHMARK(Level)->ArgNames({"channels", "bits"})->Args({1, 8})->Args({2, 8})->Args({1, 16})->Args({2, 16});
+
+// The loop alone: the export asks the system first whether the block can be read.
+void Peaks(benchmark::State& state) {
+    const std::vector<uint8_t> block = Noise();
+    tolvane::Peaks peaks;
+    for (auto _ : state) {
+        tolvane::MeasurePeaks(block.data(), kBlock, static_cast<uint16_t>(state.range(0)),
+                              static_cast<uint16_t>(state.range(1)), &peaks);
+        benchmark::DoNotOptimize(peaks);
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * kBlock));
+}
+BENCHMARK(Peaks)->ArgNames({"channels", "bits"})->Args({1, 8})->Args({2, 8})->Args({1, 16})->Args({2, 16});
 
 void Sum(benchmark::State& state) {
     const std::vector<uint8_t> block = Noise();

@@ -5,7 +5,8 @@
 
 cpu     processor milliseconds a second of sound, of all the player's threads, from second 2 on
 start   milliseconds from before exec to the first sample in the sink's monitor, median (smallest to largest)
-Both on 44.1 kHz 16-bit stereo. The monitor is read every few milliseconds, the same for every player."""
+On 44.1 kHz 16-bit stereo: a wave file, an MP3 file of 128 kbit/s, and two wave files mixed with both at 80 percent.
+The monitor is read every few milliseconds, the same for every player."""
 import os
 import shutil
 import statistics
@@ -22,10 +23,25 @@ SERVER = str(ROOT / "tools/sound-server")
 RAW = ["--raw", "--format=s16le", "--rate=44100", "--channels=2"]
 
 
-def players(sound):
-    rows = {"tolvane --quiet": [TOLVANE, "play", "--quiet", sound], "tolvane": [TOLVANE, "play", sound],
-            "sox": ["sox", "-q", sound, "-t", "pulseaudio", "speakers"], "paplay": ["paplay", sound]}
+def players(folder):
+    """Rows by what is played; players that are not there have none."""
+    wave, other, song = (f"{folder}/{name}" for name in ("sound.wav", "other.wav", "song.mp3"))
+    play, server = [TOLVANE, "play"], ["-t", "pulseaudio", "speakers"]
+    rows = {"wave  tolvane": [*play, wave], "wave  tolvane --quiet": [*play, "--quiet", wave],
+            "wave  sox": ["sox", "-q", wave, *server], "wave  paplay": ["paplay", wave],
+            "MP3   tolvane --quiet": [*play, "--quiet", song], "MP3   mpg123": ["mpg123", "-q", "-o", "pulse", song],
+            "MP3   sox": ["sox", "-q", song, *server], "MP3   paplay": ["paplay", song],
+            "mixed tolvane --quiet": [*play, "--quiet", wave, "--mix", other, "--volume", "80", "--mix-volume", "80"],
+            "mixed sox": ["sox", "-q", "-m", "-v", "0.8", wave, "-v", "0.8", other, *server]}
     return {name: command for name, command in rows.items() if shutil.which(command[0])}
+
+
+def make_sounds(folder):
+    sox = ["sox", "-R"]
+    subprocess.run([*sox, "-n", "-r", "44100", "-c", "2", "-b", "16", f"{folder}/sound.wav", "synth", "60", "pinknoise",
+                    "gain", "-6"], check=True)
+    subprocess.run([*sox, f"{folder}/sound.wav", f"{folder}/other.wav", "reverse"], check=True)
+    subprocess.run(["lame", "--quiet", "-b", "128", f"{folder}/sound.wav", f"{folder}/song.mp3"], check=True)
 
 
 def processor_ms(pid):
@@ -78,42 +94,40 @@ def first_sample(command, env):
     return (heard[0] - start) * 1000
 
 
-def in_turns(measure, sound, rounds):
-    rows = {name: [] for name in players(sound)}
+def in_turns(measure, folder, rounds):
+    rows = {name: [] for name in players(folder)}
     for _ in range(rounds):
-        for name, command in players(sound).items():
+        for name, command in players(folder).items():
             rows[name].append(measure(command))
     return rows
 
 
-def starts(sound, env, rounds):
+def starts(folder, env, rounds):
     """A silent stream with a small latency keeps the sink's blocks short, so that they do not hide the start."""
     with open("/dev/zero", "rb") as zeros:
         silence = launch(["pacat", "--playback", *RAW, "--latency-msec=10"], env, zeros)
     try:
         time.sleep(0.5)
-        return in_turns(lambda command: first_sample(command, env), sound, rounds)
+        return in_turns(lambda command: first_sample(command, env), folder, rounds)
     finally:
         end(silence)
 
 
 def main(seconds=10, rounds=5):
     with tempfile.TemporaryDirectory() as folder:
-        sound, server = f"{folder}/sound.wav", f"{folder}/server"
-        subprocess.run(["sox", "-R", "-n", "-r", "44100", "-c", "2", "-b", "16", sound, "synth", "60", "pinknoise", "gain",
-                        "-6"], check=True)
+        server = f"{folder}/server"
+        make_sounds(folder)
         subprocess.run([SERVER, "start", server], check=True)
         env = {**os.environ, "PULSE_SERVER": f"unix:{server}/native"}
         try:
-            costs = in_turns(lambda command: cost(command, env, seconds / rounds), sound, rounds)
-            soon = starts(sound, env, rounds)
+            costs = in_turns(lambda command: cost(command, env, seconds / rounds), folder, rounds)
+            soon = starts(folder, env, rounds)
         finally:
             subprocess.run([SERVER, "stop", server], check=True)
-    print(f"{'player':<18}{'cpu ms/s':>9}{'start ms':>10}")
+    print(f"{'sound and player':<23}{'cpu ms/s':>9}{'start ms':>10}")
     for name in costs:
-        print(f"{name:<18}{statistics.median(costs[name]):9.2f}{statistics.median(soon[name]):10.1f}"
+        print(f"{name:<23}{statistics.median(costs[name]):9.2f}{statistics.median(soon[name]):10.1f}"
               f"  ({min(soon[name]):.1f} to {max(soon[name]):.1f})")
-
 
 
 if __name__ == "__main__":

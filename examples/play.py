@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 """The smallest host in Python: plays a wave file, compressed or not, and waits until the library tells that it has ended.
 
-    play.py FILE [FOLDER]      FOLDER holds the built libraries; without it they are in build/native/lib (on
-                               Windows: where the system finds Tolvane.dll)
+    play.py FILE [FOLDER]      FOLDER holds the libraries; without it the system finds them where they are installed
+                               (on Windows: in the folder bin beside that of this file)
 """
 import ctypes
+import ctypes.util
 import os
 import sys
 from ctypes import wintypes
@@ -12,14 +13,16 @@ from pathlib import Path
 
 PLAYBACK_ENDED = 1125
 ONLY_MESSAGES = ctypes.c_void_p(-3)  # the parent of a window that is never seen
-BUILT = Path(__file__).resolve().parent.parent / "build" / "native" / "lib"
+UNPACKED = Path(__file__).resolve().parent.parent / "bin"
 
 
 def load(folder):
+    """The library, and the services of the system that it and its hosts use."""
     if os.name == "nt":
-        return ctypes.WinDLL(str(Path(folder or ".") / "Tolvane.dll")), ctypes.windll.user32
-    libraries = Path(folder or BUILT)
-    return ctypes.CDLL(str(libraries / "libtolvane.so")), ctypes.CDLL(str(libraries / "libtolvane_platform.so"))
+        return ctypes.WinDLL(str(Path(folder or UNPACKED) / "Tolvane.dll")), ctypes.windll.user32
+    files = [f"lib{name}.so" if folder else ctypes.util.find_library(name) or f"lib{name}.so"
+             for name in ("tolvane", "tolvane_platform")]
+    return [ctypes.CDLL(str(Path(folder or "") / file)) for file in files]
 
 
 def main(path, folder=None):

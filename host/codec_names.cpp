@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cctype>
 #include <map>
-#include <vector>
 
 #include "catalogue.h"
 
@@ -23,15 +22,6 @@ constexpr ShortName kShortNames[] = {{"pcm", kPcmTag}, {"msadpcm", 2}, {"adpcm",
                                      {"ulaw", 7},      {"mulaw", 7},   {"mu", 7},        {"ima", 0x11},
                                      {"dvi", 0x11},    {"gsm", 0x31},  {"gsm610", 0x31}, {"mp3", 0x55},
                                      {"mpeg", 0x55}};
-
-// Names are compared without signs and case: "MS-ADPCM" is "msadpcm".
-std::string Simplified(std::string_view name) {
-    std::string simple;
-    for (const char c : name)
-        if (std::isalnum(static_cast<unsigned char>(c)))
-            simple += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return simple;
-}
 
 std::vector<CodecTag> ListTags() {
     std::vector<CodecTag> tags;
@@ -67,14 +57,14 @@ std::optional<uint16_t> TagOfNumber(std::string_view text) {
                   : std::nullopt;
 }
 
-std::optional<CodecTag> FindByPart(const std::vector<CodecTag>& tags, const std::string& part) {
-    std::optional<CodecTag> found;
+std::vector<CodecTag> FindByPart(const std::vector<CodecTag>& tags, const std::string& part) {
+    std::vector<CodecTag> found;
     for (const CodecTag& tag : tags) {
         const std::string name = Simplified(tag.name);
-        if (name == part) return tag;
-        if (part.empty() || name.find(part) == name.npos || (found && found->tag == tag.tag)) continue;
-        if (found) return std::nullopt;
-        found = tag;
+        if (name == part) return {tag};
+        if (!part.empty() && name.find(part) != name.npos &&
+            std::ranges::find(found, tag.tag, &CodecTag::tag) == found.end())
+            found.push_back(tag);
     }
     return found;
 }
@@ -87,12 +77,22 @@ std::string_view ShortNameOf(uint16_t tag) {
 
 }  // namespace
 
-std::optional<CodecTag> FindCodec(std::string_view name) {
+std::string Simplified(std::string_view name) {
+    std::string simple;
+    for (const char c : name)
+        if (std::isalnum(static_cast<unsigned char>(c)))
+            simple += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return simple;
+}
+
+std::vector<CodecTag> FindCodecs(std::string_view name) {
     const std::vector<CodecTag> tags = ListTags();
     const std::string simple = Simplified(name);
-    if (const auto tag = TagOfShortName(simple)) return FindByTag(tags, *tag);
-    if (const auto tag = TagOfNumber(name)) return FindByTag(tags, *tag);
-    return FindByPart(tags, simple);
+    auto tag = TagOfShortName(simple);
+    if (!tag) tag = TagOfNumber(name);
+    if (!tag) return FindByPart(tags, simple);
+    const auto codec = FindByTag(tags, *tag);
+    return codec ? std::vector{*codec} : std::vector<CodecTag>();
 }
 
 std::optional<CodecTag> FindDecoder(uint16_t format_tag) {
@@ -116,9 +116,9 @@ std::string NameOfTag(uint16_t format_tag) {
     return tag ? tag->name : "";
 }
 
-std::string CodecNames() {
+std::string CodecNames(const std::vector<CodecTag>& codecs) {
     std::map<uint16_t, std::string> names;
-    for (const CodecTag& tag : ListTags()) {
+    for (const CodecTag& tag : codecs) {
         const std::string_view known = ShortNameOf(tag.tag);
         names.emplace(tag.tag, known.empty() ? fmt::format("0x{:X} ({})", tag.tag, tag.name)
                                              : fmt::format("{} ({})", known, tag.name));
@@ -127,6 +127,10 @@ std::string CodecNames() {
     for (const auto& [tag, name] : names)
         list += (list.empty() ? "" : ", ") + name;
     return list;
+}
+
+std::string CodecNames() {
+    return CodecNames(ListTags());
 }
 
 }  // namespace tolvane::host

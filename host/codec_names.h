@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tolvane::host {
 
@@ -19,9 +20,12 @@ struct CodecTag {
     std::string name;
 };
 
-// By a short name (ima, ulaw, mp3 ...), the tag's number (0x11), its whole name or a part that no other has; case
-// and signs do not matter.
-std::optional<CodecTag> FindCodec(std::string_view name);
+// Names of codecs and of their formats are compared without signs and case: "MS-ADPCM" is "msadpcm".
+std::string Simplified(std::string_view name);
+
+// Those that a name may mean, one of each format tag: a short name (ima, ulaw, mp3 ...), the tag's number (0x11), its
+// whole name, or else a part of it.
+std::vector<CodecTag> FindCodecs(std::string_view name);
 
 // Of the codec that knows the compressed format, its way into PCM.
 std::optional<CodecTag> FindDecoder(uint16_t format_tag);
@@ -32,7 +36,10 @@ std::optional<CodecTag> FindPcmConverter();
 // "IMA ADPCM" for 0x11; empty where no codec knows the tag.
 std::string NameOfTag(uint16_t format_tag);
 
-// "pcm (PCM), ima (IMA ADPCM), ...": all that can be named.
+// "pcm (PCM), ima (IMA ADPCM), ..."
+std::string CodecNames(const std::vector<CodecTag>& codecs);
+
+// Of everything that can be named.
 std::string CodecNames();
 
 }  // namespace tolvane::host

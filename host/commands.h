@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "edit_step.h"
@@ -76,6 +77,7 @@ struct RecordRequest {
 struct ConversionFiles {
     std::string source, target;
     bool yes = false, quiet = false;
+    std::string_view cannot = "cannot convert";  // how a failure begins
 };
 
 struct ConvertRequest {

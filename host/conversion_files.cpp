@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 
 using File = std::unique_ptr<FILE, int (*)(FILE*)>;
 
-constexpr std::string_view kCannot = "cannot convert", kCannotWrite = "cannot write";
+constexpr std::string_view kCannotWrite = "cannot write";
 
 File Open(const std::string& path, const char* mode) {
     return {std::fopen(path.c_str(), mode), std::fclose};
@@ -54,13 +54,14 @@ int CheckExisting(const std::string& path, bool replace) {
 
 }  // namespace
 
-int CheckSource(const std::string& path, SoundFormat& sound) {
+int CheckSource(const ConversionFiles& files, SoundFormat& sound) {
+    const std::string& path = files.source;
     if (const auto code = ReadSound(path, sound); code != TOLVANE_OK) {
-        if (!IsBareMpeg(path)) return ReportFileFailure(kCannot, path, code);
-        return ReportFailure(kCannot, path, "It is an MPEG stream without a wave file around it.",
+        if (!IsBareMpeg(path)) return ReportFileFailure(files.cannot, path, code);
+        return ReportFailure(files.cannot, path, "It is an MPEG stream without a wave file around it.",
                              "Only wave files can be converted so far, also those with MPEG sound in them.");
     }
-    return sound.Bytes() > 0 ? kExitDone : ReportFileFailure(kCannot, path, TOLVANE_EMPTY_DATA);
+    return sound.Bytes() > 0 ? kExitDone : ReportFileFailure(files.cannot, path, TOLVANE_EMPTY_DATA);
 }
 
 int CheckNewFile(const std::string& path, bool replace) {
@@ -78,8 +79,7 @@ int CheckNewFile(const std::string& path, bool replace) {
 }
 
 int CheckTarget(const ConversionFiles& files) {
-    std::error_code ignored;
-    if (fs::equivalent(files.source, files.target, ignored))
+    if (IsSameFile(files.source, files.target))
         return ReportFailure(kCannotWrite, files.target, "It is the file to convert.", "Name another file.");
     return CheckNewFile(files.target, files.yes);
 }
@@ -90,7 +90,7 @@ int ReportConversionEnd(const ConversionFiles& files, uint16_t code, std::string
         return kExitInterrupted;
     }
     const bool target = ConcernsTarget(code);
-    return ReportFileFailure(target ? kCannotWrite : kCannot, target ? files.target : files.source, code,
+    return ReportFileFailure(target ? kCannotWrite : files.cannot, target ? files.target : files.source, code,
                              advice);
 }
 

@@ -12,7 +12,7 @@
 namespace tolvane::host {
 
 // Each returns kExitDone, or a failure that has been reported.
-int CheckSource(const std::string& path, SoundFormat& sound);
+int CheckSource(const ConversionFiles& files, SoundFormat& sound);
 int CheckTarget(const ConversionFiles& files);
 int CheckNewFile(const std::string& path, bool replace);
 

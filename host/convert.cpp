@@ -4,9 +4,7 @@
 
 #include <fmt/format.h>
 
-#include <array>
 #include <cstdio>
-#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -16,6 +14,7 @@
 #include "format_choice.h"
 #include "job_screen.h"
 #include "result_text.h"
+#include "wave_data.h"
 
 namespace tolvane::host {
 namespace {
@@ -31,16 +30,10 @@ struct Step {
 
 // A tenth of a second of silence that every codec takes: with it a codec can be asked for its formats.
 bool WriteSilence(const std::string& path) {
-    constexpr uint32_t kRate = 22050, kBytes = kRate / 10 * 2, kFormatBytes = 16;
+    constexpr uint32_t kRate = 22050, kBytes = kRate / 10 * 2;
     const InputFileInfo format{kPcmTag, 1, kRate, kRate * 2, 2, kCodecBits};
-    const uint32_t sizes[] = {kBytes + kFormatBytes + 20, kFormatBytes, kBytes};
-    std::array<char, 44 + kBytes> bytes{};
-    std::memcpy(bytes.data(), "RIFF....WAVEfmt ....", 20);
-    std::memcpy(bytes.data() + 4, &sizes[0], 4);
-    std::memcpy(bytes.data() + 16, &sizes[1], 4);
-    std::memcpy(bytes.data() + 20, &format, kFormatBytes);
-    std::memcpy(bytes.data() + 36, "data", 4);
-    std::memcpy(bytes.data() + 40, &sizes[2], 4);
+    std::vector<uint8_t> bytes = WaveHead(format, kBytes);
+    bytes.resize(bytes.size() + kBytes);
     const std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(path.c_str(), "wb"), std::fclose);
     return file && std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size() &&
            std::fflush(file.get()) == 0;
@@ -165,18 +158,22 @@ int Conversion::Run() {
     if (!choice_.IsOurs() && !request_.format.empty())
         return ReportFailure("cannot take the format", request_.format,
                              "The system asks for it with a dialog here.", "Leave --format out.");
-    if (!choice_.IsOurs() && request_.files.yes && codec_.tag != kPcmTag) codec_.index = kSuggestedFormat;
+    if (!choice_.IsOurs() && !CanAsk() && codec_.tag != kPcmTag) codec_.index = kSuggestedFormat;
     WorkFile result(folder_);
     if (const uint16_t code = RunAll(result); code != TOLVANE_OK) return Report(code);
     if (!IsOfWantedTag(result))
         return ReportFailure(kCannot, request_.files.source, "The codec suggests another format.",
-                             "Leave -y out, so that the system asks for the format.");
+                             "In a terminal, without -y and --quiet, the system asks for the format.");
     return FinishConversion(request_.files, result, name);
 }
 
-int ReportUnknownCodec(const std::string& name) {
-    ReportFailure("cannot use the codec", name, "No such codec is installed.",
-                  fmt::format("There are {}.", CodecNames()));
+int ReportNoCodec(const std::string& name, const std::vector<CodecTag>& several) {
+    if (several.empty())
+        ReportFailure("cannot use the codec", name, "No such codec is installed.",
+                      fmt::format("There are {}.", CodecNames()));
+    else
+        ReportFailure("cannot use the codec", name, "Several codecs have this in their names.",
+                      fmt::format("Name one of {}.", CodecNames(several)));
     return kExitBadArguments;
 }
 
@@ -185,11 +182,11 @@ int ReportUnknownCodec(const std::string& name) {
 int RunConvert(const ConvertRequest& request) {
     MessageWindow window;
     SoundFormat sound;
-    const auto codec = FindCodec(request.codec.empty() ? "pcm" : request.codec);
-    if (!codec) return ReportUnknownCodec(request.codec);
-    if (const int failed = CheckSource(request.files.source, sound)) return failed;
+    const auto codecs = FindCodecs(request.codec.empty() ? "pcm" : request.codec);
+    if (codecs.size() != 1) return ReportNoCodec(request.codec, codecs);
+    if (const int failed = CheckSource(request.files, sound)) return failed;
     if (const int failed = CheckTarget(request.files)) return failed;
-    return Conversion(request, sound, *codec, window).Run();
+    return Conversion(request, sound, codecs[0], window).Run();
 }
 
 }  // namespace tolvane::host

@@ -13,11 +13,11 @@ namespace tolvane::host {
 namespace fs = std::filesystem;
 
 int CopyWhole(const std::string& from, const std::string& to, bool replace) {
-    std::error_code failed;
-    if (fs::equivalent(from, to, failed))
+    if (IsSameFile(from, to))
         return ReportFailure("cannot write", to, "It is the file that is edited.", "Name another file.");
     if (const int refused = CheckNewFile(to, replace)) return refused;
     WorkFile work(FolderOf(to));
+    std::error_code failed;
     fs::copy_file(from, work.path(), failed);
     if (!failed && work.PutInPlace(to, replace)) return kExitDone;
     return ReportFailure("cannot write", to, "The copy cannot be written.",

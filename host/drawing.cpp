@@ -33,6 +33,9 @@ int ReadPeaks(std::string_view cannot, const std::string& file, const SoundForma
     if (code == TOLVANE_EMPTY_DATA && sound.Bytes() > 0)
         return ReportFailure(cannot, file, "There is no sound between these times.",
                              fmt::format("The sound is {} long.", TimeText(sound.Milliseconds(), 3)));
+    if (code == TOLVANE_CANNOT_SEEK)
+        return ReportFailure(cannot, file, "Its sound cannot be read there.",
+                             "Copy the file to a local disk; what lies beyond 2 GiB is out of reach.");
     return code == TOLVANE_OK ? kExitDone : ReportFileFailure(cannot, file, code);
 }
 
@@ -47,7 +50,7 @@ int ReadForDrawing(const std::string& file, const SoundFormat& sound, ByteSpan s
 
 TimeSpan TimesOf(const SoundFormat& sound, ByteSpan span) {
     const double bytes_per_ms = static_cast<double>(std::max<uint64_t>(sound.BytesPerSecond(), 1)) / 1000;
-    return {span.begin / bytes_per_ms, std::min(span.end, sound.data_size) / bytes_per_ms};
+    return {span.begin / bytes_per_ms, std::min(span.end, sound.Bytes()) / bytes_per_ms};
 }
 
 int DrawInTerminal(const std::string& file, const SoundFormat& sound, ByteSpan span,
@@ -59,7 +62,7 @@ int DrawInTerminal(const std::string& file, const SoundFormat& sound, ByteSpan s
         style = terminal.style();
         if (width == 0) width = static_cast<uint32_t>(terminal.Columns());
     }
-    span.end = std::min(span.end, sound.data_size);
+    span.end = std::min(span.end, sound.Bytes());
     if (const int failed = ReadForDrawing(file, sound, span, width * WaveColumnsPerCell(style), waveform))
         return failed;
     fmt::print("{}", WaveText(waveform, TimesOf(sound, span),

@@ -4,24 +4,15 @@
 
 #include <fmt/format.h>
 
-#include <filesystem>
-
 #include "commands.h"
 #include "conversion_files.h"
 #include "edit_step.h"
 #include "message_window.h"
 #include "result_text.h"
+#include "work_file.h"
 
 namespace tolvane::host {
 namespace {
-
-namespace fs = std::filesystem;
-
-bool IsSameFile(const std::string& one, const std::string& other) {
-    std::error_code ignored;
-    return fs::equivalent(one, other, ignored) ||
-           fs::absolute(one, ignored).lexically_normal() == fs::absolute(other, ignored).lexically_normal();
-}
 
 // What is cut or copied goes to a file of its own.
 int CheckReceiver(const EditStep& step, bool yes) {

@@ -14,6 +14,7 @@
 #include "line_editor.h"
 #include "result_text.h"
 #include "sound_devices.h"
+#include "work_file.h"
 
 namespace tolvane::host {
 namespace {
@@ -21,6 +22,9 @@ namespace {
 int PrepareSound(const SessionRequest& request) {
     if (const int failed = UseCard(request.card)) return failed;
     if (!request.into.empty()) {
+        if (IsSameFile(request.into, request.file) || IsSameFile(request.into, request.target))
+            return ReportFailure("cannot write", request.into, "It is the file that is edited.",
+                                 "Name another file with --into.");
         PlatformVirtualKeepPlayed(0, 0);
         if (!PlatformVirtualPlayInto(0, request.into.c_str()))
             return ReportFailure("cannot write", request.into, "The virtual card does not take this file.",
@@ -60,7 +64,8 @@ int RunScript(EditSession& session, MessageWindow& window) {
             fmt::print(stderr, "tolvane: the script stopped in line {}: {}\n", number, line);
             return failed;
         }
-        if (window.Wait(std::chrono::milliseconds(0)) == Event::kInterrupted) return kExitInterrupted;
+        window.Wait(std::chrono::milliseconds(0));
+        if (window.WasInterrupted()) return kExitInterrupted;
     }
     return kExitDone;
 }

@@ -20,6 +20,8 @@
 namespace tolvane::host {
 namespace {
 
+constexpr std::string_view kNoTime = "It is no time, or one too many.";
+
 int ReportBadCommand(const std::string& word, std::string_view why) {
     ReportFailure("cannot do", word, why, "`help` lists the commands.");
     return kExitBadArguments;
@@ -151,16 +153,22 @@ void EditSession::SayState() const {
                    : fmt::format("at {}", TimeAt(selection_.begin)));
 }
 
+// Nothing when it is no time, which is reported.
+std::optional<uint32_t> EditSession::BytesOf(const std::string& time) const {
+    const auto place = ParsePlace(time);
+    if (!place) return ReportBadCommand(time, kNoTime), std::nullopt;
+    return FrameAt(*place);
+}
+
 // The times behind the command, `usual` where there are none; nothing when they are no times, which is reported.
 std::optional<ByteSpan> EditSession::SpanOf(const Words& words, ByteSpan usual) const {
-    uint32_t bounds[2] = {usual.begin, usual.end};
-    if (words.size() > 1) bounds[1] = sound_.data_size;
-    for (size_t at = 1; at < words.size(); ++at) {
-        const auto place = at <= 2 ? ParsePlace(words[at]) : std::nullopt;
-        if (!place) return ReportBadCommand(words[at], "It is no time, or one too many."), std::nullopt;
-        bounds[at - 1] = FrameAt(*place);
-    }
-    return ByteSpan{std::min(bounds[0], bounds[1]), std::max(bounds[0], bounds[1])};
+    if (words.size() == 1) return usual;
+    if (words.size() > 3) return ReportBadCommand(words[3], kNoTime), std::nullopt;
+    const auto one = BytesOf(words[1]);
+    if (!one) return std::nullopt;
+    const auto other = words.size() == 2 ? std::optional(sound_.data_size) : BytesOf(words[2]);
+    if (!other) return std::nullopt;
+    return ByteSpan{std::min(*one, *other), std::max(*one, *other)};
 }
 
 int EditSession::FillStep(EditStep& step, const Words& words) const {
@@ -173,14 +181,30 @@ int EditSession::FillStep(EditStep& step, const Words& words) const {
         step.milliseconds = MillisecondsOf(sound_, *length);
         times.erase(times.begin() + 1);
     }
-    if (!TakesSelection(step.kind) && times.size() > 2)
-        return ReportBadCommand(words[0], "It happens at one time only.");
+    return FillPlaces(step, times);
+}
+
+int EditSession::FillPlaces(EditStep& step, const Words& words) const {
+    if (!TakesSelection(step.kind)) {
+        if (words.size() > 2) return ReportBadCommand(words[0], "It happens at one time only.");
+        const auto at = words.size() == 1 ? std::optional(selection_.begin) : BytesOf(words[1]);
+        step.start = at.value_or(0);
+        return at ? kExitDone : kExitBadArguments;
+    }
     const bool everything = step.kind == EditKind::kMute || step.kind == EditKind::kTrim;
-    const auto span = SpanOf(times, everything ? SelectionOr(Everything()) : selection_);
+    const auto span = SpanOf(words, everything ? SelectionOr(Everything()) : selection_);
     if (!span) return kExitBadArguments;
     step.start = span->begin;
     step.end = span->end;
     return kExitDone;
+}
+
+// The library forgets the last edit when another begins: one that is bound to fail would cost its undo.
+uint16_t EditSession::WhyImpossible(const EditStep& step) const {
+    const bool inserts = !TakesSelection(step.kind);
+    if (!inserts && step.start == step.end) return NothingSelectedCode(step.kind);
+    if ((inserts ? step.start : step.end) > sound_.data_size) return TOLVANE_BEYOND_END;
+    return step.kind == EditKind::kPaste && !AudioEditCanPaste() ? TOLVANE_NOTHING_TO_PASTE : TOLVANE_OK;
 }
 
 // What was worked on stays selected, or what is new; where something was taken out, its place.
@@ -200,8 +224,9 @@ int EditSession::Edit(const Words& words) {
     if (const int failed = FillStep(step, words)) return failed;
     const uint32_t before = sound_.data_size;
     const ByteSpan selected = selection_;
-    if (const uint16_t code = PerformEdit(step, window_, false); code != TOLVANE_OK)
-        return ReportEditFailure(step, code, false);
+    uint16_t code = WhyImpossible(step);
+    if (code == TOLVANE_OK) code = PerformEdit(step, window_, false);
+    if (code != TOLVANE_OK) return ReportEditFailure(step, code, false);
     if (const int failed = Open()) return failed;
     SelectAfter(step, before);
     if (ChangesTheFile(step.kind)) other_selection_ = selected, undone_ = false;
@@ -234,7 +259,7 @@ int EditSession::Restore(bool undo) {
 
 int EditSession::WaitForEnd() {
     Event event = Event::kNone;
-    while (event == Event::kNone)
+    while (event == Event::kNone && !window_.WasInterrupted())
         event = window_.Wait(std::nullopt);
     return event == Event::kPlaybackEnded ? kExitDone : kExitInterrupted;
 }
@@ -242,6 +267,9 @@ int EditSession::WaitForEnd() {
 int EditSession::Play(const Words& words) {
     const auto span = SpanOf(words, SelectionOr(Everything()));
     if (!span) return kExitBadArguments;
+    if (span->begin >= std::min(span->end, sound_.data_size))
+        return ReportFailure("cannot play", file_, "There is no sound between these times.",
+                             fmt::format("The sound is {} long.", TimeAt(sound_.data_size)));
     AudioStop();
     while (window_.Wait(std::chrono::milliseconds(0)) == Event::kPlaybackEnded) {
     }

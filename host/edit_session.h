@@ -52,12 +52,15 @@ class EditSession {
     int Quit(const Words& words);
 
     int FillStep(EditStep& step, const Words& words) const;
+    int FillPlaces(EditStep& step, const Words& words) const;
+    uint16_t WhyImpossible(const EditStep& step) const;
     void SelectAfter(const EditStep& step, uint32_t before);
     int Restore(bool undo);
     int WaitForEnd();
     bool HasSelection() const { return selection_.begin < selection_.end; }
     ByteSpan SelectionOr(ByteSpan other) const { return HasSelection() ? selection_ : other; }
     ByteSpan Everything() const { return {0, sound_.data_size}; }
+    std::optional<uint32_t> BytesOf(const std::string& time) const;
     std::optional<ByteSpan> SpanOf(const Words& words, ByteSpan usual) const;
     uint32_t FrameAt(const Place& place) const;
     std::string TimeAt(uint32_t bytes) const;

@@ -13,13 +13,18 @@ namespace {
 struct KindText {
     EditKind kind;
     std::string_view name, doing;
+    uint16_t nothing_selected = TOLVANE_NOTHING_SELECTED;
 };
 
 constexpr KindText kKinds[] = {
-    {EditKind::kCut, "cut", "Cutting"},     {EditKind::kCopy, "copy", "Copying"},
-    {EditKind::kPaste, "paste", "Pasting"}, {EditKind::kClear, "clear", "Clearing"},
-    {EditKind::kCrop, "crop", "Cropping"},  {EditKind::kMute, "mute", "Muting"},
-    {EditKind::kTrim, "trim", "Trimming"},  {EditKind::kSilence, "silence", "Inserting"},
+    {EditKind::kCut, "cut", "Cutting", TOLVANE_NOTHING_TO_CUT},
+    {EditKind::kCopy, "copy", "Copying", TOLVANE_NOTHING_TO_COPY},
+    {EditKind::kPaste, "paste", "Pasting"},
+    {EditKind::kClear, "clear", "Clearing"},
+    {EditKind::kCrop, "crop", "Cropping", TOLVANE_NOTHING_TO_CROP},
+    {EditKind::kMute, "mute", "Muting"},
+    {EditKind::kTrim, "trim", "Trimming"},
+    {EditKind::kSilence, "silence", "Inserting"},
 };
 
 const KindText& TextOf(EditKind kind) {
@@ -89,6 +94,10 @@ std::string AdviceFor(const EditStep& step, uint16_t code) {
 
 std::string_view NameOf(EditKind kind) {
     return TextOf(kind).name;
+}
+
+uint16_t NothingSelectedCode(EditKind kind) {
+    return TextOf(kind).nothing_selected;
 }
 
 std::optional<EditKind> FindEdit(std::string_view name) {

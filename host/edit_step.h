@@ -39,7 +39,10 @@ constexpr bool ChangesTheFile(EditKind kind) {
     return kind != EditKind::kCopy;
 }
 
-// The result code. Where the edit was over before it could be stopped, it is done.
+// What the library answers when the edit has nothing selected to work on.
+uint16_t NothingSelectedCode(EditKind kind);
+
+// The result code. Where the edit was over before it could be stopped, it is done; the window remembers the Ctrl-C.
 uint16_t PerformEdit(const EditStep& step, MessageWindow& window, bool quiet);
 
 // Says why and on which of its files the edit failed with `code`, or that it was stopped. An exit code.

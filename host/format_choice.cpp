@@ -13,6 +13,8 @@
 #include <iterator>
 #include <tuple>
 
+#include "codec_names.h"
+
 namespace tolvane::host {
 namespace {
 
@@ -29,14 +31,6 @@ OfferedFormat ParseOffer(const char* text) {
     offer.channels = std::string_view(channels) == "Mono" ? 1 : 2;
     if (unit[0] == 'k') offer.kilobits = amount;
     return offer;
-}
-
-// The texts are compared without blanks and case.
-std::string Simplified(const std::string& text) {
-    std::string simple;
-    for (const char c : text)
-        if (c != ' ') simple += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return simple;
 }
 
 uint32_t Distance(uint32_t a, uint32_t b) {

@@ -8,14 +8,12 @@
 namespace tolvane::host {
 namespace {
 
+// The rest follows from these, and the library does not look at it.
 WAVEFORMATEX FormatOf(const PcmShape& shape) {
     WAVEFORMATEX format = {};
-    format.wFormatTag = kPcmTag;
     format.nChannels = shape.channels;
     format.nSamplesPerSec = shape.rate;
     format.wBitsPerSample = shape.bits;
-    format.nBlockAlign = static_cast<WORD>(shape.channels * shape.bits / 8);
-    format.nAvgBytesPerSec = shape.rate * format.nBlockAlign;
     return format;
 }
 

@@ -215,7 +215,8 @@ void AddRecordOptions(CLI::App* command, RecordRequest& record) {
         ->type_name("N|NAME");
     AddMoment(command, "--lead-in", record.lead_in, "Begin with that much silence");
     AddMoment(command, "--punch-in", record.punch_in, "Up to this place in the file, write silence instead");
-    AddMoment(command, "--stop-at", record.stop_at, "Stop when the file is so long");
+    AddMoment(command, "--stop-at", record.stop_at,
+              "Stop when the file is so long; the 0.375 s with the punch-in are written whole");
     AddMoment(command, "--min-length", record.min_length, "Fill the file up with silence to this length");
 }
 
@@ -245,7 +246,8 @@ void AddRecord(CLI::App& app, RecordRequest& record) {
     command->add_flag("--quiet", record.quiet, "Say nothing but failures; no keys");
     command->footer(
         std::string(kTimes) +
-        "\nKeys: space pause, q or Esc stop, i insert, home clears the clip mark, ? help.\n"
+        "\n       Bytes go down to whole samples of every channel.\n"
+        "Keys: space pause, q or Esc stop, i insert, home clears the clip mark, ? help.\n"
         "Ctrl-C stops; the file is finished and whole.\n"
         "Examples:\n  tolvane record take.wav\n  tolvane record speech.wav --rate 22050 --channels 1\n"
         "  tolvane record minute.wav --stop-at 1:00 --effect ./gain.so=50\n"

@@ -17,7 +17,8 @@ std::atomic<bool> command_is_over{false};
 // end. One that comes when all is done must not keep the library from leaving in order.
 BOOL WINAPI OnConsoleEvent(DWORD) {
     const HWND window = interrupt_target.exchange(nullptr);
-    return command_is_over || (window && PostMessageA(window, kInterruptMessage, 0, 0));
+    const bool taken = window && PostMessageA(window, kInterruptMessage, 0, 0);
+    return taken || command_is_over;  // asked last: the window may have gone in between
 }
 
 Event NextEvent() {
@@ -49,16 +50,17 @@ void MessageWindow::HeedInterruptAgain() {
     while (NextEvent() != Event::kNone) {
     }
     interrupt_target = window_;
+    interrupted_ = false;
 }
 
 Event MessageWindow::Wait(std::optional<std::chrono::milliseconds> limit) {
     Event event = NextEvent();
-    if (event != Event::kNone) return event;
     const DWORD timeout = limit ? static_cast<DWORD>(limit->count()) : INFINITE;
-    do {
+    for (bool slept = false; event == Event::kNone && !(slept && limit); slept = true) {
         MsgWaitForMultipleObjects(0, nullptr, FALSE, timeout, QS_ALLINPUT);
         event = NextEvent();
-    } while (!limit && event == Event::kNone);
+    }
+    interrupted_ |= event == Event::kInterrupted;
     return event;
 }
 

@@ -26,6 +26,9 @@ class MessageWindow {
 
     HWND handle() const { return window_; }
 
+    // Whether Ctrl-C was an event, whoever waited for it.
+    bool WasInterrupted() const { return interrupted_; }
+
     // After a Ctrl-C that was taken: the next one is an event again.
     void HeedInterruptAgain();
 
@@ -34,6 +37,7 @@ class MessageWindow {
 
   private:
     HWND window_;
+    bool interrupted_ = false;
 };
 
 }  // namespace tolvane::host

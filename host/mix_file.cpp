@@ -7,7 +7,6 @@
 #include <tolvane.h>
 
 #include <cstdio>
-#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -22,33 +21,8 @@ namespace tolvane::host {
 namespace {
 
 constexpr std::string_view kCannot = "cannot mix in";
-constexpr uint32_t kShortestStart = 44;  // of the sound, behind a head without anything else
 
 using File = std::unique_ptr<FILE, int (*)(FILE*)>;
-
-void Put(std::vector<uint8_t>& bytes, std::string_view name, uint32_t size) {
-    bytes.insert(bytes.end(), name.begin(), name.end());
-    for (int shift = 0; shift < 32; shift += 8)
-        bytes.push_back(static_cast<uint8_t>(size >> shift));
-}
-
-// The head of a wave file whose sound begins at `start`: what is missing to there belongs to the format record, or is a
-// chunk that nobody reads.
-std::vector<uint8_t> HeadUpTo(uint32_t start, const InputFileInfo& format, uint32_t data) {
-    constexpr uint32_t kChunkHead = 8;
-    const uint32_t more = start - kShortestStart;
-    const bool has_junk = more >= kChunkHead;
-    std::vector<uint8_t> head;
-    Put(head, "RIFF", start - kChunkHead + data);
-    head.insert(head.end(), {'W', 'A', 'V', 'E'});
-    Put(head, "fmt ", static_cast<uint32_t>(sizeof format) + (has_junk ? 0 : more));
-    const auto* record = reinterpret_cast<const uint8_t*>(&format);
-    head.insert(head.end(), record, record + sizeof format);
-    if (has_junk) Put(head, "JUNK", more - kChunkHead);
-    head.resize(start - kChunkHead);
-    Put(head, "data", data);
-    return head;
-}
 
 bool CopyBehind(const std::vector<uint8_t>& head, const std::string& source, uint32_t from, uint32_t bytes,
                 const std::string& target) {
@@ -89,11 +63,11 @@ int MixFile::LineUp(uint32_t start) {
     if (start == own) return kExitDone;
     SoundFormat sound;
     const auto code = ReadSound(path_, sound);
-    if (code != TOLVANE_OK || start < kShortestStart)
+    if (code != TOLVANE_OK || start < kWaveHeadBytes)
         return ReportFileFailure(kCannot, name_, code == TOLVANE_OK ? uint16_t{TOLVANE_NO_DATA} : code);
     const std::string source = path_;
     path_ = NewCopy();
-    if (CopyBehind(HeadUpTo(start, sound.format, sound.Bytes()), source, own, sound.Bytes(), path_))
+    if (CopyBehind(WaveHead(sound.format, sound.Bytes(), start), source, own, sound.Bytes(), path_))
         return kExitDone;
     return ReportFailure(kCannot, name_, "Its copy in the temp folder cannot be written.",
                          "Make room there, or name another temp folder (TMPDIR).");

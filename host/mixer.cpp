@@ -58,7 +58,18 @@ int ReportNotSet(const Volume& volume) {
                          kSystemSettings);
 }
 
+// A mixer without the control reads 0 too. The smallest volume that it shows, for a moment, tells the difference.
+bool CanBeSet(const Volume& volume) {
+    if (volume.get() > 0) return true;
+    for (unsigned trial = 1; trial <= 100; trial *= 2) {
+        volume.set(static_cast<uint16_t>(trial));
+        if (volume.get() > 0) return volume.set(0), true;
+    }
+    return false;
+}
+
 int SetVolume(const Volume& volume, unsigned percent) {
+    if (percent <= kNear && !CanBeSet(volume)) return ReportNotSet(volume);
     volume.set(static_cast<uint16_t>(percent));
     const unsigned now = volume.get();
     if (std::max(now, percent) - std::min(now, percent) > kNear) return ReportNotSet(volume);
@@ -67,6 +78,7 @@ int SetVolume(const Volume& volume, unsigned percent) {
 
 int Mute() {
     const unsigned before = AudioGetVolume();
+    if (!CanBeSet(kPlayback)) return ReportNotSet(kPlayback);
     AudioMute(1);
     if (AudioGetVolume() != 0) return ReportNotSet(kPlayback);
     if (before > 0 && KeepVolume(before))
@@ -97,21 +109,27 @@ int RunPlaybackVolume(const VolumeRequest& request) {
     return failed;
 }
 
-int ChooseSource(const std::string& wanted, uint32_t& index) {
-    const int failed = SelectSource(wanted, index);
-    if (!failed) fmt::print("Recordings come from {}  {}\n", index, SourceNames()[index]);
+int FirstSource(RecordSource& source) {
+    const std::vector<std::string> names = SourceNames();
+    if (names.empty()) return ReportNoSources("cannot use the volume of", kRecording.name);
+    source = {0, names[0]};
+    return kExitDone;
+}
+
+int ChooseSource(const std::string& wanted, RecordSource& source) {
+    const int failed = SelectSource(wanted, source);
+    if (!failed) fmt::print("Record source: {}  {}\n", source.index, source.name);
     return failed;
 }
 
 int RunRecordVolume(const VolumeRequest& request) {
-    uint32_t index = 0;
-    if (!request.source.empty())
-        if (const int failed = ChooseSource(request.source, index)) return failed;
-    const std::vector<std::string> names = SourceNames();
-    if (names.empty()) return ReportNoSources("cannot use the volume of", kRecording.name);
+    RecordSource source;
+    if (const int failed =
+            request.source.empty() ? FirstSource(source) : ChooseSource(request.source, source))
+        return failed;
     if (request.percent)
         if (const int failed = SetVolume(kRecording, *request.percent)) return failed;
-    PrintVolume(kRecording, names[index]);
+    PrintVolume(kRecording, source.name);
     return kExitDone;
 }
 
@@ -121,7 +139,7 @@ std::string_view MarkOf(uint32_t index, uint32_t microphone, uint32_t line) {
 
 }  // namespace
 
-int SelectSource(const std::string& wanted, uint32_t& index) {
+int SelectSource(const std::string& wanted, RecordSource& source) {
     const std::vector<std::string> names = SourceNames();
     if (names.empty()) return ReportNoSources("cannot use the source", wanted);
     const auto found = FindNamed(names, wanted);
@@ -130,7 +148,7 @@ int SelectSource(const std::string& wanted, uint32_t& index) {
                              "`tolvane sources` lists the sources; give the number or the name of one.");
     if (const auto code = SetTheSource(static_cast<uint16_t>(*found)); code != TOLVANE_OK)
         return ReportFailure("cannot use the source", names[*found], ResultSentence(code), kSystemSettings);
-    index = *found;
+    source = {*found, names[*found]};
     return kExitDone;
 }
 
@@ -144,14 +162,14 @@ int RunVolume(const VolumeRequest& request) {
 
 int RunSources(const SourcesRequest& request) {
     if (const int failed = UseCard(request.card)) return failed;
+    RecordSource source;
+    if (!request.source.empty()) return ChooseSource(request.source, source);
     const std::vector<std::string> names = SourceNames();
-    uint32_t index = 0;
-    if (!request.source.empty()) return ChooseSource(request.source, index);
     if (names.empty()) return ReportNoSources("cannot list", "the record sources");
     uint32_t microphone = kMostSources, line = kMostSources;
     GetRecordSourceMic(&microphone);
     GetRecordSourceLine(&line);
-    for (; index < names.size(); ++index)
+    for (uint32_t index = 0; index < names.size(); ++index)
         fmt::print("{:>2}  {}{}\n", index, names[index], MarkOf(index, microphone, line));
     return kExitDone;
 }

@@ -104,10 +104,18 @@ struct Heard {
     }
 };
 
+bool IsPlayed(const PlayRequest& request, const std::string& file) {
+    return (!request.mix.empty() && IsSameFile(request.mix, file)) ||
+           std::ranges::any_of(request.files, [&](const std::string& one) { return IsSameFile(one, file); });
+}
+
 int PrepareCard(const PlayRequest& request, std::string& heard) {
     if (const int failed = UseCard(request.card)) return failed;
     if (request.card.name != "virtual") return kExitDone;
     PlatformVirtualKeepPlayed(0, 0);
+    if (!request.into.empty() && IsPlayed(request, request.into))
+        return ReportFailure("cannot write", request.into, "It is the file to play.",
+                             "Name another file with --into.");
     heard = request.into.empty() && !request.quiet ? FreeNameForHeard() : request.into;
     if (heard.empty() || PlatformVirtualPlayInto(0, heard.c_str())) return kExitDone;
     return ReportFailure("cannot write", heard, "The virtual card does not take this file.",

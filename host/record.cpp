@@ -11,6 +11,7 @@
 #include "result_text.h"
 #include "sound_devices.h"
 #include "sound_format.h"
+#include "work_file.h"
 
 namespace tolvane::host {
 namespace {
@@ -40,6 +41,31 @@ int PrepareInput(const RecordRequest& request) {
                          "Name another file with --hear.");
 }
 
+// The library takes the bytes of any wave for sound of the recording's format.
+int CheckInserted(const RecordRequest& request) {
+    constexpr std::string_view kCannot = "cannot insert";
+    SoundFormat sound;
+    if (request.insert.empty()) return kExitDone;
+    auto code = ReadSound(request.insert, sound);
+    if (code == TOLVANE_OK && sound.Bytes() == 0) code = TOLVANE_EMPTY_DATA;
+    if (code != TOLVANE_OK) return ReportFileFailure(kCannot, request.insert, code);
+    if (sound.IsPcm() && sound.Shape() == request.shape) return kExitDone;
+    return ReportFailure(
+        kCannot, request.insert,
+        fmt::format("It is {}, and the recording {}.", FormatText(sound.format), ShapeText(request.shape)),
+        "`tolvane convert --pcm RATE/BITS/CHANNELS` makes it so.");
+}
+
+int CheckFiles(const RecordRequest& request) {
+    if (const int failed = CheckNewFile(request.file, request.yes)) return failed;
+    for (const std::string& read : {request.hear, request.insert})
+        if (!read.empty() && IsSameFile(request.file, read))
+            return ReportFailure("cannot write", request.file, "Its sound is what is to be recorded.",
+                                 "Name another file.");
+    return CheckInserted(request);
+}
+
+// In whole frames: half a sample more would turn all that follows into noise.
 uint32_t BytesIn(const RecordRequest& request, const std::optional<Moment>& moment) {
     if (!moment) return 0;
     SoundFormat sound;
@@ -51,7 +77,8 @@ uint32_t BytesIn(const RecordRequest& request, const std::optional<Moment>& mome
     sound.format.nAvgBytesPerSec = sound.format.nBlockAlign * request.shape.rate;
     sound.data_size = INT32_MAX - kHeaderBytes;
     sound.file_size = INT32_MAX;
-    return sound.BytesAt(*moment);
+    const uint32_t bytes = sound.BytesAt(*moment);
+    return bytes - bytes % sound.format.nBlockAlign;
 }
 
 // A place in the file, its header included; 0 where none is asked for.
@@ -80,20 +107,32 @@ int ReportStartFailure(const RecordRequest& request, uint16_t code) {
         "Try another --rate, --bits, --channels or --device; `tolvane devices` lists the inputs.");
 }
 
+// As the library does it: what is asked of the name beforehand has to be asked of the same file.
+std::string WithoutBlanksAround(const std::string& name) {
+    constexpr const char* kBlanks = " \t\n\v\f\r";
+    const size_t first = name.find_first_not_of(kBlanks);
+    return first == name.npos ? "" : name.substr(first, name.find_last_not_of(kBlanks) + 1 - first);
+}
+
 }  // namespace
 
-int RunRecord(const RecordRequest& request) {
+int RunRecord(const RecordRequest& asked) {
+    RecordRequest request = asked;
+    request.file = WithoutBlanksAround(asked.file);
+    if (request.file.empty())
+        return ReportFailure("cannot record into", fmt::format("'{}'", asked.file),
+                             ResultSentence(TOLVANE_NO_RECORD_PATH), "Name a wave file.");
     MessageWindow window;
     if (!window.handle())
         return ReportFailure("cannot record", request.file, "The system gave no message window.",
                              "Try again; close other programs if memory is short.");
-    uint32_t source = 0;
+    RecordSource source;
+    if (const int failed = CheckFiles(request)) return failed;
     if (const int failed = PrepareInput(request)) return failed;
-    if (const int failed = CheckNewFile(request.file, request.yes)) return failed;
     if (!request.source.empty())
         if (const int failed = SelectSource(request.source, source)) return failed;
     if (const int failed = LoadEffects(request)) return failed;
-    if (const uint16_t code = Start(request, window, source); code != TOLVANE_OK)
+    if (const uint16_t code = Start(request, window, source.index); code != TOLVANE_OK)
         return ReportStartFailure(request, code);
     return FollowRecording(window, request);
 }

@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
@@ -12,6 +13,7 @@
 #include "result_text.h"
 #include "sound_format.h"
 #include "terminal.h"
+#include "work_file.h"
 
 namespace tolvane::host {
 namespace {
@@ -33,21 +35,29 @@ bool IsRunning() {
     return info.recordingSampleRate != 0;
 }
 
-uint64_t FreeSpace(const std::string& file) {
-    namespace fs = std::filesystem;
+namespace fs = std::filesystem;
+
+uint64_t SpaceIn(const fs::path& folder) {
     std::error_code failed;
-    const fs::space_info space = fs::space(fs::absolute(file, failed).parent_path(), failed);
+    const fs::space_info space = fs::space(folder, failed);
     return failed ? 0 : space.available;
 }
 
-void InsertWave(const RecordRequest& request) {
-    if (request.insert.empty()) return;
+// A recording ends when its own disk is full, and when the temp folder's is.
+uint64_t FreeSpace(const std::string& file) {
+    std::error_code ignored;
+    return std::min(SpaceIn(fs::absolute(file, ignored).parent_path()), SpaceIn(TempFolder()));
+}
+
+int InsertWave(const RecordRequest& request) {
+    if (request.insert.empty()) return kExitDone;
     const uint16_t code = AudioMixEffectWithRecord(request.insert.c_str());
     // Numbers that conversions have too, and then mean a file to convert.
     const bool no_wave = code == TOLVANE_EFFECT_WAVE_NO_RIFF || code == TOLVANE_EFFECT_WAVE_NO_DATA;
-    if (code != TOLVANE_OK)
-        ReportFailure("cannot insert", request.insert, no_wave ? "It is no wave file." : ResultSentence(code),
-                      "Name a wave file of the format of the recording.");
+    if (code == TOLVANE_OK) return kExitDone;
+    return ReportFailure("cannot insert", request.insert,
+                         no_wave ? "It is no wave file." : ResultSentence(code),
+                         "Name a wave file of the format of the recording.");
 }
 
 class Display {
@@ -146,7 +156,10 @@ void SayWhatWasWritten(const std::string& file) {
 }  // namespace
 
 int FollowRecording(MessageWindow& window, const RecordRequest& request) {
-    InsertWave(request);
+    if (const int failed = InsertWave(request)) {
+        AudioStopRecord();
+        return failed;
+    }
     const Outcome outcome = Follow(window, request);
     AudioStopRecord();
     if (!request.quiet) SayWhatWasWritten(request.file);

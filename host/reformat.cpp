@@ -15,6 +15,7 @@ namespace {
 
 constexpr uint32_t kUsualRates[] = {8'000,  11'025, 12'000, 16'000, 22'050,  24'000, 32'000,
                                     44'100, 48'000, 88'200, 96'000, 176'400, 192'000};
+constexpr std::string_view kCannot = "cannot reformat";
 constexpr std::string_view kAnyRate = "`tolvane convert --pcm RATE/BITS/CHANNELS` reaches any rate.";
 
 bool IsWholeRatio(uint32_t rate, uint32_t other) {
@@ -37,7 +38,6 @@ PcmShape WantedShape(const ReformatRequest& request, const PcmShape& source) {
 // The library refuses these too, with codes that stand for several causes.
 int CheckChange(const std::string& file, const SoundFormat& sound, const PcmShape& wanted) {
     const PcmShape source = sound.Shape();
-    constexpr std::string_view kCannot = "cannot reformat";
     if (!sound.IsPcm())
         return ReportFailure(kCannot, file, "The sound is compressed.",
                              "`tolvane convert --pcm RATE/BITS/CHANNELS` makes PCM of it.");
@@ -54,10 +54,11 @@ int CheckChange(const std::string& file, const SoundFormat& sound, const PcmShap
 }  // namespace
 
 int RunReformat(const ReformatRequest& request) {
-    const ConversionFiles& files = request.files;
+    ConversionFiles files = request.files;
+    files.cannot = kCannot;
     MessageWindow window;
     SoundFormat sound;
-    if (const int failed = CheckSource(files.source, sound)) return failed;
+    if (const int failed = CheckSource(files, sound)) return failed;
     const PcmShape wanted = WantedShape(request, sound.Shape());
     if (const int failed = CheckChange(files.source, sound, wanted)) return failed;
     if (const int failed = CheckTarget(files)) return failed;

@@ -78,9 +78,12 @@ uint32_t SetPlaying::LibraryMs(SetPlace place) const {
     for (size_t i = 0; i < place.file; ++i)
         before += entries_[i].milliseconds;
     const PlaybackSetEntry& entry = entries_[place.file];
-    const uint64_t rate = std::max(entry.format.nAvgBytesPerSec, 1u);
-    const uint64_t byte = uint64_t{place.byte} * (IsMp3() ? std::max(entry.bytesPerFileByte, 1u) : 1);
-    const uint64_t inside = std::min<uint64_t>(byte * 1000 / rate, std::max(entry.milliseconds, 1u) - 1);
+    // Copies: fields of a packed record may lie where no reference can point to.
+    const uint32_t rate = entry.format.nAvgBytesPerSec, bytes_per_byte = entry.bytesPerFileByte,
+                   milliseconds = entry.milliseconds;
+    const uint64_t byte = uint64_t{place.byte} * (IsMp3() ? std::max(bytes_per_byte, 1u) : 1);
+    const uint64_t inside =
+        std::min<uint64_t>(byte * 1000 / std::max(rate, 1u), std::max(milliseconds, 1u) - 1);
     return static_cast<uint32_t>(std::min<uint64_t>(before + inside, kBehindEverything - 1));
 }
 

@@ -25,8 +25,13 @@ std::optional<uint32_t> FindNamed(const std::vector<std::string>& names, const s
 // Selects an input in the same way.
 int SelectInput(const std::string& device);
 
-// Chooses the source that is recorded from, by number or by its name; `index` becomes its number. As SelectOutput.
-int SelectSource(const std::string& wanted, uint32_t& index);
+struct RecordSource {
+    uint32_t index = 0;
+    std::string name;
+};
+
+// Chooses the source that is recorded from, by number or by its name, and tells which one it is. As SelectOutput.
+int SelectSource(const std::string& wanted, RecordSource& source);
 
 // Selects an output by number or by (a part of) its name. kExitDone, or a failure that has been reported.
 int SelectOutput(const std::string& device);

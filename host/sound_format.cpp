@@ -7,6 +7,8 @@
 #include <charconv>
 #include <filesystem>
 
+#include "wave_data.h"
+
 namespace tolvane::host {
 namespace {
 
@@ -41,7 +43,8 @@ std::optional<PcmShape> ParsePcmShape(std::string_view text) {
 }
 
 uint32_t SoundFormat::Bytes() const {
-    return static_cast<uint32_t>(std::min<uint64_t>(data_size, file_size));
+    return static_cast<uint32_t>(
+        std::min(uint64_t{data_size}, file_size - std::min<uint64_t>(data_start, file_size)));
 }
 
 uint64_t SoundFormat::BytesPerSecond() const {
@@ -66,6 +69,7 @@ uint16_t ReadSound(const std::string& path, SoundFormat& sound) {
     if (code == TOLVANE_OK) code = GetDataChunkSize(path.c_str(), &sound.data_size);
     std::error_code unknown;
     sound.file_size = std::filesystem::file_size(path, unknown);
+    sound.data_start = code == TOLVANE_OK ? DataStart(path) : 0;
     return code;
 }
 

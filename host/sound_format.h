@@ -27,12 +27,13 @@ std::optional<PcmShape> ParsePcmShape(std::string_view text);
 
 struct SoundFormat {
     InputFileInfo format{};
-    uint32_t data_size = 0;  // as the file says
+    uint32_t data_size = 0;   // as the file says
+    uint32_t data_start = 0;  // in the file
     uint64_t file_size = 0;
 
-    // The data that can really be there.
+    // The data that is really there.
     uint32_t Bytes() const;
-    bool IsCutOff() const { return data_size > file_size; }
+    bool IsCutOff() const { return Bytes() < data_size; }
     bool IsPcm() const { return format.wFormatTag == 1; }
     PcmShape Shape() const { return {format.nSamplesPerSec, format.wBitsPerSample, format.nChannels}; }
     // Bytes that are played in one second at the file's own rate; 0 where a damaged file does not tell.

@@ -129,12 +129,6 @@ bool ReadColumnsOf(const SoundFormat& sound, HMMIO file, size_t frames, Waveform
     return ReadColumns(file, WideExtremes(waveform.channels, width), frames, frame_size, waveform);
 }
 
-// A damaged file may hold less than it says.
-size_t FramesThere(const SoundFormat& sound, const MMCKINFO& data, size_t frame) {
-    const uint64_t behind_header = sound.file_size - std::min<uint64_t>(sound.file_size, data.dwDataOffset);
-    return static_cast<size_t>(std::min<uint64_t>(sound.data_size, behind_header) / frame);
-}
-
 // A short sound fills several columns with each frame.
 void Stretch(Waveform& waveform, uint32_t columns) {
     Waveform wide{columns, waveform.channels, {}};
@@ -159,7 +153,7 @@ uint16_t ReadWaveform(const std::string& path, const SoundFormat& sound, ByteSpa
     const MmioFile file = OpenSound(path, data);
     if (!file) return TOLVANE_CANNOT_OPEN;
     const size_t frame = sound.format.nBlockAlign, first = span.begin / frame;
-    const size_t there = FramesThere(sound, data, frame), last = std::min(span.end / frame, there);
+    const size_t last = std::min(span.end, sound.Bytes()) / frame;
     if (last <= first) return TOLVANE_EMPTY_DATA;
     const size_t frames = last - first;
     const auto start = static_cast<LONG>(data.dwDataOffset + first * frame);
@@ -169,7 +163,7 @@ uint16_t ReadWaveform(const std::string& path, const SoundFormat& sound, ByteSpa
     constexpr Peaks kNothingYet{std::numeric_limits<int16_t>::max(), std::numeric_limits<int16_t>::min()};
     waveform = {distinct, sound.format.nChannels, {}};
     waveform.peaks.assign(size_t{distinct} * waveform.channels, kNothingYet);
-    if (!ReadColumnsOf(sound, file.get(), frames, waveform)) return TOLVANE_EDIT_NOT_WRITTEN;
+    if (!ReadColumnsOf(sound, file.get(), frames, waveform)) return TOLVANE_CANNOT_SEEK;
     if (distinct < columns) Stretch(waveform, columns);
     return TOLVANE_OK;
 }

@@ -31,7 +31,8 @@ struct ByteSpan {
     uint32_t begin = 0, end = 0;
 };
 
-// Reads the file once, in pieces. A result code; TOLVANE_EMPTY_DATA for a span without a frame in the file.
+// Reads the file once, in pieces. A result code; TOLVANE_EMPTY_DATA for a span without a frame in the file,
+// TOLVANE_CANNOT_SEEK for sound that the system does not hand out.
 uint16_t ReadWaveform(const std::string& path, const SoundFormat& sound, ByteSpan span, uint32_t columns,
                       Waveform& waveform);
 

@@ -44,9 +44,17 @@ std::string FolderOf(const std::string& path) {
     return path.substr(0, path.find_last_of("/\\:") + 1);
 }
 
-std::string TempFolder() {
+bool IsSameFile(const std::string& one, const std::string& other) {
+    namespace fs = std::filesystem;
     std::error_code ignored;
-    return (std::filesystem::temp_directory_path(ignored) / "").string();
+    return fs::equivalent(one, other, ignored) ||
+           fs::absolute(one, ignored).lexically_normal() == fs::absolute(other, ignored).lexically_normal();
+}
+
+std::string TempFolder() {
+    char folder[MAX_PATH + 1];
+    const DWORD length = GetTempPathA(sizeof folder, folder);
+    return {folder, length < sizeof folder ? length : 0};
 }
 
 }  // namespace tolvane::host

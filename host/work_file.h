@@ -26,7 +26,10 @@ class WorkFile {
 // "music/" of "music/song.wav", "" of "song.wav".
 std::string FolderOf(const std::string& path);
 
-// The system's folder for such files.
+// Whether both names mean one file, or would.
+bool IsSameFile(const std::string& one, const std::string& other);
+
+// The system's folder for such files, which is the library's too.
 std::string TempFolder();
 
 }  // namespace tolvane::host

@@ -4,11 +4,13 @@
  *
  *  1. Text is zero-terminated 8-bit text in the system's own encoding; it is copied, never kept. A path has at most
  *     TOLVANE_MAX_PATH characters; a longer one is treated like a file that cannot be opened, a null one like an
- *     empty one.
+ *     empty one, but for the conversions into PCM.
  *  2. Memory that a function fills belongs to the caller and is described with its size. A null pointer where a
  *     result should go is allowed: that result is not stored.
  *  3. A function that returns a result code returns TOLVANE_OK (0) when done, otherwise one of `TolvaneResult`.
- *     Where a function fails, nothing has changed but what its description names.
+ *     Where a function fails, nothing has changed but what its description names, and the current file: that is the
+ *     file last loaded or played, which an empty name stands for in edits. Loading makes a file the current one also where
+ *     it fails; a start of a playback that fails, also because another is running, leaves none.
  *  4. Positions and lengths come with a unit: TOLVANE_SAMPLES counts sample frames (one sample of every channel),
  *     TOLVANE_BYTES bytes of sample data, and TOLVANE_MILLISECONDS milliseconds; every other value means
  *     milliseconds too. A position inside a frame moves down to the start of that frame.
@@ -365,7 +367,8 @@ TOLVANE_API uint16_t TOLVANE_CALL AudioPlayWaveEx(const char* path, uint32_t sta
 
 /* Opens a PCM wave file for AudioPlayCurrentFile. Results: TOLVANE_OK, the file stays open; TOLVANE_NO_PATH;
  * TOLVANE_ALREADY_PLAYING; TOLVANE_CANNOT_OPEN, also for a compressed file; TOLVANE_FORMAT_NOT_PLAYABLE.
- * A file that was loaded before is closed, unless a playback is running. */
+ * A file that was loaded before is closed, unless a playback is running. An edit of the loaded file is possible, and is
+ * what is played then. */
 TOLVANE_API uint16_t TOLVANE_CALL AudioLoadFile(const char* path);
 
 /* Plays the file that AudioLoadFile opened, once, from `start` to its end. Results: TOLVANE_OK;
@@ -389,12 +392,13 @@ TOLVANE_API uint16_t TOLVANE_CALL AudioResume(void);
  * that is played as it is. Always TOLVANE_OK. */
 TOLVANE_API uint16_t TOLVANE_CALL AudioMoveTo(uint32_t position, uint16_t unit);
 
-/* The position of what is heard now, counted in `unit` from the beginning of the sound; it grows on through repeats
+/* The position of what is heard now, counted in `unit` from the beginning of the sound (in a set: of the whole, for a
+ * file that was started or moved to in it); it grows on through repeats
  * (after 4 GiB of sound from 0 again).
  * 0 when nothing plays. For a compressed file played as it is: always milliseconds. No result code. */
 TOLVANE_API uint32_t TOLVANE_CALL AudioGetPosition(uint16_t unit);
 
-/* Peaks of the buffer that is played now (about an eighth of a second), in percent of full scale (0 to 100). Both
+/* Peaks of the buffer that is played now (about an eighth of a second, in a set half a second), in percent of full scale (0 to 100). Both
  * values stay as they were when nothing plays, when the playback is busy at this moment, and for formats other than
  * 8 or 16 bits in 1 or 2 channels. Of compressed data that is played as it is they mean nothing. */
 TOLVANE_API void TOLVANE_CALL AudioGetPlaybackLevel(uint32_t* left, uint32_t* right);
@@ -412,7 +416,8 @@ TOLVANE_API uint16_t TOLVANE_CALL AudioPlayMixWave(const char* path, const char*
 
 /* Factors for the first two channels of what is played and of what is mixed into it; 1.0 leaves samples as they are (the
  * initial state), 0 silences, a negative one inverts, and a larger one amplifies up to the limits of a sample. In force from
- * the next buffer on, for 8- and 16-bit PCM, until they are changed. */
+ * the next buffer on, for 8- and 16-bit PCM, until they are changed; in a mixed playback only as far as the second file
+ * reaches. */
 TOLVANE_API void TOLVANE_CALL SetVolume(float mainLeft, float mainRight, float mixLeft, float mixRight);
 
 /* Mixes `mixBlock` (`mixLength` bytes) into `block` (`blockLength` bytes, with room for the longer of both) as a mixed
@@ -427,7 +432,9 @@ TOLVANE_API void TOLVANE_CALL MixData(uint8_t* block, uint32_t blockLength, uint
 
 /* Plays wave files as one timeline, from `start`, a position in the whole: the file that contains it plays from there to its
  * own end, which is told to the callback window; the host then starts the next, or has moved there before. Files may differ
- * in format. `end` (0 = none) counts in whichever file plays. The other arguments are AudioPlayWave's.
+ * in format. `end` (0 = none) counts in whichever file plays. The other arguments are AudioPlayWave's, but
+ * `convert` is for the first file only, so the others have to be PCM; and in another unit than the three there is nothing
+ * to play.
  *
  *     PlaybackSetEntry tracks[2] = {{0}};
  *     strcpy(tracks[0].path, "one.wav");
@@ -436,7 +443,8 @@ TOLVANE_API void TOLVANE_CALL MixData(uint8_t* block, uint32_t blockLength, uint
  *     AudioMoveIntoPlaybackSet(tracks[0].milliseconds, TOLVANE_MILLISECONDS);  (to the second)
  *
  * The set stays in force until AudioStop: whatever AudioPlayWave plays until then begins at a position of the set.
- * Results: TOLVANE_OK, also when there is nothing to play (no entries, or a start at or behind the end of the whole); those of
+ * Results: TOLVANE_OK, also when there is nothing to play (no entries, which changes nothing, or a start at or behind the end of the
+ * whole); those of
  * GetInputFileInfo for each file; those of AudioPlayWave. After a failure, and with nothing to play, there is no set any more,
  * also none that was playing: its file then plays to its end. */
 TOLVANE_API uint16_t TOLVANE_CALL AudioPlayWaveFilesSet(PlaybackSetEntry* entries, uint32_t count,
@@ -448,7 +456,8 @@ TOLVANE_API uint16_t TOLVANE_CALL AudioPlayWaveFilesSet(PlaybackSetEntry* entrie
  * opened the playback ends, and the callback window is told. Always TOLVANE_OK. */
 TOLVANE_API uint16_t TOLVANE_CALL AudioMoveIntoPlaybackSet(uint32_t position, uint16_t unit);
 
-/* Tells where the set's playback stands. Without a set everything but the path is 0, and the path stays as it was. Always
+/* Tells where the set's playback stands. Without a set everything but the path is 0, and the path stays as it was; of a
+ * playback that has ended, and of a file outside the set, only the totals are told. Always
  * TOLVANE_OK. */
 TOLVANE_API uint16_t TOLVANE_CALL AudioGetPlaybackSetInfo(PlaybackSetInfo* info, uint16_t unit);
 
@@ -490,8 +499,9 @@ TOLVANE_API uint16_t TOLVANE_CALL AudioStartRecord(char* fileName, uint32_t samp
 
 /* As AudioStartRecord, for recording into a place of a longer sound. The offsets are bytes of the file, counted from its
  * first byte (so 46 + the bytes of sound before); 0 means none.
- * The file begins with `leadIn` bytes of silence. What is recorded before `startOffset` is silence too. From `stopOffset`
- * on nothing is written any more: `message` is posted to `window` (an HWND) once, with wParam and lParam 0, and the
+ * The file begins with `leadIn` bytes of silence, whole frames. What is recorded before `startOffset` is silence too; the
+ * buffer (375 milliseconds) in which `startOffset` lies is written to its end. From `stopOffset` on nothing is written any
+ * more: `message` is posted to `window` (an HWND) once, with wParam and lParam 0, and the
  * recording runs on until it is stopped. At its end silence makes the file `minimumLength` bytes long (1 to 0x7FFFFFFF,
  * other values mean nothing). */
 TOLVANE_API uint16_t TOLVANE_CALL AudioStartRecordEx(void* window, uint32_t message, char* fileName,
@@ -513,7 +523,7 @@ TOLVANE_API uint16_t TOLVANE_CALL AudioStopRecordLevelTest(void);
 TOLVANE_API void TOLVANE_CALL PauseRecording(void);
 TOLVANE_API void TOLVANE_CALL ResumeRecording(void);
 
-/* Peaks of the buffer recorded last, in percent of full scale (0 to 100). Both values stay as they were when nothing
+/* Peaks of the buffer recorded last, before the effects, in percent of full scale (0 to 100). Both values stay as they were when nothing
  * runs; formats other than 8 or 16 bits in 1 or 2 channels measure nothing. */
 TOLVANE_API void TOLVANE_CALL AudioGetRecordLevel(uint32_t* left, uint32_t* right);
 
@@ -542,7 +552,7 @@ TOLVANE_API uint16_t TOLVANE_CALL AudioMixEffectWithRecord(const char* fileName)
  *     gain.percent = 50, EffectChanged();             heard from the next buffer on
  *
  * At the end of a recording the plug-ins' parameters are released, and the next recording goes without effects unless
- * EffectChanged is called before or while it runs. */
+ * EffectChanged or LoadEffectFile is called before or while it runs. */
 
 /* Loads a plug-in into a slot: disabled, without parameters. It stays loaded even when another takes the slot. 1 when
  * done; 0 for a slot that there is not, and for a library that cannot be loaded or whose name has more than 1,559
@@ -553,8 +563,8 @@ TOLVANE_API uint16_t TOLVANE_CALL LoadEffectFile(int32_t slot, const char* fileN
 TOLVANE_API uint16_t TOLVANE_CALL SetEffectState(int32_t slot, uint32_t enabled);
 
 /* Names the parameters of a slot, `size` bytes; what is in them is the plug-in's business. The memory stays the host's; it
- * is read when a recording starts or at the next buffer after EffectChanged, in any thread, and has to stay until then. A
- * slot without parameters (null or of size 0) does nothing. 1, or 0 for a slot that there is not. No result code. */
+ * is read when a recording starts and at the next buffer after EffectChanged or any LoadEffectFile, in any thread, and has
+ * to stay as long as the slot names it. A slot that never had parameters does nothing. 1, or 0 for a slot that there is not. No result code. */
 TOLVANE_API uint16_t TOLVANE_CALL SetEffectsParameters(int32_t slot, const void* parameters, uint32_t size);
 
 /* Says that parameters have changed, or that the next recording wants effects. */
@@ -566,11 +576,12 @@ TOLVANE_API void TOLVANE_CALL EffectChanged(void);
  * library. What they return is not looked at. examples/effects/ holds two plug-ins.
  *
  * SetEffectParams comes first, with the format of the recording and then four zeros and TOLVANE_ALL_PARAMETERS; it comes
- * again after EffectChanged, with a new copy. `parameters` is null where memory is lacking.
+ * again after EffectChanged, with a new copy. `parameters` is null where memory is lacking, or for size 0.
  * ApplyEffect changes a buffer in place: `input` and `output` are one address, `inputBytes` and `outputBytes` too. The
- * buffer holds *inputBytes bytes of whole frames; the plug-in says in *outputBytes how many are left, never more.
+ * buffer holds *inputBytes bytes of whole frames, possibly none; the plug-in says in *outputBytes how many are left, never more.
  * FreeEffectBuffers comes last: the plug-in lets go of what it holds for this copy, and frees the copy itself with the
- * system's GlobalFree. Where it is missing, the slot keeps its copy.
+ * system's GlobalFree. Where it is missing, the slot keeps its copy, and goes on with
+ * it in later recordings.
  * AbortEffectProcessing and QueryEffectInterface are looked for and not called. */
 typedef uint32_t(TOLVANE_CALL* TolvaneSetEffectParams)(void* parameters, const struct tWAVEFORMATEX* format,
                                                        uint32_t zero1, uint32_t zero2, uint32_t zero3,
@@ -702,7 +713,8 @@ TOLVANE_API uint16_t TOLVANE_CALL AudioEditCloseHandle(EditJob** job);
  * of a job: TOLVANE_NOT_WAVE; TOLVANE_NO_DATA; TOLVANE_BEYOND_END; TOLVANE_DISK_FULL when the temp folder's disk has not
  * more than twice the file's size; TOLVANE_NO_FILE_BUFFER; TOLVANE_NO_UNDO_COPY; TOLVANE_EDIT_NOT_WRITTEN, also for a
  * file that ends before its sound does and a result that would be larger than a wave file can be;
- * TOLVANE_NOT_PUT_IN_PLACE; TOLVANE_CANCELLED; and those named below. After a failure no file has changed. */
+ * TOLVANE_NOT_PUT_IN_PLACE; TOLVANE_CANCELLED; TOLVANE_NO_MEMORY and TOLVANE_MEMORY_NOT_LOCKED; and those named below. After a failure no file has
+ * changed. */
 
 /* Takes the selection out of the file and into the clipboard, or into `cutFile`. Nothing selected:
  * TOLVANE_NOTHING_TO_CUT. A `cutFile` that is missing or the file itself: TOLVANE_EDIT_NOT_WRITTEN. A cut that fails on
@@ -766,7 +778,8 @@ TOLVANE_API uint16_t TOLVANE_CALL AudioInsertSilence(const char* fileName, uint3
  * TOLVANE_OK. */
 TOLVANE_API uint16_t TOLVANE_CALL AudioEditSetUndoRedo(uint32_t on);
 
-/* 1 when there is something to undo or to redo, otherwise 0. */
+/* 1 when something is kept that an undo or a redo could bring back, otherwise 0. After an edit that was refused something
+ * may still be kept that belongs to an earlier one: the undo itself decides. */
 TOLVANE_API uint32_t TOLVANE_CALL AudioEditCanUndo(void);
 TOLVANE_API uint32_t TOLVANE_CALL AudioEditCanRedo(void);
 
@@ -784,12 +797,13 @@ TOLVANE_API uint16_t TOLVANE_CALL AudioEditRedo(void);
  * whole numbers, and frames are repeated or dropped, without a filter; 8 and 16 bits, 1 and 2 channels (averaged) are
  * possible. Up to three steps follow one another, rate, channels, size, and share the progress in equal parts of
  * 100, 50 or 33 percent. When it fails or is cancelled, the target keeps what the last step left in it.
+ * Unlike an edit it does not ask whether the file that an empty name stands for is being played.
  * With `wait` not 0 it returns when done, and `job` is not used; with `wait` 0 it runs as a job (see above).
  * Results: TOLVANE_OK, also when a job was started. At once: TOLVANE_FILE_IS_PLAYING; TOLVANE_NO_PATH;
  * TOLVANE_CANNOT_OPEN; TOLVANE_EDIT_NOT_PCM; TOLVANE_NO_CHANGE_MEMORY, also when no job can be started, and the
  * handle is null then. With `wait` not 0, or as the job's reason: TOLVANE_INPUT_NOT_OPENED to
- * TOLVANE_OUTPUT_NOT_WRITTEN, the last also for a target that is the file itself and for a file that ends before its
- * sound does; TOLVANE_CHANGE_NOT_POSSIBLE; TOLVANE_SAME_FORMAT; TOLVANE_CANCELLED. */
+ * TOLVANE_OUTPUT_NOT_WRITTEN, the last also for a target that is the file itself, for a result that would be larger
+ * than a wave file can be, and for a file that ends before its sound does; TOLVANE_CHANGE_NOT_POSSIBLE; TOLVANE_SAME_FORMAT; TOLVANE_CANCELLED. */
 TOLVANE_API uint16_t TOLVANE_CALL AudioChangeFormat(const char* fileName, const char* target,
                                                     uint32_t sampleRate, uint16_t bitsPerSample,
                                                     uint16_t channels, EditJob** job, uint32_t wait);
@@ -806,7 +820,7 @@ typedef struct PcmConversion PcmConversion;
 /* Converts the wave file `source` with a codec of the catalogue into the wave file `target`.
  * `formatTagIndex` names a format tag of the codec. Where it is called "PCM", channels, rate and bits of `pcmFormat`
  * (null = all 0) are the target format; of any other tag the user chooses the format in the system's dialog (on Linux
- * the codec's format nearest to 11,025 Hz, mono, 8 bits). 0xFFFFFFFF, like any index the codec does not have, takes
+ * the codec's format nearest to 11,025 Hz, mono, 8 bits). 0xFFFFFFFF, like any index from its count of tags on, takes
  * the format that the codec itself suggests, and asks nobody: what a host without a user passes. With `allowFallback`
  * not 0 another codec may take over; where PCM was asked for, into the format of 18 bytes that the system suggests
  * for the source, or at last into PCM at 22,050 Hz, stereo, 16 bits.
@@ -822,7 +836,7 @@ TOLVANE_API uint16_t TOLVANE_CALL AudioConvert(uint16_t codecIndex, uint32_t for
                                                const struct tWAVEFORMATEX* pcmFormat, uint32_t allowFallback,
                                                ConvertJob** job, uint32_t wait);
 
-/* Asks a job to end; it then ends with the reason TOLVANE_OK and leaves no file. Always TOLVANE_OK. A null handle is
+/* Asks a job to end; it then ends with the reason TOLVANE_OK and leaves no new file, unless it was just done. Always TOLVANE_OK. A null handle is
  * ignored here, and is a job that has ended well in the functions below. */
 TOLVANE_API uint16_t TOLVANE_CALL AudioConvertCancelPressed(ConvertJob* job);
 
@@ -842,7 +856,7 @@ TOLVANE_API uint16_t TOLVANE_CALL AudioConvertCloseHandle(ConvertJob** job);
 /* Converts the wave file `source` into `target` in a PCM format, by whatever codec can: a compressed file first into
  * the PCM format that its codec suggests, then into `format`, which must be PCM (else, or null: TOLVANE_NO_STREAM). A
  * file that has the format already is copied. If the second of two steps fails, `target` holds what was converted
- * until then. Results: TOLVANE_OK; TOLVANE_INPUT_NOT_OPENED (350) to TOLVANE_OUTPUT_NOT_PREPARED (369);
+ * until then, or is as it was where that is nothing. A null path is TOLVANE_NO_INPUT_PATH or TOLVANE_NO_OUTPUT_PATH. Results: TOLVANE_OK; TOLVANE_INPUT_NOT_OPENED (350) to TOLVANE_OUTPUT_NOT_PREPARED (369);
  * TOLVANE_NO_PCM_SUGGESTION; TOLVANE_NO_STREAM; TOLVANE_SOURCE_CUT_SHORT (423) to TOLVANE_TARGET_FORM_OPEN (427);
  * TOLVANE_PCM_SOURCE_NOT_WAVE; TOLVANE_PCM_SOURCE_NO_DATA. */
 TOLVANE_API uint32_t TOLVANE_CALL ACMAudioConvertFormatPCM(const char* source, const char* target,
@@ -858,7 +872,8 @@ TOLVANE_API PcmConversion* TOLVANE_CALL ACMBeginConvertPCMEx(const char* source,
 TOLVANE_API uint32_t TOLVANE_CALL GetACMStatus(PcmConversion* conversion, uint32_t* progress);
 
 /* Releases the handle. A conversion that still runs is asked to end, and waited for 100 milliseconds; what it has
- * converted until then becomes the target, which may take a moment longer. Always 0. */
+ * converted until then becomes the target, also in the place of a source that is its own target; that may take a moment
+ * longer. Always 0. */
 TOLVANE_API uint32_t TOLVANE_CALL AbortACMConversion(PcmConversion* conversion);
 
 #ifdef __cplusplus

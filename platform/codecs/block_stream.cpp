@@ -47,20 +47,20 @@ class Stage {
 
 class EncoderStream final : public BlockStream {
   public:
-    EncoderStream(Stage stage, size_t block, std::unique_ptr<BlockEncoder> encoder)
-        : BlockStream(stage.BlockBytes(), block),
+    EncoderStream(Stage stage, std::unique_ptr<BlockCodec> codec)
+        : BlockStream(stage.BlockBytes(), codec->Shape().bytes),
           stage_(std::move(stage)),
-          block_(block),
-          encoder_(std::move(encoder)) {}
+          block_(codec->Shape().bytes),
+          codec_(std::move(codec)) {}
 
   private:
     void ConvertBlocks(const uint8_t* source, uint8_t* target, size_t count) override {
         if (stage_.CanSkip(source))
-            return encoder_->Encode(reinterpret_cast<const int16_t*>(source), target, count);
+            return codec_->Encode(reinterpret_cast<const int16_t*>(source), target, count);
         for (size_t blocks; count > 0; count -= blocks) {
             blocks = std::min(count, stage_.Blocks());
             stage_.Load(source, blocks * stage_.BlockFrames());
-            encoder_->Encode(stage_.Samples(), target, blocks);
+            codec_->Encode(stage_.Samples(), target, blocks);
             source += blocks * stage_.BlockBytes();
             target += blocks * block_;
         }
@@ -68,50 +68,49 @@ class EncoderStream final : public BlockStream {
     size_t ConvertRest(std::span<const uint8_t> rest, uint8_t* target) override {
         if (rest.size() < stage_.FrameBytes()) return 0;
         stage_.LoadRest(rest);
-        encoder_->Encode(stage_.Samples(), target, 1);
+        codec_->Encode(stage_.Samples(), target, 1);
         return block_;
     }
-    void Restart() override { encoder_->Restart(); }
+    void Restart() override { codec_->Restart(); }
 
     Stage stage_;
     size_t block_;
-    std::unique_ptr<BlockEncoder> encoder_;
+    std::unique_ptr<BlockCodec> codec_;
 };
 
 class DecoderStream final : public BlockStream {
   public:
-    DecoderStream(Stage stage, size_t block, std::unique_ptr<BlockDecoder> decoder)
-        : BlockStream(block, stage.BlockBytes()),
+    DecoderStream(Stage stage, std::unique_ptr<BlockCodec> codec)
+        : BlockStream(codec->Shape().bytes, stage.BlockBytes()),
           stage_(std::move(stage)),
-          block_(block),
-          decoder_(std::move(decoder)) {}
+          block_(codec->Shape().bytes),
+          codec_(std::move(codec)) {}
 
   private:
     void ConvertBlocks(const uint8_t* source, uint8_t* target, size_t count) override {
-        if (stage_.CanSkip(target))
-            return decoder_->Decode(source, reinterpret_cast<int16_t*>(target), count);
+        if (stage_.CanSkip(target)) return codec_->Decode(source, reinterpret_cast<int16_t*>(target), count);
         for (size_t blocks; count > 0; count -= blocks) {
             blocks = std::min(count, stage_.Blocks());
-            decoder_->Decode(source, stage_.Samples(), blocks);
+            codec_->Decode(source, stage_.Samples(), blocks);
             stage_.Store(target, blocks * stage_.BlockFrames());
             source += blocks * block_;
             target += blocks * stage_.BlockBytes();
         }
     }
     size_t ConvertRest(std::span<const uint8_t> rest, uint8_t* target) override {
-        const size_t frames = std::min(decoder_->FramesIn(rest.size()), stage_.BlockFrames());
+        const size_t frames = std::min(codec_->FramesIn(rest.size()), stage_.BlockFrames());
         if (!frames) return 0;
         std::vector<uint8_t> whole(block_);
         std::copy(rest.begin(), rest.end(), whole.begin());
-        decoder_->Decode(whole.data(), stage_.Samples(), 1);
+        codec_->Decode(whole.data(), stage_.Samples(), 1);
         stage_.Store(target, frames);
         return frames * stage_.FrameBytes();
     }
-    void Restart() override { decoder_->Restart(); }
+    void Restart() override { codec_->Restart(); }
 
     Stage stage_;
     size_t block_;
-    std::unique_ptr<BlockDecoder> decoder_;
+    std::unique_ptr<BlockCodec> codec_;
 };
 
 }  // namespace
@@ -162,17 +161,12 @@ MMRESULT BlockStream::Convert(Piece& piece) {
     return MMSYSERR_NOERROR;
 }
 
-std::unique_ptr<Stream> OpenEncoder(const FormatView& pcm, BlockShape shape,
-                                    std::unique_ptr<BlockEncoder> encoder) {
-    Stage stage(FrameLayout::Of(pcm), shape.frames);
+std::unique_ptr<Stream> OpenBlockStream(const FormatView& source, const FormatView& target,
+                                        std::unique_ptr<BlockCodec> codec) {
+    Stage stage(FrameLayout::Of(source.IsPcm() ? source : target), codec->Shape().frames);
+    if (!source.IsPcm()) return std::make_unique<DecoderStream>(std::move(stage), std::move(codec));
     if (stage.BlockBytes() > kCallersPiece) return nullptr;
-    return std::make_unique<EncoderStream>(std::move(stage), shape.bytes, std::move(encoder));
-}
-
-std::unique_ptr<Stream> OpenDecoder(BlockShape shape, const FormatView& pcm,
-                                    std::unique_ptr<BlockDecoder> decoder) {
-    return std::make_unique<DecoderStream>(Stage(FrameLayout::Of(pcm), shape.frames), shape.bytes,
-                                           std::move(decoder));
+    return std::make_unique<EncoderStream>(std::move(stage), std::move(codec));
 }
 
 }  // namespace tolvane::platform

@@ -5,8 +5,8 @@
 #ifndef TOLVANE_PLATFORM_CODECS_BLOCK_STREAM_H
 #define TOLVANE_PLATFORM_CODECS_BLOCK_STREAM_H
 
+#include "platform/codecs/driver.h"
 #include "platform/codecs/frames.h"
-#include "platform/codecs/stream.h"
 
 namespace tolvane::platform {
 
@@ -36,33 +36,35 @@ class BlockStream : public Stream {
     size_t held_ = 0;  // source bytes that count as used when the pending bytes are out
 };
 
-// Sound as the kernels of codecs see it: `pcm` is aligned, 16 bits, channels interleaved.
-struct BlockEncoder {
-    virtual ~BlockEncoder() = default;
-    virtual void Encode(const int16_t* pcm, uint8_t* blocks, size_t count) = 0;
-    // A new sound begins (for what one block takes over from the one before).
-    virtual void Restart() {}
-};
-
-struct BlockDecoder {
-    virtual ~BlockDecoder() = default;
-    virtual void Decode(const uint8_t* blocks, int16_t* pcm, size_t count) = 0;
-    // How many frames the first `bytes` bytes of a block hold, fewer than a whole one has.
-    virtual size_t FramesIn(size_t bytes) const = 0;
-    virtual void Restart() {}
-};
-
 // One block of the compressed side.
 struct BlockShape {
     size_t bytes;
     size_t frames;
 };
 
-// The PCM side has 8 or 16 bits. Null when a block holds so much sound that callers never have enough for one.
-std::unique_ptr<Stream> OpenEncoder(const FormatView& pcm, BlockShape shape,
-                                    std::unique_ptr<BlockEncoder> encoder);
-std::unique_ptr<Stream> OpenDecoder(BlockShape shape, const FormatView& pcm,
-                                    std::unique_ptr<BlockDecoder> decoder);
+// A family's own part for one stream, which uses one direction of it. `pcm` is aligned, 16 bits, channels interleaved.
+struct BlockCodec {
+    virtual ~BlockCodec() = default;
+    virtual BlockShape Shape() const = 0;
+    virtual void Encode(const int16_t* pcm, uint8_t* blocks, size_t count) = 0;
+    virtual void Decode(const uint8_t* blocks, int16_t* pcm, size_t count) = 0;
+    // How many frames the first `bytes` bytes of a block hold, fewer than a whole one has.
+    virtual size_t FramesIn(size_t bytes) const = 0;
+    // A new sound begins (for what one block takes over from the one before).
+    virtual void Restart() {}
+};
+
+// One of the formats is PCM, of 8 or 16 bits. Null when a block to be encoded holds so much sound that callers never
+// have enough for one.
+std::unique_ptr<Stream> OpenBlockStream(const FormatView& source, const FormatView& target,
+                                        std::unique_ptr<BlockCodec> codec);
+
+// For the table of a family whose `Codec` is made from the compressed format.
+template <class Codec>
+std::unique_ptr<Stream> OpenCodec(const Driver&, const FormatView& source, const FormatView& target) {
+    if (!IsCodecPair(source, target)) return nullptr;
+    return OpenBlockStream(source, target, std::make_unique<Codec>(source.IsPcm() ? target : source));
+}
 
 }  // namespace tolvane::platform
 #endif

@@ -1,6 +1,5 @@
 // CCITT G.711: A-law and mu-law, one byte a sample.
 #include "platform/codecs/block_stream.h"
-#include "platform/codecs/driver.h"
 #include "platform/codecs/g711_laws.h"
 
 namespace tolvane::platform {
@@ -27,35 +26,21 @@ void Describe(WORD tag, WORD channels, DWORD rate, FormatRecord& record) {
 }
 
 // A block is a frame here.
-struct Encoder final : BlockEncoder {
-    Encoder(decltype(EncodeMuLaw)* law, size_t of) : encode(law), channels(of) {}
+struct Codec final : BlockCodec {
+    explicit Codec(const FormatView& format)
+        : channels(format.head.nChannels), is_mu(format.head.wFormatTag == WAVE_FORMAT_MULAW) {}
+    BlockShape Shape() const override { return {channels, 1}; }
     void Encode(const int16_t* pcm, uint8_t* blocks, size_t count) override {
-        encode(pcm, count * channels, blocks);
+        (is_mu ? EncodeMuLaw : EncodeALaw)(pcm, count * channels, blocks);
     }
-    decltype(EncodeMuLaw)* encode;
-    size_t channels;
-};
-
-struct Decoder final : BlockDecoder {
-    Decoder(decltype(DecodeMuLaw)* law, size_t of) : decode(law), channels(of) {}
     void Decode(const uint8_t* blocks, int16_t* pcm, size_t count) override {
-        decode(blocks, count * channels, pcm);
+        (is_mu ? DecodeMuLaw : DecodeALaw)(blocks, count * channels, pcm);
     }
     size_t FramesIn(size_t) const override { return 0; }
-    decltype(DecodeMuLaw)* decode;
-    size_t channels;
-};
 
-std::unique_ptr<Stream> Open(const Driver&, const FormatView& source, const FormatView& target) {
-    if (!IsCodecPair(source, target)) return nullptr;
-    const WAVEFORMATEX& packed = source.IsPcm() ? target.head : source.head;
-    const bool mu = packed.wFormatTag == WAVE_FORMAT_MULAW;
-    const size_t channels = packed.nChannels;
-    const BlockShape shape{channels, 1};
-    if (source.IsPcm())
-        return OpenEncoder(source, shape, std::make_unique<Encoder>(mu ? EncodeMuLaw : EncodeALaw, channels));
-    return OpenDecoder(shape, target, std::make_unique<Decoder>(mu ? DecodeMuLaw : DecodeALaw, channels));
-}
+    const size_t channels;
+    const bool is_mu;
+};
 
 }  // namespace
 
@@ -66,6 +51,6 @@ const Driver kG711{"Tolvane G.711",
                    Handles,
                    SuggestForCodec,
                    Describe,
-                   Open};
+                   OpenCodec<Codec>};
 
 }  // namespace tolvane::platform

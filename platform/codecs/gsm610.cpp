@@ -1,6 +1,5 @@
 // GSM 6.10: one channel, blocks of 65 bytes for 320 samples, at any rate.
 #include "platform/codecs/block_stream.h"
-#include "platform/codecs/driver.h"
 
 #include <gsm.h>
 
@@ -35,56 +34,35 @@ void Describe(WORD tag, WORD channels, DWORD rate, FormatRecord& record) {
 constexpr size_t kHalfSamples = kSamplesPerBlock / 2;
 constexpr size_t kFirstHalf = 33, kSecondHalf = 32;
 
-class Gsm {
-  public:
-    Gsm() { Renew(); }
-    operator gsm() const { return state_.get(); }
-    void Renew() {
-        state_.reset(gsm_create());
-        int on = 1;
-        if (!state_ || gsm_option(state_.get(), GSM_OPT_WAV49, &on) < 0) throw std::bad_alloc();
-    }
-
-  private:
-    struct Destroy {
-        void operator()(gsm state) const { gsm_destroy(state); }
-    };
-    std::unique_ptr<std::remove_pointer_t<gsm>, Destroy> state_;
-};
-
-class Encoder final : public BlockEncoder {
+struct Codec final : BlockCodec {
+    explicit Codec(const FormatView&) { Codec::Restart(); }
+    BlockShape Shape() const override { return {kBlockSize, kSamplesPerBlock}; }
     void Encode(const int16_t* pcm, uint8_t* blocks, size_t count) override {
         for (; count > 0; --count, pcm += kSamplesPerBlock, blocks += kBlockSize) {
             auto* samples = const_cast<int16_t*>(pcm);
-            gsm_encode(state_, samples, blocks);
-            gsm_encode(state_, samples + kHalfSamples, blocks + kSecondHalf);
+            gsm_encode(state.get(), samples, blocks);
+            gsm_encode(state.get(), samples + kHalfSamples, blocks + kSecondHalf);
         }
     }
-    void Restart() override { state_.Renew(); }
-
-    Gsm state_;
-};
-
-class Decoder final : public BlockDecoder {
     void Decode(const uint8_t* blocks, int16_t* pcm, size_t count) override {
         for (; count > 0; --count, pcm += kSamplesPerBlock, blocks += kBlockSize) {
             auto* bytes = const_cast<uint8_t*>(blocks);
-            gsm_decode(state_, bytes, pcm);
-            gsm_decode(state_, bytes + kFirstHalf, pcm + kHalfSamples);
+            gsm_decode(state.get(), bytes, pcm);
+            gsm_decode(state.get(), bytes + kFirstHalf, pcm + kHalfSamples);
         }
     }
     size_t FramesIn(size_t bytes) const override { return bytes < kFirstHalf ? 0 : kHalfSamples; }
-    void Restart() override { state_.Renew(); }
+    void Restart() override {
+        state.reset(gsm_create());
+        int on = 1;
+        if (!state || gsm_option(state.get(), GSM_OPT_WAV49, &on) < 0) throw std::bad_alloc();
+    }
 
-    Gsm state_;
+    struct Destroy {
+        void operator()(gsm of) const { gsm_destroy(of); }
+    };
+    std::unique_ptr<std::remove_pointer_t<gsm>, Destroy> state;
 };
-
-std::unique_ptr<Stream> Open(const Driver&, const FormatView& source, const FormatView& target) {
-    constexpr BlockShape kShape{kBlockSize, kSamplesPerBlock};
-    if (!IsCodecPair(source, target)) return nullptr;
-    if (source.IsPcm()) return OpenEncoder(source, kShape, std::make_unique<Encoder>());
-    return OpenDecoder(kShape, target, std::make_unique<Decoder>());
-}
 
 }  // namespace
 
@@ -95,6 +73,6 @@ const Driver kGsm610{"Tolvane GSM 6.10",
                      Handles,
                      SuggestForCodec,
                      Describe,
-                     Open};
+                     OpenCodec<Codec>};
 
 }  // namespace tolvane::platform

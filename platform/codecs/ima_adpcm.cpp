@@ -1,6 +1,5 @@
 // IMA ADPCM: 4 bits a sample, blocks that begin with one whole sample a channel.
 #include "platform/codecs/block_stream.h"
-#include "platform/codecs/driver.h"
 #include "platform/codecs/ima_blocks.h"
 
 namespace tolvane::platform {
@@ -34,30 +33,19 @@ ImaLayout LayoutOf(const FormatView& format) {
             format.As<IMAADPCMWAVEFORMAT>()->wSamplesPerBlock};
 }
 
-struct Encoder final : BlockEncoder {
-    explicit Encoder(const ImaLayout& of) : layout(of) {}
+struct Codec final : BlockCodec {
+    explicit Codec(const FormatView& format) : layout(LayoutOf(format)) {}
+    BlockShape Shape() const override { return {layout.block_size, layout.frames}; }
     void Encode(const int16_t* pcm, uint8_t* blocks, size_t count) override {
         EncodeImaBlocks(pcm, count, layout, blocks);
     }
-    ImaLayout layout;
-};
-
-struct Decoder final : BlockDecoder {
-    explicit Decoder(const ImaLayout& of) : layout(of) {}
     void Decode(const uint8_t* blocks, int16_t* pcm, size_t count) override {
         DecodeImaBlocks(blocks, count, layout, pcm);
     }
     size_t FramesIn(size_t bytes) const override { return ImaFramesIn(bytes, layout.channels); }
-    ImaLayout layout;
-};
 
-std::unique_ptr<Stream> Open(const Driver&, const FormatView& source, const FormatView& target) {
-    if (!IsCodecPair(source, target)) return nullptr;
-    const ImaLayout layout = LayoutOf(source.IsPcm() ? target : source);
-    const BlockShape shape{layout.block_size, layout.frames};
-    if (source.IsPcm()) return OpenEncoder(source, shape, std::make_unique<Encoder>(layout));
-    return OpenDecoder(shape, target, std::make_unique<Decoder>(layout));
-}
+    const ImaLayout layout;
+};
 
 }  // namespace
 
@@ -68,6 +56,6 @@ const Driver kImaAdpcm{"Tolvane IMA ADPCM",
                        Handles,
                        SuggestForCodec,
                        Describe,
-                       Open};
+                       OpenCodec<Codec>};
 
 }  // namespace tolvane::platform

@@ -1,7 +1,6 @@
 // MS ADPCM: 4 bits a sample, blocks that begin with two whole samples a channel, predictors named in the
 // format.
 #include "platform/codecs/block_stream.h"
-#include "platform/codecs/driver.h"
 #include "platform/codecs/ms_blocks.h"
 
 namespace tolvane::platform {
@@ -51,30 +50,19 @@ MsLayout LayoutOf(const FormatView& format) {
     return layout;
 }
 
-struct Encoder final : BlockEncoder {
-    explicit Encoder(const MsLayout& of) : layout(of) {}
+struct Codec final : BlockCodec {
+    explicit Codec(const FormatView& format) : layout(LayoutOf(format)) {}
+    BlockShape Shape() const override { return {layout.block_size, layout.frames}; }
     void Encode(const int16_t* pcm, uint8_t* blocks, size_t count) override {
         EncodeMsBlocks(pcm, count, layout, blocks);
     }
-    MsLayout layout;
-};
-
-struct Decoder final : BlockDecoder {
-    explicit Decoder(const MsLayout& of) : layout(of) {}
     void Decode(const uint8_t* blocks, int16_t* pcm, size_t count) override {
         DecodeMsBlocks(blocks, count, layout, pcm);
     }
     size_t FramesIn(size_t bytes) const override { return MsFramesIn(bytes, layout.channels); }
-    MsLayout layout;
-};
 
-std::unique_ptr<Stream> Open(const Driver&, const FormatView& source, const FormatView& target) {
-    if (!IsCodecPair(source, target)) return nullptr;
-    const MsLayout layout = LayoutOf(source.IsPcm() ? target : source);
-    const BlockShape shape{layout.block_size, layout.frames};
-    if (source.IsPcm()) return OpenEncoder(source, shape, std::make_unique<Encoder>(layout));
-    return OpenDecoder(shape, target, std::make_unique<Decoder>(layout));
-}
+    const MsLayout layout;
+};
 
 }  // namespace
 
@@ -85,6 +73,6 @@ const Driver kMsAdpcm{"Tolvane MS ADPCM",
                       Handles,
                       SuggestForCodec,
                       Describe,
-                      Open};
+                      OpenCodec<Codec>};
 
 }  // namespace tolvane::platform

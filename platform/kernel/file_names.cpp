@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "platform/kernel/attributes.h"
+#include "platform/kernel/dropped_file.h"
 #include "platform/kernel/error.h"
 #include "platform/kernel/file.h"
 #include "platform/kernel/names.h"
@@ -47,6 +48,7 @@ DWORD Remove(const char* name) {
     if (lstat(name, &status) != 0) return ErrorOfName(errno, name);
     if (S_ISDIR(status.st_mode) || (S_ISREG(status.st_mode) && IsReadOnly(status)))
         return ERROR_ACCESS_DENIED;
+    const DroppedFile dropped(name);
     return unlink(name) == 0 ? ERROR_SUCCESS : ErrorOfName(errno, name);
 }
 
@@ -62,6 +64,7 @@ DWORD RenameUnlessThere(const char* from, const char* to) {
 DWORD RenameOver(const char* from, const char* to) {
     struct stat status;
     if (stat(to, &status) == 0 && (S_ISDIR(status.st_mode) || IsReadOnly(status))) return ERROR_ACCESS_DENIED;
+    const DroppedFile dropped(to);
     return rename(from, to) == 0 ? ERROR_SUCCESS : ErrorOfName(errno, from);
 }
 
@@ -139,10 +142,11 @@ DWORD ReplaceAcross(const char* replacement, const char* real) {
 DWORD ReplaceAndKeep(const char* replacement, const char* real, const char* backup) {
     struct stat before, old;
     const bool replaces_backup = stat(backup, &before) == 0;
+    if (stat(real, &old) != 0) return ErrorOfName(errno, real);
     if (renameat2(AT_FDCWD, replacement, AT_FDCWD, real, RENAME_EXCHANGE) != 0)
         return ErrorOfName(errno, replacement);
-    if (replaces_backup && stat(replacement, &old) == 0)
-        chmod(replacement, old.st_mode & before.st_mode & 0777);
+    if (replaces_backup) chmod(replacement, old.st_mode & before.st_mode & 0777);
+    const DroppedFile dropped(backup);
     if (rename(replacement, backup) == 0) return ERROR_SUCCESS;
     const DWORD error = ErrorOfName(errno, backup);
     if (renameat2(AT_FDCWD, replacement, AT_FDCWD, real, RENAME_EXCHANGE) == 0)
@@ -158,6 +162,7 @@ DWORD Replace(const char* replaced, const char* replacement, const char* backup)
     if (!realpath(replaced, real)) return ErrorOfName(errno, replaced);
     if (const DWORD error = TakeOverRights(replacement, old)) return error;
     if (backup) return ReplaceAndKeep(replacement, real, backup);
+    const DroppedFile dropped(real);
     if (rename(replacement, real) == 0) return ERROR_SUCCESS;
     return errno == EXDEV ? ReplaceAcross(replacement, real) : ErrorOfName(errno, replacement);
 }

@@ -2,6 +2,7 @@
 #include <cerrno>
 #include <fcntl.h>
 
+#include "platform/kernel/dropped_file.h"
 #include "platform/kernel/error.h"
 #include "platform/kernel/file.h"
 #include "platform/kernel/names.h"
@@ -108,7 +109,7 @@ bool WriteFully(int fd, const void* bytes, size_t size, size_t& done) {
     done = 0;
     while (done < size) {
         const ssize_t part = write(fd, static_cast<const char*>(bytes) + done, size - done);
-        if (part < 0 && errno == EINTR) continue;
+        if (part < 0 && (errno == EINTR || (errno == ENOSPC && WaitForDroppedFiles()))) continue;
         if (part < 0) return false;
         done += static_cast<size_t>(part);
     }

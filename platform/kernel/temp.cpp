@@ -8,6 +8,7 @@
 #include <sys/random.h>
 #include <sys/statvfs.h>
 
+#include "platform/kernel/dropped_file.h"
 #include "platform/kernel/error.h"
 #include "platform/kernel/file.h"
 #include "platform/kernel/names.h"
@@ -72,6 +73,7 @@ UINT MakeTempFile(const TempFolder& folder, const char* prefix, char* name) {
 BOOL QueryVolume(const char* folder, struct statvfs& volume) {
     const char* name = folder && *folder ? folder : ".";
     if (const DWORD wrong = CheckName(name)) return Fail(wrong);
+    WaitForDroppedFiles();
     return statvfs(name, &volume) == 0 ? TRUE : Fail(ErrorOfName(errno, name));
 }
 

@@ -7,7 +7,10 @@
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <utility>
+
+#include "platform/kernel/dropped_file.h"
 
 namespace tolvane::platform {
 
@@ -26,6 +29,12 @@ ssize_t ReadAt(int fd, char* bytes, size_t size, int64_t offset) {
     return got;
 }
 
+// So small a part of what is free that nobody else lacks it: a recording next to a full disk does not end for it.
+int64_t RoomToSpare(int fd) {
+    struct statvfs volume;
+    return fstatvfs(fd, &volume) == 0 ? static_cast<int64_t>(volume.f_bavail / 16 * volume.f_frsize) : 0;
+}
+
 }  // namespace
 
 MmioFile::~MmioFile() {
@@ -40,7 +49,8 @@ void MmioFile::Reserve(int64_t end) {
     if (end <= reserved_ || end < kReserveFrom) return;
     const int64_t step = std::clamp(end / kReservePart, kReserveFrom, kMostReserve);
     const int64_t from = reserved_;
-    const bool done = fallocate(fd_.get(), FALLOC_FL_KEEP_SIZE, from, end + step - from) == 0;
+    const bool done = step <= RoomToSpare(fd_.get()) &&
+                      fallocate(fd_.get(), FALLOC_FL_KEEP_SIZE, from, end + step - from) == 0;
     reserved_ = done ? end + step : kLastOffset + 1;
 }
 
@@ -56,7 +66,7 @@ LONG MmioFile::WriteAt(const char* bytes, LONG size, int64_t offset) {
     LONG done = 0;
     while (done < size) {
         const ssize_t part = pwrite(fd_.get(), bytes + done, static_cast<size_t>(size - done), offset + done);
-        if (part < 0 && errno == EINTR) continue;
+        if (part < 0 && (errno == EINTR || (errno == ENOSPC && WaitForDroppedFiles()))) continue;
         if (part <= 0) break;
         done += static_cast<LONG>(part);
     }

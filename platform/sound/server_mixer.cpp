@@ -48,7 +48,8 @@ class SourceTypes {
             if (Contains(name, text) && Take(text[0] == 'm' ? MIXERLINE_COMPONENTTYPE_SRC_MICROPHONE
                                                             : MIXERLINE_COMPONENTTYPE_SRC_LINE))
                 return taken_.back();
-        for (const DWORD other : {MIXERLINE_COMPONENTTYPE_SRC_AUXILIARY, MIXERLINE_COMPONENTTYPE_SRC_ANALOG})
+        for (const DWORD other :
+             {DWORD{MIXERLINE_COMPONENTTYPE_SRC_AUXILIARY}, DWORD{MIXERLINE_COMPONENTTYPE_SRC_ANALOG}})
             if (Take(other)) return other;
         return MIXERLINE_COMPONENTTYPE_SRC_UNDEFINED;
     }

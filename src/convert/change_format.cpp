@@ -45,6 +45,21 @@ uint16_t CopyOver(const char* from, const char* to) {
     return CopyFileA(from, to, FALSE) ? TOLVANE_OK : TOLVANE_OUTPUT_NOT_WRITTEN;
 }
 
+// Whether what the passes make fits a wave file, where one of them makes more than it reads.
+bool AllPassesFit(const WAVEFORMATEX& from, DWORD size, const PcmShape& wanted) {
+    const Changes changes = Compare(from, wanted);
+    uint64_t made = size, most = 0;
+    const auto grow = [&](bool changed, uint64_t to, uint64_t before) {
+        if (!changed) return;
+        made = made * to / before;
+        if (to > before) most = std::max(most, made);
+    };
+    grow(changes.rate, wanted.rate, from.nSamplesPerSec);
+    grow(changes.channels, wanted.channels, from.nChannels);
+    grow(changes.size, wanted.bits, from.wBitsPerSample);
+    return most <= kMostSound;
+}
+
 // A copy of a file that may not be written may not be written either, but the next step wants to.
 uint16_t CopySource(const char* file, const char* target) {
     const uint16_t result = CopyOver(file, target);
@@ -52,35 +67,35 @@ uint16_t CopySource(const char* file, const char* target) {
     return result;
 }
 
-using Pass = uint16_t (*)(const char* input, const char* output, const PcmShape& wanted, const PassProgress&);
-
 // Changes the target through a scratch file.
-uint16_t ChangeTarget(const char* target, Pass pass, const PcmShape& wanted, PassProgress* progress) {
+uint16_t ChangeTarget(const char* target, Property property, const PcmShape& wanted, PassProgress* progress) {
     const TempFile scratch = TempFile::InLibraryFolder();
     if (!scratch) return TOLVANE_OUTPUT_NOT_WRITTEN;
-    const uint16_t result = pass(target, scratch.Path(), wanted, *progress);
+    const uint16_t result = ChangeProperty(property, target, scratch.Path(), wanted, *progress);
     progress->base += progress->share;
     return result == TOLVANE_OK ? CopyOver(scratch.Path(), target) : result;
 }
 
 uint16_t ChangeFormat(const char* file, const char* target, const PcmShape& wanted, const JobControl& job) {
     WAVEFORMATEX from;
-    uint16_t result = ReadPcmFormat(file, &from);
+    DWORD size = 0;
+    uint16_t result = ReadPcmFormat(file, &from, &size);
     if (result == TOLVANE_OK) result = CheckChange(from, wanted);
     if (result != TOLVANE_OK) return result;
-    if (!IsUsablePath(target) || IsSameFile(file, target)) return TOLVANE_OUTPUT_NOT_WRITTEN;
+    if (!IsUsablePath(target) || IsSameFile(file, target) || !AllPassesFit(from, size, wanted))
+        return TOLVANE_OUTPUT_NOT_WRITTEN;
     const Changes changes = Compare(from, wanted);
     PassProgress progress = {job, 100 / changes.Count(), 0};
     if (changes.rate) {
-        result = ChangeSampleRate(file, target, wanted, progress);
+        result = ChangeProperty(Property::kRate, file, target, wanted, progress);
         progress.base += progress.share;
     } else {
         result = CopySource(file, target);
     }
     if (result == TOLVANE_OK && changes.channels)
-        result = ChangeTarget(target, ChangeChannels, wanted, &progress);
+        result = ChangeTarget(target, Property::kChannels, wanted, &progress);
     if (result == TOLVANE_OK && changes.size)
-        result = ChangeTarget(target, ChangeSampleSize, wanted, &progress);
+        result = ChangeTarget(target, Property::kSampleSize, wanted, &progress);
     return result;
 }
 
@@ -116,8 +131,7 @@ uint16_t ChangeFormatNow(const char* name, const char* target, const PcmShape& w
 uint16_t StartChangeFormat(const char* name, const char* target, const PcmShape& wanted, EditJob** handle) {
     ChangedFiles files;
     if (const uint16_t refused = files.Settle(name, target)) return refused;
-    if (!handle) return TOLVANE_NO_CHANGE_MEMORY;  // nobody could ever free the job
-    *handle = nullptr;
+    if (handle) *handle = nullptr;
     EditJobOwner job = NewEditJob(sizeof(ChangeParameters));
     if (!job) return TOLVANE_NO_CHANGE_MEMORY;
     auto* change = static_cast<ChangeParameters*>(job->parameters);

@@ -6,6 +6,7 @@
 #include "convert/acm_driver.h"
 #include "convert/catalogue.h"
 #include "convert/conversion.h"
+#include "files/pcm_format.h"
 #include "files/replacement.h"
 #include "files/wave_reader.h"
 #include "files/wave_writer.h"
@@ -14,16 +15,8 @@ namespace tolvane {
 
 namespace {
 
-constexpr WAVEFORMATEX kLastAttempt = {WAVE_FORMAT_PCM, 2, 22050, 88200, 4, 16, 0};
+constexpr WAVEFORMATEX kLastAttempt = PcmFormat(2, 22050, 16);
 constexpr FOURCC kFactChunk = mmioFOURCC('f', 'a', 'c', 't');
-
-WAVEFORMATEX ToPcm(WAVEFORMATEX format) {
-    format.wFormatTag = WAVE_FORMAT_PCM;
-    format.nBlockAlign = static_cast<WORD>(format.nChannels * (format.wBitsPerSample / 8));
-    format.nAvgBytesPerSec = format.nSamplesPerSec * format.nChannels * (format.wBitsPerSample / 8u);
-    format.cbSize = 0;
-    return format;
-}
 
 // A dialog of a service would wait on a desktop where nobody can close it.
 bool IsDesktopVisible() {
@@ -128,7 +121,11 @@ TolvaneResult CodecConversion::MakeFormat() {
     }
     if (format_.Allocate(format_size_, GMEM_MOVEABLE | GMEM_ZEROINIT) != GlobalBlock::Outcome::kDone)
         return TOLVANE_NO_FORMAT_MEMORY;
-    if (choice_.to_pcm) return *Target() = ToPcm(request_.pcm_format), TOLVANE_OK;
+    if (choice_.to_pcm) {
+        const WAVEFORMATEX& wanted = request_.pcm_format;
+        *Target() = PcmFormat(wanted.nChannels, wanted.nSamplesPerSec, wanted.wBitsPerSample);
+        return TOLVANE_OK;
+    }
     const TolvaneResult result = SuggestFormat();
     return result == TOLVANE_OK && choice_.names_tag ? LetUserChoose() : result;
 }

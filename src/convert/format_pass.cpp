@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "convert/sample_loops.h"
+#include "files/pcm_format.h"
 #include "files/wave_reader.h"
 #include "files/wave_writer.h"
 #include "frame/handles.h"
@@ -15,18 +16,10 @@ namespace {
 // The step of the arithmetic and of the progress; frames that are dropped are counted within it.
 constexpr DWORD kBlockSize = 8192;
 constexpr LONG kFileBufferSize = 65536;
-constexpr DWORD kShortestFormat = 16;             // a format record without its extra size
-constexpr uint64_t kMostSound = 0x7FFFFFFF - 64;  // what a file of 2 GiB has room for beside its headers
+constexpr DWORD kShortestFormat = 16;  // a format record without its extra size
 
 WAVEFORMATEX FormatOf(const PcmShape& shape) {
-    WAVEFORMATEX format = {};
-    format.wFormatTag = WAVE_FORMAT_PCM;
-    format.nChannels = shape.channels;
-    format.nSamplesPerSec = shape.rate;
-    format.wBitsPerSample = shape.bits;
-    format.nBlockAlign = static_cast<WORD>(shape.channels * (shape.bits / 8));
-    format.nAvgBytesPerSec = shape.rate * format.nBlockAlign;
-    return format;
+    return PcmFormat(shape.channels, shape.rate, shape.bits);
 }
 
 PcmShape ShapeOf(const WAVEFORMATEX& format) {
@@ -72,29 +65,41 @@ struct BlockChange {
     uint32_t growth;  // the output has at most so many times the bytes of the input
 };
 
-BlockChange PlanSampleRate(const WAVEFORMATEX& from, const PcmShape& wanted) {
+BlockChange PlanSampleRate(const WAVEFORMATEX& from, uint32_t rate) {
     PcmShape shape = ShapeOf(from);
-    const uint32_t old_rate = std::exchange(shape.rate, wanted.rate);
-    const bool raise = wanted.rate > old_rate;
-    const uint32_t factor = raise ? wanted.rate / old_rate : old_rate / wanted.rate;
+    const uint32_t old_rate = std::exchange(shape.rate, rate);
+    const bool raise = rate > old_rate;
+    const uint32_t factor = raise ? rate / old_rate : old_rate / rate;
     const BlockLoop loop = (raise ? RepeatLoop : KeepLoop)(from.nBlockAlign);
     return {FormatOf(shape), loop, from.nBlockAlign, factor, raise ? factor : 1};
 }
 
 // Both follow what the file has now, whatever it had when it was looked at first.
-BlockChange PlanChannels(const WAVEFORMATEX& from, const PcmShape&) {
+BlockChange PlanChannels(const WAVEFORMATEX& from) {
     PcmShape shape = ShapeOf(from);
     const bool mono = shape.channels == 1;
     shape.channels = mono ? 2 : 1;
     const uint32_t sample = shape.bits / 8u;
-    return {FormatOf(shape), mono ? RepeatLoop(sample) : AverageLoop(sample), from.nBlockAlign, 2, 2};
+    return {FormatOf(shape), mono ? RepeatLoop(sample) : AverageLoop(sample), from.nBlockAlign, 2,
+            mono ? 2u : 1u};
 }
 
-BlockChange PlanSampleSize(const WAVEFORMATEX& from, const PcmShape&) {
+BlockChange PlanSampleSize(const WAVEFORMATEX& from) {
     PcmShape shape = ShapeOf(from);
     const uint32_t sample = shape.bits / 8u;
     shape.bits = sample == 1 ? 16 : 8;
-    return {FormatOf(shape), sample == 1 ? WidenSamples : NarrowSamples, sample, 1, 2};
+    return {FormatOf(shape), sample == 1 ? WidenSamples : NarrowSamples, sample, 1, sample == 1 ? 2u : 1u};
+}
+
+BlockChange Plan(Property property, const WAVEFORMATEX& from, const PcmShape& wanted) {
+    switch (property) {
+        case Property::kRate:
+            return PlanSampleRate(from, wanted.rate);
+        case Property::kChannels:
+            return PlanChannels(from);
+        default:
+            return PlanSampleSize(from);
+    }
 }
 
 struct Blocks {
@@ -124,24 +129,6 @@ uint16_t ConvertSound(const PcmInput& input, const BlockChange& change, const Bl
     return TOLVANE_OK;
 }
 
-using Plan = BlockChange (*)(const WAVEFORMATEX& from, const PcmShape& wanted);
-
-uint16_t RunPass(const char* input_path, const char* output_path, Plan plan, const PcmShape& wanted,
-                 const PassProgress& progress) {
-    PcmInput input;
-    if (const uint16_t refused = OpenPcmInput(input_path, &input)) return refused;
-    const BlockChange change = plan(input.format, wanted);
-    if (change.growth > 1 && uint64_t{input.size} * change.growth > kMostSound)
-        return TOLVANE_OUTPUT_NOT_WRITTEN;
-    Blocks blocks;
-    if (!blocks.Allocate(change.growth, input.size)) return TOLVANE_NO_CHANGE_MEMORY;
-    WaveWriter output;
-    if (!output.CreatePcm(output_path, change.format)) return TOLVANE_OUTPUT_NOT_WRITTEN;
-    const uint16_t result = ConvertSound(input, change, blocks, &output, progress);
-    const bool finished = output.FinishPcm();
-    return result == TOLVANE_OK && !finished ? uint16_t{TOLVANE_OUTPUT_NOT_WRITTEN} : result;
-}
-
 }  // namespace
 
 void PassProgress::Show(uint64_t done, uint64_t total) const {
@@ -154,26 +141,28 @@ bool IsPossibleShape(const PcmShape& shape) {
            shape.rate != 0 && uint64_t{shape.rate} * shape.channels * shape.bits / 8 <= UINT32_MAX;
 }
 
-uint16_t ReadPcmFormat(const char* path, WAVEFORMATEX* format) {
+uint16_t ReadPcmFormat(const char* path, WAVEFORMATEX* format, DWORD* sound_size) {
     PcmInput input;
     const uint16_t result = OpenPcmInput(path, &input);
     *format = input.format;
+    *sound_size = input.size;
     return result;
 }
 
-uint16_t ChangeSampleRate(const char* input, const char* output, const PcmShape& wanted,
-                          const PassProgress& progress) {
-    return RunPass(input, output, PlanSampleRate, wanted, progress);
-}
-
-uint16_t ChangeChannels(const char* input, const char* output, const PcmShape& wanted,
-                        const PassProgress& progress) {
-    return RunPass(input, output, PlanChannels, wanted, progress);
-}
-
-uint16_t ChangeSampleSize(const char* input, const char* output, const PcmShape& wanted,
-                          const PassProgress& progress) {
-    return RunPass(input, output, PlanSampleSize, wanted, progress);
+uint16_t ChangeProperty(Property property, const char* input_path, const char* output_path,
+                        const PcmShape& wanted, const PassProgress& progress) {
+    PcmInput input;
+    if (const uint16_t refused = OpenPcmInput(input_path, &input)) return refused;
+    const BlockChange change = Plan(property, input.format, wanted);
+    if (change.growth > 1 && uint64_t{input.size} * change.growth > kMostSound)
+        return TOLVANE_OUTPUT_NOT_WRITTEN;
+    Blocks blocks;
+    if (!blocks.Allocate(change.growth, input.size)) return TOLVANE_NO_CHANGE_MEMORY;
+    WaveWriter output;
+    if (!output.CreatePcm(output_path, change.format)) return TOLVANE_OUTPUT_NOT_WRITTEN;
+    const uint16_t result = ConvertSound(input, change, blocks, &output, progress);
+    const bool finished = output.FinishPcm();
+    return result == TOLVANE_OK && !finished ? uint16_t{TOLVANE_OUTPUT_NOT_WRITTEN} : result;
 }
 
 }  // namespace tolvane

@@ -18,6 +18,9 @@ struct PcmShape {
     uint16_t channels = 0;
 };
 
+// What a file of 2 GiB has room for beside its headers.
+inline constexpr uint64_t kMostSound = 0x7FFFFFFF - 64;
+
 // Whether the passes handle it, and its bytes a second fit 32 bits.
 bool IsPossibleShape(const PcmShape& shape);
 
@@ -33,12 +36,12 @@ struct PassProgress {
 // All of these return result codes.
 //
 // Reads the format of a PCM wave file with sound in it, of a possible shape.
-uint16_t ReadPcmFormat(const char* path, WAVEFORMATEX* format);
+uint16_t ReadPcmFormat(const char* path, WAVEFORMATEX* format, DWORD* sound_size);
 
-// The passes change the one property: the rate to that of `wanted`, channels and size to the other there is. What
-// they have written when they fail or are cancelled stays, as a valid wave file where the disk allows.
-uint16_t ChangeSampleRate(const char* input, const char* output, const PcmShape& wanted, const PassProgress&);
-uint16_t ChangeChannels(const char* input, const char* output, const PcmShape& wanted, const PassProgress&);
-uint16_t ChangeSampleSize(const char* input, const char* output, const PcmShape& wanted, const PassProgress&);
+// A pass changes one property: the rate to that of `wanted`, channels and size to the other there is. What it has
+// written when it fails or is cancelled stays, as a valid wave file where the disk allows.
+enum class Property { kRate, kChannels, kSampleSize };
+uint16_t ChangeProperty(Property property, const char* input_path, const char* output_path,
+                        const PcmShape& wanted, const PassProgress& progress);
 
 }  // namespace tolvane

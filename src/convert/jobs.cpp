@@ -28,13 +28,8 @@ constexpr DWORD kTimeToAbort = 100;  // milliseconds
 unsigned __stdcall RunConvertJob(void* record) {
     auto& job = *static_cast<ConvertJob*>(record);
     job.thread_id = GetCurrentThreadId();
-    ConvertRequest request;
-    request.codec_index = job.codec_index;
-    request.format_tag_index = job.format_tag_index;
-    request.source = job.source;
-    request.target = job.target;
-    request.pcm_format = job.pcm_format;
-    request.allow_fallback = job.allow_fallback != 0;
+    const ConvertRequest request{job.codec_index, job.format_tag_index, job.source,
+                                 job.target,      job.pcm_format,       job.allow_fallback != 0};
     job.reason = static_cast<uint16_t>(ConvertFile(request, &job));
     if (job.finished.exchange(ConvertJob::kOver) == ConvertJob::kClosed) delete &job;
     EndWorker();
@@ -86,8 +81,10 @@ TolvaneResult StartConversion(ConvertRequest request, ConvertJob** handle, bool 
     std::unique_ptr<ConvertJob> job = MakeJob(request);
     if (handle) *handle = job.get();
     if (job && !handle) job->finished = ConvertJob::kClosed;  // nobody will close it
-    if (job && StartWorker(RunConvertJob, job.get())) return job.release(), TOLVANE_OK;
-    if (handle) *handle = nullptr;
+    if (job && StartWorker(RunConvertJob, job.get()))
+        static_cast<void>(job.release());
+    else if (handle)
+        *handle = nullptr;
     return TOLVANE_OK;
 }
 
@@ -114,9 +111,12 @@ PcmConversion* BeginPcmConversion(const char* source, const char* target, const 
 }
 
 uint32_t GetPcmStatus(const PcmConversion* conversion, uint32_t* progress) {
-    if (progress) *progress = conversion ? conversion->progress.load() : 0;
-    if (!conversion || conversion->failed) return TOLVANE_CONVERSION_FAILED;
-    return conversion->done ? uint32_t{TOLVANE_CONVERSION_DONE} : 0;
+    const bool failed = !conversion || conversion->failed;
+    const bool done = !failed && conversion->done;
+    if (progress)
+        *progress = conversion ? conversion->progress.load() : 0;  // after the end it is the last one
+    if (failed) return TOLVANE_CONVERSION_FAILED;
+    return done ? uint32_t{TOLVANE_CONVERSION_DONE} : 0;
 }
 
 // The worker may go on with a second pass, which it does not leave; the record stays with it until then.

@@ -22,8 +22,9 @@ Closing CloseApart(LPTHREAD_START_ROUTINE close, void* device) {
     };
     KernelHandle thread(CreateThread(nullptr, 0, close, device, 0, nullptr));
     if (!thread) return outcome(close(device));
-    for (DWORD patience = kPatienceAtUnload; WaitForSingleObject(thread.Get(), kClosePoll) == WAIT_TIMEOUT;) {
-        if (!unloading || --patience > 0) continue;
+    DWORD polls_at_unload = 0;
+    while (WaitForSingleObject(thread.Get(), kClosePoll) == WAIT_TIMEOUT) {
+        if (!unloading || ++polls_at_unload < kPatienceAtUnload) continue;
         still_closing = true;
         return Closing::kGoesOn;
     }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "edit/muting.h"
 #include "edit/progress_copy.h"
@@ -9,6 +10,7 @@
 #include "files/inspect.h"
 #include "files/positions.h"
 #include "frame/disk_space.h"
+#include "playback/choice.h"
 
 namespace tolvane {
 
@@ -58,7 +60,8 @@ class Engine {
     const EditOperation& operation_;
     Edit edit_;
     const bool undo_ = operation_.modifies && IsUndoOn();
-    bool old_is_kept_ = false;  // the file itself becomes the undo file, so that nothing is copied for it
+    bool old_is_kept_ = false;      // the file itself becomes the undo file, so that nothing is copied for it
+    bool scratch_is_last_ = false;  // the destination is gone, and what it held is in the scratch files
     const char* read_from_ = edit_.request.file;
     Output result_, taken_;
     Replacement taken_file_;
@@ -83,6 +86,8 @@ uint16_t Engine::Measure() {
 
 uint16_t Engine::MakeUndoCopy(const JobControl& job) {
     if (!undo_ || old_is_kept_) return TOLVANE_OK;
+    if (GetFileLength(edit_.request.file) > kLargestFile)
+        return TOLVANE_NO_UNDO_COPY;  // it could not be brought back
     const bool copied = CopyWithProgress(edit_.request.file, UndoFile(), job);
     if (!copied) return DeleteFileA(UndoFile()), TOLVANE_NO_UNDO_COPY;
     read_from_ = UndoFile();
@@ -203,11 +208,17 @@ uint16_t Engine::PutInPlace() {
 
 // Where the old file cannot be kept after all, it is copied now: too late to be cancelled.
 uint16_t Engine::PutInPlaceOf(const char* destination) {
+    const bool was_there = IsThere(destination);
+    CloseLoadedFile(destination);
     if (old_is_kept_ && PlaceFileKeepingOld(WorkFile(), destination, UndoFile())) return TOLVANE_OK;
-    old_is_kept_ = false;
-    if (read_from_ == edit_.request.file)
+    scratch_is_last_ = was_there && !IsThere(destination);
+    if (scratch_is_last_) return TOLVANE_NOT_PUT_IN_PLACE;
+    const bool copies_old = std::exchange(old_is_kept_, false);
+    if (copies_old)
         if (const uint16_t failed = MakeUndoCopy(JobControl())) return failed;
-    return PlaceFile(WorkFile(), destination) ? TOLVANE_OK : TOLVANE_NOT_PUT_IN_PLACE;
+    if (PlaceFile(WorkFile(), destination)) return TOLVANE_OK;
+    scratch_is_last_ = was_there && !IsThere(destination);
+    return TOLVANE_NOT_PUT_IN_PLACE;
 }
 
 uint16_t Engine::Produce() {
@@ -220,11 +231,13 @@ uint16_t Engine::Produce() {
     return result == TOLVANE_OK ? PutInPlace() : result;
 }
 
-// A clipboard that was being written holds nothing that could be pasted.
+// A clipboard that was being written holds nothing that could be pasted. A system that lost the destination over the
+// attempt to replace it has left its sound in the scratch files alone: they stay.
 void Engine::RemoveOutputs() {
     edit_.source.Reset();
     result_.writer.Close();
     taken_.writer.Close();
+    if (scratch_is_last_) return;
     if (operation_.modifies) DeleteFileA(WorkFile());
     const char* clipboard = edit_.scratch.Name(ScratchFile::kClipboard);
     if (operation_.taken && strcmp(operation_.taken(edit_), clipboard) == 0) DeleteFileA(clipboard);
@@ -237,7 +250,8 @@ uint16_t Engine::Run() {
     if (result != TOLVANE_OK) return result;
     if (edit_.block.Allocate(kEditBlock, GMEM_MOVEABLE | GMEM_ZEROINIT) != GlobalBlock::Outcome::kDone)
         return TOLVANE_NO_FILE_BUFFER;
-    old_is_kept_ = undo_ && !*edit_.request.second_file && CanBecome(UndoFile(), edit_.request.file);
+    old_is_kept_ = undo_ && !*edit_.request.second_file && CanBecome(UndoFile(), edit_.request.file) &&
+                   GetFileLength(edit_.request.file) <= kLargestFile;
     result = MakeUndoCopy(edit_.job);
     if (result != TOLVANE_OK) return result;
     result = Produce();

@@ -5,12 +5,17 @@
 #include <windows.h>
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
 #include "frame/text.h"
 #include "frame/worker.h"
 #include "tolvane.h"
+
+namespace tolvane {
+struct EditOperation;
+}
 
 // A record of this size says so in its first field for as long as it is valid.
 inline constexpr uint32_t kEditJobTag = 828;
@@ -30,8 +35,10 @@ struct EditJob {
     uint32_t channel_mask = 0;
     uint16_t silence_level = 0;
     void* parameters = nullptr;  // global memory, which goes with the record
+    // Behind what the size tells: null where the job is no edit.
+    const tolvane::EditOperation* operation = nullptr;
 };
-static_assert(sizeof(void*) != 4 || sizeof(EditJob) == kEditJobTag);
+static_assert(sizeof(void*) != 4 || offsetof(EditJob, operation) == kEditJobTag);
 
 namespace tolvane {
 

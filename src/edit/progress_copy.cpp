@@ -44,6 +44,7 @@ bool CopyWithProgress(const char* from, const char* to, const JobControl& job) {
         const auto length = static_cast<LONG>(AlignedLength(copied, UINT32_MAX));
         const LONG got = mmioRead(source.Get(), data, length);
         if (got < 0 || mmioWrite(target.Get(), data, got) != got) return false;
+        if (got < length && copied + static_cast<uint32_t>(got) < GetFileLength(from)) return false;
         if (got < length) break;
         copied += static_cast<uint32_t>(got);
     }

@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <cstring>
+
 #include "edit/progress_copy.h"
 #include "files/inspect.h"
 #include "files/replacement.h"
@@ -9,6 +11,7 @@
 #include "frame/immortal.h"
 #include "frame/lock.h"
 #include "frame/scratch_files.h"
+#include "playback/choice.h"
 #include "tolvane.h"
 
 namespace tolvane {
@@ -50,7 +53,9 @@ uint32_t CanRestore(ScratchFile file) {
 // By way of the work file, so that nothing unfinished ever lies beside the target on its own volume.
 bool Restore(const ScratchLease& scratch, ScratchFile from, const char* target) {
     const char* work = scratch.Name(ScratchFile::kEditWork);
-    const bool restored = CopyWithProgress(scratch.Name(from), work, JobControl()) && PlaceFile(work, target);
+    bool restored = CopyWithProgress(scratch.Name(from), work, JobControl());
+    if (restored) CloseLoadedFile(target);
+    restored = restored && PlaceFile(work, target);
     if (!restored) DeleteFileA(work);
     return restored;
 }
@@ -94,6 +99,12 @@ void ForgetUndo() {
     EditState& state = State();
     LockGuard guard(state.lock);
     state.undo_fits = state.redo_fits = false;
+}
+
+void ForgetUndoOf(const char* file) {
+    EditState& state = State();
+    LockGuard guard(state.lock);
+    if (strcmp(state.last_edited, file) == 0) state.undo_fits = state.redo_fits = false;
 }
 
 uint32_t CanUndo() {

@@ -18,6 +18,7 @@ void NoteEdited(const char* file, bool undo_copied);
 
 // The scratch files were made anew.
 void ForgetUndo();
+void ForgetUndoOf(const char* file);
 
 // 1 or 0.
 uint32_t CanUndo();

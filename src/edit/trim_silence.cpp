@@ -49,6 +49,7 @@ bool LoudFrames::HasAny(const uint8_t* data, uint32_t length) const {
         }
         return silence - lowest > threshold || highest - silence > threshold;
     };
+    if (frame != channels * step) return true;  // bytes between the samples
     if (!wide) return exceeds(data, data + length, 128);
     if (step != sizeof(int16_t)) return true;
     const auto* samples = reinterpret_cast<const int16_t*>(data);
@@ -91,30 +92,38 @@ uint16_t Scan::Read(DWORD from, DWORD length) {
 
 // The offset of the first loud frame; the size of the selection when there is none.
 uint16_t Scan::FindFirst(DWORD* found) {
+    *found = Size();
     for (DWORD from = 0; from < Size(); from += step_) {
         const DWORD length = std::min(step_, Size() - from);
         if (const uint16_t failed = Read(from, length)) return failed;
         if (!loud_.HasAny(Block(), length)) continue;
-        for (DWORD at = 0; at < length; at += frame_)
-            if (loud_.IsLoud(Block() + at)) return *found = from + at, TOLVANE_OK;
+        for (DWORD at = 0; at < length; at += frame_) {
+            if (!loud_.IsLoud(Block() + at)) continue;
+            *found = from + at;
+            return TOLVANE_OK;
+        }
     }
-    return *found = Size(), TOLVANE_OK;
+    return TOLVANE_OK;
 }
 
 uint16_t Scan::FindLast(DWORD* found) {
+    *found = 0;
     for (DWORD end = Size(); end > 0;) {
         const DWORD length = end % step_ ? end % step_ : step_;
         end -= length;
         if (const uint16_t failed = Read(end, length)) return failed;
         if (!loud_.HasAny(Block(), length)) continue;
-        for (DWORD at = length; at > 0; at -= frame_)
-            if (loud_.IsLoud(Block() + at - frame_)) return *found = end + at - frame_, TOLVANE_OK;
+        for (DWORD at = length; at > 0; at -= frame_) {
+            if (!loud_.IsLoud(Block() + at - frame_)) continue;
+            *found = end + at - frame_;
+            return TOLVANE_OK;
+        }
     }
-    return *found = 0, TOLVANE_OK;
+    return TOLVANE_OK;
 }
 
 uint16_t Scan::Run(DWORD* keep_begin, DWORD* keep_end) {
-    if (frame_ > kEditBlock || loud_.step == 0) return TOLVANE_EDIT_NOT_WRITTEN;
+    if (loud_.step == 0) return TOLVANE_EDIT_NOT_WRITTEN;
     uint16_t result = FindFirst(keep_begin);
     if (result != TOLVANE_OK) return result;
     const bool silent = *keep_begin == Size();

@@ -7,13 +7,9 @@
 uint16_t TOLVANE_CALL AudioConvert(uint16_t codecIndex, uint32_t formatTagIndex, const char* source,
                                    const char* target, const struct tWAVEFORMATEX* pcmFormat,
                                    uint32_t allowFallback, ConvertJob** job, uint32_t wait) {
-    tolvane::ConvertRequest request;
-    request.codec_index = codecIndex;
-    request.format_tag_index = static_cast<int32_t>(formatTagIndex);
-    request.source = source;
-    request.target = target;
-    if (pcmFormat) request.pcm_format = *pcmFormat;
-    request.allow_fallback = allowFallback != 0;
+    const tolvane::ConvertRequest request{
+        codecIndex, static_cast<int32_t>(formatTagIndex),    source,
+        target,     pcmFormat ? *pcmFormat : WAVEFORMATEX{}, allowFallback != 0};
     return static_cast<uint16_t>(tolvane::StartConversion(request, job, wait != 0));
 }
 

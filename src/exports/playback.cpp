@@ -84,7 +84,7 @@ uint16_t TOLVANE_CALL AudioLoadFile(const char* path) {
 }
 
 uint16_t TOLVANE_CALL AudioPlayCurrentFile(uint32_t start, uint16_t unit) {
-    return tolvane::StartLoadedFile(start, unit);
+    return tolvane::PlayLoadedFile(start, unit);
 }
 
 uint16_t TOLVANE_CALL AudioStop(void) {

@@ -27,21 +27,29 @@ struct Extremes {
     }
 
     void Take(const uint8_t* data, uint32_t count) {
-        uint32_t whole = count - count % kPlaces;
+        const uint32_t whole = count - count % kPlaces;
         for (uint32_t i = 0; i < whole; i += kPlaces)
-            TakeRun<kPlaces>(data + i * sizeof(Sample), kPlaces);
-        TakeRun<0>(data + whole * sizeof(Sample), count - whole);
+            TakeRun(data + i * sizeof(Sample));
+        TakeRest(data + whole * sizeof(Sample), count - whole);
     }
 
-    template <uint32_t kCount>
-    void TakeRun(const uint8_t* data, uint32_t count) {
+    void TakeRun(const uint8_t* data) {
         Sample run[kPlaces];
-        uint32_t n = kCount ? kCount : count;
-        memcpy(run, data, n * sizeof(Sample));
-        for (uint32_t i = 0; i < n; ++i) {
-            low[i] = std::min(low[i], run[i]);
-            high[i] = std::max(high[i], run[i]);
-        }
+        memcpy(run, data, sizeof run);
+        for (uint32_t i = 0; i < kPlaces; ++i)
+            TakeAt(i, run[i]);
+    }
+
+    void TakeRest(const uint8_t* data, uint32_t count) {
+        Sample rest[kPlaces];
+        memcpy(rest, data, count * sizeof(Sample));
+        for (uint32_t i = 0; i < count; ++i)
+            TakeAt(i, rest[i]);
+    }
+
+    void TakeAt(uint32_t place, Sample sample) {
+        low[place] = std::min(low[place], sample);
+        high[place] = std::max(high[place], sample);
     }
 
     // The largest distance from silence at place `first` and every `period` places on.

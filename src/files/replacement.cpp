@@ -9,6 +9,10 @@
 
 namespace tolvane {
 
+bool IsThere(const char* path) {
+    return GetFileAttributesA(path) != INVALID_FILE_ATTRIBUTES;
+}
+
 namespace {
 
 constexpr int kMostTries = 64;
@@ -28,10 +32,6 @@ bool Identify(const char* path, BY_HANDLE_FILE_INFORMATION* information) {
 bool AreOnOneVolume(const char* path, const char* other) {
     BY_HANDLE_FILE_INFORMATION a = {}, b = {};
     return Identify(path, &a) && Identify(other, &b) && a.dwVolumeSerialNumber == b.dwVolumeSerialNumber;
-}
-
-bool IsThere(const char* path) {
-    return GetFileAttributesA(path) != INVALID_FILE_ATTRIBUTES;
 }
 
 // What is not there can be put in place; what is there must be a file that nobody holds and that may be written.
@@ -54,10 +54,12 @@ bool FolderOf(const char* path, char (&folder)[kPathSize]) {
     return strlen(folder) <= MAX_PATH - 14;  // what GetTempFileNameA asks for
 }
 
-// Unlike a temp file, it gets the rights that any new file of the user's has.
+// A new file has the rights that any file of the user's has, unlike a temp file. One that takes an old file's place gets
+// that one's rights with it, and is nobody else's until then.
 bool MakeBeside(const char* target, char (&name)[kPathSize]) {
     char folder[kPathSize];
     if (!FolderOf(target, folder)) return false;
+    if (IsThere(target)) return GetTempFileNameA(folder, "VMN", 0, name) != 0;
     UINT number = GetTickCount() ^ (GetCurrentThreadId() << 8);
     for (int i = 0; i < kMostTries; ++i, ++number) {
         const UINT unique = number & 0xFFFF ? number & 0xFFFF : 1;
@@ -106,9 +108,8 @@ Replacement::~Replacement() {
 // empty one beside the target, and with it the rights of a new file.
 bool PlaceFile(const char* file, const char* target) {
     char path[kPathSize];
-    if (CopyFullPath(path, target) && AreOnOneVolume(path, file) && CanBeReplaced(path) &&
-        ReplaceWith(path, file))
-        return true;
+    const bool in_one_step = CopyFullPath(path, target) && AreOnOneVolume(path, file) && CanBeReplaced(path);
+    if (in_one_step && ReplaceWith(path, file)) return true;
     Replacement replacement;
     if (!replacement.Begin(target)) return false;
     const bool moved = ReplaceFileA(replacement.Path(), file, nullptr, 0, nullptr, nullptr) != 0;
@@ -129,7 +130,9 @@ bool PlaceFileKeepingOld(const char* file, const char* target, const char* kept)
     char path[kPathSize];
     if (!CopyFullPath(path, target) || !CanBeReplaced(path) || !IsThere(path)) return false;
     if (ReplaceFileA(path, file, kept, 0, nullptr, nullptr)) return true;
-    return !IsThere(path) && !MoveFileExA(kept, path, 0) && MoveFileExA(file, path, 0);
+    if (IsThere(path)) return false;
+    if (MoveFileExA(kept, path, 0)) return false;  // the old file is back
+    return MoveFileExA(file, path, 0);
 }
 
 }  // namespace tolvane

@@ -5,6 +5,8 @@
 
 namespace tolvane {
 
+bool IsThere(const char* path);
+
 // Whether both names lead to one and the same existing file.
 bool IsSameFile(const char* path, const char* other);
 
@@ -34,7 +36,7 @@ class Replacement {
 };
 
 // Moves a finished file into the place of `target`, or of nothing; `file` may lie on another volume and is gone
-// afterwards. False, and both are as they were, when that cannot be done.
+// afterwards. False when that cannot be done: then the target is as it was, unless the system lost it.
 bool PlaceFile(const char* file, const char* target);
 
 // Whether the file `target` could itself become `kept`: they are on one volume, and nobody knows it by another name.

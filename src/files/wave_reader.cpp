@@ -81,6 +81,11 @@ bool FindWave(const MmioFile& file, Chunk* riff) {
     return Walk(file, 0, kLastOffset, is_wave, riff);
 }
 
+bool FindRiff(const MmioFile& file, Chunk* riff) {
+    return Walk(
+        file, 0, kLastOffset, [](const Chunk& chunk) { return chunk.ckid == FOURCC_RIFF; }, riff);
+}
+
 bool FindSubchunk(const MmioFile& file, const Chunk& riff, FOURCC id, Chunk* found) {
     auto is_named = [id](const Chunk& chunk) { return chunk.ckid == id; };
     return Walk(file, riff.dwDataOffset + kFormTypeSize, EndOf(riff), is_named, found);

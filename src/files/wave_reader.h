@@ -20,6 +20,9 @@ MmioFile OpenForReading(const char* path, DWORD share = MMIO_DENYNONE);
 // Finds the RIFF chunk of form "WAVE", from the start of the file.
 bool FindWave(const MmioFile& file, Chunk* riff);
 
+// Finds the first RIFF chunk, of whatever form.
+bool FindRiff(const MmioFile& file, Chunk* riff);
+
 // Finds the first subchunk of a name, from the start of the RIFF chunk. Sizes that lie cannot make this go
 // backwards or on for ever.
 bool FindSubchunk(const MmioFile& file, const Chunk& riff, FOURCC id, Chunk* found);

@@ -14,14 +14,14 @@ constexpr DWORD kFirstExtendedBuild = 1001;
 
 // What to ask for the free space of a folder: its drive where it names one, otherwise the folder itself. The system
 // wants a separator behind both.
-void VolumeOf(char (&folder)[kPathSize]) {
-    size_t first = strcspn(folder, "\\/");
-    bool is_drive = first > 0 && folder[first - 1] == ':';
+void CopyVolume(char (&volume)[kPathSize], const char (&folder)[kPathSize]) {
+    const size_t first = strcspn(folder, "\\/");
+    const bool is_drive = first > 0 && folder[first - 1] == ':';
+    CopyText(volume, is_drive ? first + 1 : kPathSize, folder);
     if (!folder[first] && !is_drive) return;
     const char separator[] = {folder[first] ? folder[first] : '\\', 0};
-    if (is_drive) folder[first] = 0;
-    size_t length = strlen(folder);
-    if (folder[length - 1] != *separator) CopyText(folder + length, kPathSize - length, separator);
+    const size_t length = strlen(volume);
+    if (volume[length - 1] != *separator) CopyText(volume + length, kPathSize - length, separator);
 }
 
 uint64_t PlainFreeSpace(const char* volume) {
@@ -57,10 +57,11 @@ uint64_t FreeSpaceQuery::Extended(const char* volume) {
     return service_ && service_(volume, &available, &total, &free) ? available.QuadPart : 0;
 }
 
-uint64_t FreeSpaceQuery::Of(char (&folder)[kPathSize]) {
+uint64_t FreeSpaceQuery::Of(const char (&folder)[kPathSize]) {
     if (!*folder) return 0;
-    VolumeOf(folder);
-    return HasExtendedDiskQuery() ? Extended(folder) : PlainFreeSpace(folder);
+    char volume[kPathSize];
+    CopyVolume(volume, folder);
+    return HasExtendedDiskQuery() ? Extended(volume) : PlainFreeSpace(volume);
 }
 
 uint64_t FreeSpaceQuery::OfTempFolder() {

@@ -24,7 +24,7 @@ class FreeSpaceQuery {
   private:
     using Service = BOOL(WINAPI*)(LPCSTR, PULARGE_INTEGER, PULARGE_INTEGER, PULARGE_INTEGER);
     static Service Find();
-    uint64_t Of(char (&folder)[kPathSize]);
+    uint64_t Of(const char (&folder)[kPathSize]);
     uint64_t Extended(const char* volume);
 
     Service service_ = nullptr;

@@ -12,6 +12,7 @@ struct ScratchFiles {
     Lock lock;
     char temp_folder[kPathSize] = "";
     char names[kScratchFileCount][kPathSize] = {};
+    char left_over[kPathSize] = "";  // a copy that was playing when it should have been deleted
 };
 
 ScratchFiles& Files() {
@@ -35,9 +36,11 @@ bool MakeUniqueFile(const char* folder, const char* prefix, char* name) {
     return false;
 }
 
+// Whole names: the host's current folder may be another later.
 bool SystemTempFolder(char (&folder)[kPathSize]) {
-    DWORD length = GetTempPathA(kPathSize, folder);
-    if (length > 0 && length < kPathSize) return true;
+    char told[kPathSize];
+    const DWORD length = GetTempPathA(kPathSize, told);
+    if (length > 0 && length < kPathSize && CopyFullPath(folder, told)) return true;
     folder[0] = 0;
     return false;
 }
@@ -47,10 +50,23 @@ void MakeNames(ScratchFiles& files) {
         MakeUniqueFile(files.temp_folder, kPrefixes[i], files.names[i]);
 }
 
+void Renew(ScratchFiles& files, ScratchFile file) {
+    MakeUniqueFile(files.temp_folder, kPrefixes[static_cast<int>(file)], NameOf(files, file));
+}
+
+// A file of which the system only would not tell now is there: it must not be taken for lost with what it holds.
+bool IsGone(const char* name) {
+    return !*name ||
+           (GetFileAttributesA(name) == INVALID_FILE_ATTRIBUTES && GetLastError() == ERROR_FILE_NOT_FOUND);
+}
+
+// Some systems do not delete a file that is open.
 void DeleteNames(ScratchFiles& files) {
+    if (*files.left_over && DeleteFileA(files.left_over)) files.left_over[0] = 0;
     for (ScratchFile file : kDeletionOrder) {
         char* name = NameOf(files, file);
-        if (*name) DeleteFileA(name);
+        if (*name && !DeleteFileA(name) && file == ScratchFile::kPlaybackCopy && !IsGone(name))
+            CopyText(files.left_over, kPathSize, name);
         *name = 0;
     }
 }
@@ -69,24 +85,9 @@ void DeleteScratchFiles() {
     DeleteNames(Files());
 }
 
-void MakeScratchNames() {
-    LockGuard guard(Files().lock);
-    MakeNames(Files());
-}
-
-static void Renew(ScratchFiles& files, ScratchFile file) {
-    MakeUniqueFile(files.temp_folder, kPrefixes[static_cast<int>(file)], NameOf(files, file));
-}
-
 void RenewScratchFile(ScratchFile file) {
     LockGuard guard(Files().lock);
     Renew(Files(), file);
-}
-
-// A file of which the system only would not tell now is there: it must not be taken for lost with what it holds.
-static bool IsGone(const char* name) {
-    return !*name ||
-           (GetFileAttributesA(name) == INVALID_FILE_ATTRIBUTES && GetLastError() == ERROR_FILE_NOT_FOUND);
 }
 
 ScratchLease::ScratchLease() {
@@ -104,12 +105,13 @@ ScratchLease::~ScratchLease() {
 }
 
 uint32_t SetTempPath(const char* folder) {
-    if (!IsUsablePath(folder) || strlen(folder) > kLongestTempFolder || !IsDirectory(folder)) {
+    char whole[kPathSize];
+    if (!IsUsablePath(folder) || strlen(folder) > kLongestTempFolder || !IsDirectory(folder) ||
+        !CopyFullPath(whole, folder) || strlen(whole) > kLongestTempFolder)
         return TOLVANE_NOT_A_FOLDER;
-    }
     ScratchFiles& files = Files();
     LockGuard guard(files.lock);
-    CopyText(files.temp_folder, kPathSize, folder);
+    CopyText(files.temp_folder, kPathSize, whole);
     DeleteNames(files);
     MakeNames(files);
     return TOLVANE_OK;

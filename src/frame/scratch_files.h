@@ -19,9 +19,6 @@ void SetUpScratchFiles();
 // At unload and at process exit.
 void DeleteScratchFiles();
 
-// Makes the five names (and empty files) anew in the temp folder.
-void MakeScratchNames();
-
 // Moves to another temp folder; the contents of the old scratch files are lost. A result code.
 uint32_t SetTempPath(const char* folder);
 

@@ -28,7 +28,8 @@ DWORD FindSourceControl(DWORD destination_type, DWORD source_type, DWORD control
 bool ReadValues(DWORD control, DWORD channels, DWORD items, void* values);
 bool WriteValues(DWORD control, DWORD channels, DWORD items, void* values);
 
-// Without a control (0), nothing is written and 0 read, here and below. A line of one channel refuses two values, and has one written or read.
+// Without a control (0), nothing is written and 0 read, here and below. A line of one channel refuses two values, and
+// has one written or read.
 void WriteBothChannels(DWORD control, uint16_t value);
 DWORD ReadFirstOfBothChannels(DWORD control);
 

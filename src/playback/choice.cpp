@@ -1,7 +1,10 @@
 #include "playback/choice.h"
 
+#include "edit/state.h"
 #include "files/inspect.h"
+#include "files/replacement.h"
 #include "frame/immortal.h"
+#include "frame/scratch_files.h"
 #include "tolvane.h"
 
 namespace tolvane {
@@ -13,6 +16,7 @@ namespace {
 struct CurrentFile {
     Lock lock;
     char path[kPathSize] = "";
+    bool load_again = false;  // it was loaded, and closed because it was to be replaced
     bool copy_valid = false;  // the playback copy file holds a PCM copy of it
     uint32_t choice = 0;  // which choice this is, counted whenever another begins or the copy is forgotten
 };
@@ -24,6 +28,7 @@ void ForgetCopyOf(CurrentFile& current) {
 
 void Set(CurrentFile& current, const char* path) {
     CopyText(current.path, kPathSize, IsUsablePath(path) ? path : "");
+    current.load_again = false;
     ForgetCopyOf(current);
 }
 
@@ -51,6 +56,26 @@ void KeepCopy(const Choice& choice) {
     CurrentFile& current = Immortal<CurrentFile>();
     LockGuard guard(current.lock);
     if (current.choice == choice.number) current.copy_valid = true;
+}
+
+// What can be undone is another sound's than the one that the copy holds now.
+void ForgetUndoOfCopy() {
+    char copy[kPathSize];
+    CopyScratchName(ScratchFile::kPlaybackCopy, copy);
+    ForgetUndoOf(copy);
+}
+
+void SetLoadAgain() {
+    CurrentFile& current = Immortal<CurrentFile>();
+    LockGuard guard(current.lock);
+    current.load_again = true;
+}
+
+bool TakeLoadAgain(char (&path)[kPathSize]) {
+    CurrentFile& current = Immortal<CurrentFile>();
+    LockGuard guard(current.lock);
+    CopyText(path, kPathSize, current.path);
+    return std::exchange(current.load_again, false);
 }
 
 bool IsPlaying() {
@@ -95,6 +120,7 @@ uint16_t PlayWave(const char* path, const char* mix_path, StartOptions options, 
     bool made_copy = false;
     uint16_t result = StartWavePlayback(path, mix_path, options, &made_copy);
     if (result != TOLVANE_OK) SetCurrentFile("");
+    if (made_copy) ForgetUndoOfCopy();
     if (made_copy && result == TOLVANE_OK) KeepCopy(choice);
     return result;
 }
@@ -113,6 +139,22 @@ uint16_t LoadFile(const char* path) {
     if (IsEmpty(path)) return TOLVANE_NO_PATH;
     SetCurrentFile(path);
     return LoadPlaybackFile(path);
+}
+
+void CloseLoadedFile(const char* path) {
+    char current_path[kPathSize];
+    CopyCurrentFile(current_path);
+    if (IsEmpty(current_path) || !IsSameFile(path, current_path) || !ClosePlaybackFile()) return;
+    SetLoadAgain();
+}
+
+// A failure leaves the file to be loaded, so that the call can be repeated.
+uint16_t PlayLoadedFile(uint32_t start, uint16_t unit) {
+    char path[kPathSize];
+    const uint16_t failed = TakeLoadAgain(path) ? LoadPlaybackFile(path) : uint16_t{TOLVANE_OK};
+    if (failed == TOLVANE_OK) return StartLoadedFile(start, unit);
+    SetLoadAgain();
+    return failed;
 }
 
 }  // namespace tolvane

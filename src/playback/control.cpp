@@ -20,16 +20,16 @@ constexpr DWORD kStopPoll = 10;  // milliseconds
 // Marks the playback as stopped, if there is one, and tells which it is.
 bool BeginStop(Playback& playback, uint32_t* run) {
     LockGuard guard(playback.lock);
-    playback.playing = false;
+    playback.playing = playback.started = false;
     *run = playback.ended_runs;
     return playback.device != nullptr;
 }
 
-// Makes the device hand every buffer back. A device that refuses plays them out and is asked again.
-bool IsStopping(Playback& playback, uint32_t run, bool* reset) {
+// False once the playback has ended. Until then the device is to hand every buffer back.
+bool ContinueStop(Playback& playback, uint32_t run, bool* reset) {
     LockGuard guard(playback.lock);
     if (playback.ended_runs != run) return false;
-    if (!*reset && !(*reset = ResetDevice(playback))) RestartDevice(playback);
+    InsistOnReset(playback, reset);
     return true;
 }
 
@@ -56,7 +56,7 @@ void StopPlayback() {
     uint32_t run;
     if (!BeginStop(playback, &run)) return;
     EndPlaybackIfDrained();
-    for (bool reset = false; IsStopping(playback, run, &reset);)
+    for (bool reset = false; ContinueStop(playback, run, &reset);)
         Sleep(kStopPoll);
 }
 
@@ -70,6 +70,7 @@ void StopPlaybackAtUnload() {
 void PausePlayback(bool paused) {
     Playback& playback = ThePlayback();
     LockGuard guard(playback.lock);
+    if (paused && !playback.playing) playback.started = false;
     if (!playback.playing || playback.paused == paused) return;
     paused ? PauseDevice(playback) : static_cast<void>(RestartDevice(playback));
     playback.paused = paused;

@@ -178,6 +178,12 @@ bool ResetDevice(Playback& playback) {
     return waveOutReset(playback.device) == MMSYSERR_NOERROR;
 }
 
+void InsistOnReset(Playback& playback, bool* reset) {
+    if (*reset) return;
+    *reset = ResetDevice(playback);
+    if (!*reset) RestartDevice(playback);
+}
+
 bool GetBytesPlayed(Playback& playback, DWORD* bytes) {
     MMTIME time;
     return AskPosition(playback, TIME_BYTES, &time) && ToBytes(time, playback.main.format, bytes);

@@ -21,6 +21,8 @@ bool WriteBuffer(Playback& playback, uint16_t slot);
 void PauseDevice(Playback& playback);
 bool RestartDevice(Playback& playback);
 bool ResetDevice(Playback& playback);
+// Resets the device for the first time or, where it has refused until now, once more: it plays out what it has meanwhile.
+void InsistOnReset(Playback& playback, bool* reset);
 
 // Bytes or milliseconds played since the device was opened or reset; false when the device cannot tell.
 bool GetBytesPlayed(Playback& playback, DWORD* bytes);

@@ -262,13 +262,19 @@ void LimitRow8(const Row<int16_t>& values, Row<uint8_t>& row, Row<int16_t>& mark
     }
 }
 
+// What lies behind the last sample must not be marked.
+void LoadRow8(const uint8_t* from, size_t count, Row<uint8_t>& row) {
+    if (count < kRow) std::fill(row, row + kRow, uint8_t{kMiddle});
+    Load(from, count, row);
+}
+
 void GainRows8(uint8_t* frames, size_t samples, FrameLayout layout, Gains gains) {
     const Factors8 by(gains, layout.channels);
     Row<int16_t> marks = {};
     ForEachRow(samples, [&](size_t at, auto count) {
-        Row<uint8_t> row = {};
+        Row<uint8_t> row;
         Row<int16_t> scaled;
-        Load(frames + at, count, row);
+        LoadRow8(frames + at, count, row);
         ScaleRow8(row, by, scaled);
         LimitRow8(scaled, row, marks);
         Store(row, count, frames + at);
@@ -280,10 +286,10 @@ bool Mix8(uint8_t* frames, const uint8_t* mixed, size_t samples, const Mix& mix)
     const Factors8 main(mix.main, mix.layout.channels), other(mix.mixed, mix.layout.channels);
     Row<int16_t> marks = {};
     ForEachRow(samples, [&](size_t at, auto count) {
-        Row<uint8_t> row = {}, other_row = {};
+        Row<uint8_t> row, other_row;
         Row<int16_t> a, b;
-        Load(frames + at, count, row);
-        Load(mixed + at, count, other_row);
+        LoadRow8(frames + at, count, row);
+        LoadRow8(mixed + at, count, other_row);
         ScaleRow8(row, main, a);
         ScaleRow8(other_row, other, b);
         for (size_t i = 0; i < kRow; ++i)

@@ -74,6 +74,7 @@ struct Playback {
     KernelHandle device_lock;
 
     bool playing = false;
+    bool started = false;  // until a stop, or a pause that finds nothing playing
     bool paused = false;
     bool direct = false;  // a compressed file is played as it is
     uint32_t ended_runs =
@@ -86,6 +87,7 @@ Playback& ThePlayback();
 // copy.
 uint16_t StartWavePlayback(const char* path, const char* mix_path, StartOptions options, bool* made_copy);
 uint16_t LoadPlaybackFile(const char* path);
+bool ClosePlaybackFile();  // that was loaded and does not play; false when there is none
 uint16_t StartMp3Playback(const char* path, StartOptions options);
 uint16_t StartLoadedFile(uint32_t start, uint16_t unit);
 

@@ -140,7 +140,10 @@ bool SeekToData(Playback& playback, DWORD offset) {
 }
 
 uint32_t PlaybackBytes(const Playback& playback, uint32_t position, uint16_t unit) {
-    const WAVEFORMATEX& format = playback.main.format;
+    return PlaybackBytes(playback.main.format, position, unit);
+}
+
+uint32_t PlaybackBytes(const WAVEFORMATEX& format, uint32_t position, uint16_t unit) {
     if (unit == TOLVANE_SAMPLES || unit == TOLVANE_BYTES) {
         return PositionToBytes(position, unit, ToInputFileInfo(format));
     }

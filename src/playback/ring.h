@@ -23,6 +23,7 @@ bool SeekToData(Playback& playback, DWORD offset);
 
 // The playback's own rule for positions: milliseconds are counted with 64-bit integers.
 uint32_t PlaybackBytes(const Playback& playback, uint32_t position, uint16_t unit);
+uint32_t PlaybackBytes(const WAVEFORMATEX& format, uint32_t position, uint16_t unit);
 
 // Sets the end position to what the start of the playback asked for, in the file that is open now.
 void SetPlaybackEnd(Playback& playback);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstring>
 
 #include "files/inspect.h"
@@ -33,8 +34,9 @@ void Measure(PlaybackSetEntry& entry) {
 
 uint16_t DescribeWave(PlaybackSetEntry& entry) {
     if (const uint16_t failed = ReadInputFileInfo(entry.path, &entry.format)) return failed;
-    entry.bytes = 0;
-    ReadDataChunkSize(entry.path, &entry.bytes);
+    uint32_t bytes = 0;  // the record is packed, so its field has no address for one
+    ReadDataChunkSize(entry.path, &bytes);
+    entry.bytes = bytes;
     Measure(entry);
     return TOLVANE_OK;
 }
@@ -46,7 +48,7 @@ void EstimateMp3(PlaybackSetEntry& entry, const MPEGLAYER3WAVEFORMAT& mp3, uint3
     entry.format.nBlockAlign = static_cast<uint16_t>(mp3.wfx.nChannels * 2);
     entry.format.nAvgBytesPerSec = mp3.wfx.nSamplesPerSec * entry.format.nBlockAlign;
     entry.extraSize = mp3.wfx.cbSize;
-    const double seconds = std::ceil(file_size * 8.0 / 1000 / std::max<uint32_t>(entry.bitRate, 1));
+    const double seconds = std::ceil(file_size * 8.0 / 1000 / std::max(uint32_t{entry.bitRate}, 1u));
     entry.bytes = Limit(uint64_t{entry.format.nAvgBytesPerSec} * static_cast<uint64_t>(seconds));
     entry.bytesPerFileByte = file_size ? entry.bytes / file_size : 0;
     Measure(entry);
@@ -68,10 +70,25 @@ uint16_t Describe(PlaybackSetEntry& entry, bool mp3) {
     return mp3 ? DescribeMp3(entry) : DescribeWave(entry);
 }
 
+PlaybackSetEntry CopyOf(const PlaybackSetEntry& entry) {
+    LockGuard guard(ThePlayback().lock);
+    return entry;
+}
+
+// All but the path, which stays as the host wrote it.
+void Store(const PlaybackSetEntry& from, PlaybackSetEntry* to) {
+    LockGuard guard(ThePlayback().lock);
+    memcpy(&to->format, &from.format, sizeof from - offsetof(PlaybackSetEntry, format));
+}
+
+// These may be the entries that play already, and others read them: they are measured aside.
 uint16_t DescribeAll(PlaybackSet& set) {
     for (uint32_t i = 0; i < set.count; ++i) {
-        if (const uint16_t failed = Describe(set.entries[i], set.mp3)) return failed;
-        set.total.Add(LengthOf(set.entries[i]));
+        PlaybackSetEntry entry = CopyOf(set.entries[i]);
+        const uint16_t failed = Describe(entry, set.mp3);
+        Store(entry, &set.entries[i]);
+        if (failed) return failed;
+        set.total.Add(LengthOf(entry));
     }
     return TOLVANE_OK;
 }
@@ -86,6 +103,7 @@ void SetTheSet(const PlaybackSet& set) {
 template <class Play>
 uint16_t PlaySet(PlaybackSet set, uint32_t start, uint16_t unit, Play play) {
     if (!set.entries || set.count == 0) return TOLVANE_OK;
+    ForgetSet();  // it may be over the same entries, which are written now
     uint16_t result = DescribeAll(set);
     const bool plays = result == TOLVANE_OK && start < set.total.In(unit);
     if (plays) SetTheSet(set);
@@ -166,10 +184,11 @@ void GetSetInfo(PlaybackSetInfo* info, uint16_t unit) {
     Playback& playback = ThePlayback();
     LockGuard guard(playback.lock);
     const PlaybackSet& set = playback.set;
-    const PlaybackSetEntry* const entry = set.Current();
+    const PlaybackSetEntry* const entry = playback.started ? set.Current() : nullptr;
+    const uint16_t run_unit = unit < kUnits ? unit : uint16_t{TOLVANE_MILLISECONDS};
     const InputFileInfo format = entry ? entry->format : InputFileInfo{};
     if (entry) CopyText(info->path, sizeof info->path, entry->path);
-    info->position = entry ? Limit(uint64_t{PositionInRun(playback, unit)} + set.run_start.In(unit)) : 0;
+    info->position = entry ? Limit(uint64_t{PositionInRun(playback, unit)} + set.run_start.In(run_unit)) : 0;
     info->bitsPerSample = format.wBitsPerSample;
     info->channels = format.nChannels;
     info->sampleRate = format.nSamplesPerSec;

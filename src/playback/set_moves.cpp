@@ -18,8 +18,8 @@ constexpr DWORD kDevicePoll = 1;  // milliseconds
 // The byte of a file at which such a part of its entry begins.
 DWORD OffsetInFile(const PlaybackSet& set, const SetPlace& place, uint16_t unit, const PlayedFile& file) {
     const PlaybackSetEntry& entry = set.entries[place.index];
-    DWORD bytes = PositionToBytes(place.offset, unit, ToInputFileInfo(file.format));
-    if (set.mp3) bytes /= std::max<DWORD>(entry.bytesPerFileByte, 1);
+    DWORD bytes = PlaybackBytes(file.format, place.offset, unit);
+    if (set.mp3) bytes /= std::max(DWORD{entry.bytesPerFileByte}, DWORD{1});
     return DownToBlock(std::min(bytes, file.data_size), file.format.nBlockAlign);
 }
 
@@ -69,7 +69,7 @@ struct DeviceChange {
     uint32_t position;
     uint16_t unit;
     PlayedFile file;
-    bool reset;  // a device that refuses plays out what it has, and is asked again
+    bool reset;  // the device has been reset for it
 };
 
 bool OpenDeviceAnew(Playback& playback) {
@@ -87,21 +87,19 @@ bool Change(Playback& playback, DeviceChange& change) {
     return OpenDeviceAnew(playback) && GoTo(playback, change.place, change.position, change.unit, nullptr);
 }
 
-bool IsDrained(Playback& playback, DeviceChange& change) {
-    if (playback.buffers_in_device == 0) return true;
-    if (!change.reset && !(change.reset = ResetDevice(playback))) RestartDevice(playback);
-    return false;
-}
-
 // False while buffers are still to come back.
 bool TryChange(Playback& playback, DeviceChange& change) {
     LockGuard guard(playback.lock);
     if (!playback.playing || playback.ended_runs != change.run) return true;
-    if (!IsDrained(playback, change)) return false;
+    if (playback.buffers_in_device > 0) {
+        InsistOnReset(playback, &change.reset);
+        return false;
+    }
     playback.changing_device = false;
-    if (!Change(playback, change)) return EndAndTell(playback), true;
-    PauseDevice(playback);
-    PlayOn(playback);
+    if (Change(playback, change)) {
+        PauseDevice(playback);
+        PlayOn(playback);
+    }
     if (playback.buffers_in_device == 0) EndAndTell(playback);
     return true;
 }
@@ -117,16 +115,19 @@ Move MoveTo(Playback& playback, const SetPlace& place, uint32_t position, uint16
     const bool reset = ResetDevice(playback);
     PauseDevice(playback);
     PlayedFile file;
-    if (other && OpenEntry(playback.set, place.index, &file) != TOLVANE_OK)
-        return GiveUpPlayback(playback), Move::kDone;
+    if (other && OpenEntry(playback.set, place.index, &file) != TOLVANE_OK) {
+        GiveUpPlayback(playback);
+        return Move::kDone;
+    }
     if (other && !HaveOneFormat(file, playback.main)) {
         playback.changing_device = true;
         *change = {playback.ended_runs, playback.set.entries, place, position, unit, std::move(file), reset};
         return Move::kChangesDevice;
     }
-    if (!GoTo(playback, place, position, unit, other ? &file : nullptr))
-        return GiveUpPlayback(playback), Move::kDone;
-    PlayOn(playback);
+    if (GoTo(playback, place, position, unit, other ? &file : nullptr))
+        PlayOn(playback);
+    else
+        GiveUpPlayback(playback);
     return Move::kDone;
 }
 

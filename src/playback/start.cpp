@@ -101,7 +101,7 @@ uint16_t OpenDeviceForFile(Playback& playback, uint32_t sample_rate) {
 }
 
 void StartRing(Playback& playback, const StartOptions& options) {
-    playback.playing = true;
+    playback.playing = playback.started = true;
     playback.paused = false;
     playback.direct = options.direct;
     if (options.start_paused) PauseDevice(playback);
@@ -118,8 +118,9 @@ bool SeekToFirst(const Playback& playback) {
 // claim ends before anybody can hear of the playback, so that the next start is free as soon as this one has ended.
 uint16_t StartOpenFile(Playback& playback, const char* path, const StartOptions& options, Claim& claim) {
     LockGuard guard(playback.lock);
-    uint16_t result = GoToStart(playback, path, options);
-    if (result == TOLVANE_OK) result = OpenDeviceForFile(playback, options.sample_rate);
+    const uint16_t placed = GoToStart(playback, path, options);  // what a device refuses is told first
+    uint16_t result = OpenDeviceForFile(playback, options.sample_rate);
+    if (result == TOLVANE_OK) result = placed;
     if (result == TOLVANE_OK && !SeekToFirst(playback)) result = TOLVANE_CANNOT_SEEK;
     if (result == TOLVANE_OK) {
         StartRing(playback, options);
@@ -226,6 +227,14 @@ uint16_t LoadPlaybackFile(const char* path) {
     if (result == TOLVANE_OK && QueryOutputFormat(playback, 0)) return TOLVANE_OK;
     ClosePlaybackFiles(playback);
     return result == TOLVANE_OK ? TOLVANE_FORMAT_NOT_PLAYABLE : TOLVANE_CANNOT_OPEN;
+}
+
+bool ClosePlaybackFile() {
+    Playback& playback = ThePlayback();
+    Claim claim(playback);
+    if (!claim || !playback.main.file) return false;
+    ClosePlaybackFiles(playback);
+    return true;
 }
 
 uint16_t StartLoadedFile(uint32_t start, uint16_t unit) {

@@ -34,9 +34,10 @@ DWORD RecordedMilliseconds(Recording& recording) {
 
 }  // namespace
 
-void AwaitEndOfRecording(uint32_t run) {
+void AwaitEndOfRecording(uint32_t run, uint32_t most_polls) {
     Recording& recording = TheRecording();
-    for (bool reset = false;; Sleep(kStopPoll)) {
+    bool reset = false;
+    for (uint32_t polls = 0; polls < most_polls; ++polls, Sleep(kStopPoll)) {
         LockGuard guard(recording.lock);
         if (recording.ended_runs != run) return;
         // A device that refuses records into its buffers to their end and is asked again.

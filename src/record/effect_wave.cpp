@@ -38,14 +38,13 @@ void Tell(const char* format, unsigned long number) {
 // Of any RIFF form; the file is then positioned at its sound.
 uint16_t FindSound(const MmioFile& file, DWORD* size) {
     Chunk riff = {}, data = {};
-    data.ckid = kDataChunk;
-    if (const MMRESULT error = mmioDescend(file.Get(), &riff, nullptr, MMIO_FINDRIFF)) {
-        Tell("%ld", error);
+    if (!FindRiff(file, &riff)) {
+        Tell("%ld", MMIOERR_CHUNKNOTFOUND);
         OutputDebugStringA("Couldnot find RIFF chunk.");
         return TOLVANE_EFFECT_WAVE_NO_RIFF;
     }
-    if (const MMRESULT error = mmioDescend(file.Get(), &data, &riff, MMIO_FINDCHUNK)) {
-        Tell("%ld", error);
+    if (!FindSubchunk(file, riff, kDataChunk, &data)) {
+        Tell("%ld", MMIOERR_CHUNKNOTFOUND);
         return TOLVANE_EFFECT_WAVE_NO_DATA;
     }
     OutputDebugStringA("Descended to the DATA Chunk.");

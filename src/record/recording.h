@@ -79,8 +79,8 @@ uint16_t StartRecording(char* path, uint16_t source, const RecordRequest& reques
 uint16_t StartLevelTest(const RecordRequest& request);
 
 void StopRecording();
-// Returns when the recording `run`, which is stopping, has ended.
-void AwaitEndOfRecording(uint32_t run);
+// Returns when the recording `run`, which is stopping, has ended, or after so many looks.
+void AwaitEndOfRecording(uint32_t run, uint32_t most_polls = UINT32_MAX);
 void StopRecordingAtUnload();
 void PauseRecordingClock();
 void ResumeRecordingClock();

@@ -1,5 +1,6 @@
 #include "record/settings.h"
 
+#include "files/pcm_format.h"
 #include "frame/immortal.h"
 
 namespace tolvane {
@@ -10,15 +11,7 @@ RecordSettings& TheRecordSettings() {
 
 WAVEFORMATEX RecordFormat() {
     const RecordSettings& settings = TheRecordSettings();
-    WAVEFORMATEX format = {};
-    format.wFormatTag = WAVE_FORMAT_PCM;
-    format.nChannels = settings.channels;
-    format.nSamplesPerSec = settings.sample_rate;
-    format.wBitsPerSample = settings.bits;
-    const DWORD block = format.nChannels * (format.wBitsPerSample / DWORD{8});
-    format.nBlockAlign = static_cast<WORD>(block);
-    format.nAvgBytesPerSec = format.nSamplesPerSec * block;
-    return format;
+    return PcmFormat(settings.channels, settings.sample_rate, settings.bits);
 }
 
 }  // namespace tolvane

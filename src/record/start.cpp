@@ -22,6 +22,9 @@ namespace {
 constexpr DWORD kBufferParts = 6;
 constexpr DWORD kPartsPerSecond = 16;
 
+// A device that was not started may refuse to give its buffers back as well; the host does not wait for that.
+constexpr uint32_t kPatience = 100;  // polls
+
 void Store(const RecordRequest& request) {
     RecordSettings& settings = TheRecordSettings();
     settings.sample_rate = request.sample_rate;
@@ -109,7 +112,7 @@ uint16_t Start(const RecordRequest& request, const char* path, uint16_t source) 
         result = Begin(recording, path);
         if (!recording.device || result == TOLVANE_OK) return result;
     }
-    AwaitEndOfRecording(run);
+    AwaitEndOfRecording(run, kPatience);
     return result;
 }
 

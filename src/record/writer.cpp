@@ -67,7 +67,8 @@ void TakeSound(Recording& recording, const WaveBuffer& buffer) {
     if (IsEffectWaveActive()) PlayEffectWave(block.data, block.bytes);
     Measure(recording, block);
     if (recording.file.IsOpen() && !recording.paused) {
-        PrepareEffects(recording.format);
+        // A plug-in that ends a thread of its own would wait for who unloads the library; so at the end, too.
+        if (!IsUnloading()) PrepareEffects(recording.format);
         ApplyEffects(block);
         const bool written = Write(recording, block);
         if (recording.running && IsDiskFull(recording, written)) StopDevice(recording);
@@ -91,7 +92,6 @@ void EndRecording(Recording& recording) {
     const bool wrote_file = recording.file.IsOpen() && !recording.start_failed;
     EndFile(recording);
     FreeRecordBuffers(recording);
-    // A plug-in that ends a thread of its own would wait for who unloads the library.
     if (wrote_file && !IsUnloading()) ReleaseEffects();
     CloseInputDevice(recording);
     recording.running = false;

@@ -233,9 +233,32 @@ TEST_F(ChangeOfFormat, RefusesWithACodeAndWritesNothing) {
     }
     EXPECT_EQ(AudioChangeFormat(nullptr, nullptr, 22050, 16, 2, nullptr, 1), TOLVANE_NO_PATH);
     EXPECT_EQ(AudioChangeFormat(good.c_str(), nullptr, 22050, 16, 2, nullptr, 1), TOLVANE_OUTPUT_NOT_WRITTEN);
-    EXPECT_EQ(AudioChangeFormat(good.c_str(), target_.c_str(), 22050, 16, 2, nullptr, 0),
-              TOLVANE_NO_CHANGE_MEMORY)
-        << "nowhere to put the job";
+}
+
+// The header claims more than the file holds, so that the sizes can be large.
+TEST_F(ChangeOfFormat, OfLongSoundsAsksOnlyWhetherTheResultFits) {
+    const auto claiming = [&](const char* name, const Format& format, uint32_t size) {
+        return folder_.Write(
+            name, Riff(Chunk("fmt ", FormatRecord(format)) + Chunk("data", Pattern(40'000), size)));
+    };
+    const std::string bytes = claiming("8.wav", {8000, 1, 8}, 1'200'000'000);
+    const std::string words = claiming("16.wav", {8000, 2, 16}, 1'200'000'000);
+    std::ofstream(target_) << "old";
+    EXPECT_EQ(Change(bytes, target_, {8000, 1, 16}, false), TOLVANE_OUTPUT_NOT_WRITTEN);
+    EXPECT_EQ(Change(bytes, target_, {4000, 2, 16}, false), TOLVANE_OUTPUT_NOT_WRITTEN) << "in the last step";
+    EXPECT_EQ(ReadAll(target_), Bytes({'o', 'l', 'd'}));
+    EXPECT_EQ(Change(words, target_, {8000, 1, 8}, false), TOLVANE_OUTPUT_NOT_WRITTEN)
+        << "the sound ends early";
+    EXPECT_GE(ReadAll(target_).size(), 40'000u) << "the change was begun";
+}
+
+TEST_F(ChangeOfFormat, RunsWithoutAPlaceForItsHandle) {
+    const std::string in = folder_.Write("in.wav", WaveFile(kCd, Pattern(400)));
+    ASSERT_EQ(AudioChangeFormat(in.c_str(), target_.c_str(), 22050, 16, 2, nullptr, 0), TOLVANE_OK);
+    const Bytes expected = WrittenWave(kHalf, Model(Pattern(400), kCd, kHalf));
+    Watchdog watchdog;
+    while (!std::filesystem::exists(target_) || ReadAll(target_) != expected)
+        std::this_thread::yield();
 }
 
 TEST_F(ChangeOfFormat, SparesItsSourceBehindLinks) {

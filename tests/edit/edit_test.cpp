@@ -65,7 +65,8 @@ TEST_F(Editing, RefusesAtTheFront) {
         EXPECT_EQ(clear(mulaw.c_str()), TOLVANE_EDIT_NOT_PCM);
         EXPECT_EQ(clear(File(Pattern(500))), TOLVANE_EDIT_NOT_PCM) << "what cannot be read is no PCM";
         EXPECT_EQ(AudioClear(Mono(sound_), 0, 9, 2, &job, wait, too_long.c_str()), TOLVANE_NOT_PUT_IN_PLACE);
-        for (const char* path : {static_cast<const char*>(nullptr), "", too_long.c_str()}) {
+        const std::string relative(250, 'x');  // too long with the current folder before it
+        for (const char* path : {static_cast<const char*>(nullptr), "", too_long.c_str(), relative.c_str()}) {
             EXPECT_EQ(AudioCutInFile(Mono(sound_), 0, 9, 2, &job, wait, path, nullptr),
                       TOLVANE_EDIT_NOT_WRITTEN);
             EXPECT_EQ(AudioCopyInFile(Mono(sound_), 0, 9, 2, &job, wait, path), TOLVANE_EDIT_NOT_WRITTEN);
@@ -307,6 +308,26 @@ TEST_F(EditingWhatPlays, RefusesTheFileThatPlaysAndEditsTheCurrentOne) {
     EXPECT_EQ(ReadAll(path_).size(), 44u + 50000 * 4);
 }
 
+TEST_F(EditingWhatPlays, EditsALoadedFileAndPlaysWhatItBecame) {
+    Make(kStereo, 50000);
+    AudioEditSetUndoRedo(1);
+    ASSERT_EQ(AudioLoadFile(path_.c_str()), TOLVANE_OK);
+    ASSERT_EQ(AudioClear("", 10000, 50000, 1, nullptr, 1, nullptr), TOLVANE_OK);
+    ASSERT_EQ(AudioPlayCurrentFile(0, 1), TOLVANE_OK);
+    PlayOut();
+    EXPECT_TRUE(Heard({{0, 10000}}));
+    ASSERT_EQ(AudioLoadFile(path_.c_str()), TOLVANE_OK);
+    ASSERT_EQ(AudioEditUndo(), TOLVANE_OK);
+    {
+        const FaultScope unreadable("mmioOpenA", 1);
+        EXPECT_EQ(AudioPlayCurrentFile(40000, 1), TOLVANE_CANNOT_OPEN);
+    }
+    ASSERT_EQ(AudioPlayCurrentFile(40000, 1), TOLVANE_OK) << "the call can be repeated";
+    PlayOut();
+    EXPECT_TRUE(Heard({{0, 10000}, {40000, 50000}}));
+    EXPECT_EQ(AudioPlayCurrentFile(0, 1), TOLVANE_CANNOT_OPEN) << "it is loaded no more";
+}
+
 TEST_F(EditingWhatPlays, WorksOnTheCopyOfACompressedFile) {
     AudioEditSetUndoRedo(1);
     const Bytes compressed = WaveFile({8000, 1, 8, 7}, Bytes(20000, 0x12));
@@ -327,6 +348,11 @@ TEST_F(EditingWhatPlays, WorksOnTheCopyOfACompressedFile) {
     ASSERT_EQ(AudioPlayWave(path.c_str(), 0, 0, 0, 1, 0), TOLVANE_OK);
     PlayOut();
     EXPECT_EQ(PlayedBytes().size(), heard) << "the flush keeps the copy";
+    ASSERT_EQ(AudioClear(path.c_str(), 0, 10000, 1, nullptr, 1, nullptr), TOLVANE_OK);
+    const std::string other = folder_.Write("other.wav", WaveFile({8000, 1, 8, 7}, Bytes(3000, 0x12)));
+    ASSERT_EQ(AudioPlayWave(other.c_str(), 0, 0, 0, 1, 0), TOLVANE_OK);
+    PlayOut();
+    EXPECT_EQ(AudioEditUndo(), TOLVANE_NOTHING_TO_UNDO) << "the copy is the other file's";
 }
 
 // Whatever service fails, at whatever call, once or from then on: the file is the old one or the new one, the code says

@@ -17,6 +17,7 @@ TEST(Killed, LeaveTheOldFileOrTheNewOne) {
 #include <iterator>
 #include <thread>
 
+#include "edit/edit_rules.h"
 #include "edit/killed_steps.h"
 #include "support/victim.h"
 #include "support/watchdog.h"
@@ -39,37 +40,14 @@ class Model {
   private:
     static auto At(Bytes& bytes, size_t at) { return bytes.begin() + static_cast<ptrdiff_t>(at); }
     void Change(const EditStep& step, Bytes& sound) const;
-    void Trim(Bytes& sound, size_t low, size_t high, uint32_t level) const;
-    bool IsLoud(const uint8_t* frame, uint32_t level) const;
 
     Format format_;
     size_t frame_;
     bool can_undo_ = false, can_redo_ = false;
 };
 
-bool Model::IsLoud(const uint8_t* frame, uint32_t level) const {
-    for (size_t at = 0; at < frame_; at += format_.bits / 8) {
-        const int wide = static_cast<int16_t>(frame[at] | frame[at + format_.bits / 8 - 1] << 8);
-        const int value = format_.bits == 16 ? wide : frame[at] - 128;
-        const uint32_t full = format_.bits == 16 ? 32767 : 127;
-        if (std::abs(value) > static_cast<int>(level * full / 10000)) return true;
-    }
-    return false;
-}
-
-void Model::Trim(Bytes& sound, size_t low, size_t high, uint32_t level) const {
-    size_t first = low, end = high;
-    while (first < high && !IsLoud(&sound[first], level))
-        first += frame_;
-    while (end > first && !IsLoud(&sound[end - frame_], level))
-        end -= frame_;
-    if (first == high) first = low, end = low + frame_;
-    sound.erase(At(sound, end), At(sound, high));
-    sound.erase(At(sound, low), At(sound, first));
-}
-
 void Model::Change(const EditStep& step, Bytes& sound) const {
-    const size_t low = step.low * frame_, high = step.high * frame_, width = format_.bits / 8;
+    const size_t low = step.low * frame_, high = step.high * frame_;
     switch (step.kind) {
         case Kind::kCut:
         case Kind::kCutInFile:
@@ -83,11 +61,9 @@ void Model::Change(const EditStep& step, Bytes& sound) const {
             sound = Part(sound, low, high);
             return;
         case Kind::kMute:
-            for (size_t at = low; at < high; ++at)
-                if (step.amount & 3 & (1u << at % frame_ / width)) sound[at] = format_.bits == 8 ? 128 : 0;
-            return;
+            return MuteFrames(format_, sound, {low, high}, step.amount & 3);
         case Kind::kTrim:
-            return Trim(sound, low, high, step.amount);
+            return TrimSilence(format_, sound, {low, high}, step.amount);
         default:
             sound.insert(At(sound, low), step.amount * 8 * frame_,
                          static_cast<uint8_t>(format_.bits == 8 ? 128 : 0));

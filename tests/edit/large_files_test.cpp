@@ -89,6 +89,14 @@ class LargeFiles : public testing::Test {
 };
 
 // All operations, instead of one: TOLVANE_LARGE_EDITS.
+TEST_F(LargeFiles, AreNotEditedWhereAnUndoCouldNotBringThemBack) {
+    constexpr uint64_t kSize = uint64_t{5} << 29;
+    std::filesystem::resize_file(path_, kSize);
+    AudioEditSetUndoRedo(1);
+    EXPECT_EQ(AudioCrop(path_.c_str(), 0, 1, TOLVANE_SAMPLES, nullptr, 1, nullptr), TOLVANE_NO_UNDO_COPY);
+    EXPECT_EQ(std::filesystem::file_size(path_), kSize);
+}
+
 TEST_F(LargeFiles, NeedNoMoreMemory) {
     const char *path = path_.c_str(), *out = out_.c_str();
     constexpr uint16_t kUnit = TOLVANE_SAMPLES;

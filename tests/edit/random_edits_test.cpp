@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include "edit/edit_rules.h"
 #include "support/resources.h"
 #include "support/watchdog.h"
 #include "support/wave_files.h"
@@ -28,37 +29,6 @@ struct Sound {
     Bytes File() const { return Riff(head + Chunk("data", data) + tail); }
     size_t Frame() const { return format.Block(); }
 };
-
-struct Selection {
-    size_t low, high;
-};
-
-bool IsLoud(const Sound& sound, size_t at, uint16_t level) {
-    const bool wide = sound.format.bits == 16;
-    const int threshold = level * (wide ? 32767 : 127) / 10000;
-    for (size_t channel = 0; channel < sound.format.channels; ++channel) {
-        const uint8_t* sample = sound.data.data() + at + channel * (wide ? 2 : 1);
-        const int value = wide ? static_cast<int16_t>(sample[0] | sample[1] << 8) : *sample - 128;
-        if (std::abs(value) > threshold) return true;
-    }
-    return false;
-}
-
-Selection LoudPart(const Sound& sound, Selection all, uint16_t level) {
-    Selection loud{all.high, all.low};
-    for (size_t at = all.low; at < all.high; at += sound.Frame()) {
-        if (!IsLoud(sound, at, level)) continue;
-        loud.low = std::min(loud.low, at);
-        loud.high = at + sound.Frame();
-    }
-    return loud.low < loud.high ? loud : Selection{all.low, all.low + sound.Frame()};
-}
-
-void MuteFrames(Sound& sound, Selection part, uint32_t mask) {
-    const size_t width = sound.format.bits / 8;
-    for (size_t at = part.low; at < part.high; ++at)
-        if (mask >> (at - part.low) % sound.Frame() / width & 1) sound.data[at] = width == 1 ? 128 : 0;
-}
 
 struct Model {
     std::vector<Sound> files;
@@ -217,7 +187,7 @@ void RandomEdits::Edit() {
             Finish(index, refused(TOLVANE_NOTHING_SELECTED), Do([&](EditJob** job, uint32_t wait) {
                        return AudioEditMute(path, a.position, b.position, unit, job, wait, mask, nullptr);
                    }),
-                   [=](Sound& s) { MuteFrames(s, part, mask); });
+                   [=](Sound& s) { MuteFrames(s.format, s.data, part, mask); });
             break;
         }
         case 4: {
@@ -226,11 +196,7 @@ void RandomEdits::Edit() {
                        return AudioEditTrimSilence(path, a.position, b.position, unit, job, wait, level,
                                                    nullptr);
                    }),
-                   [=](Sound& s) {
-                       const Selection loud = LoudPart(s, part, level);
-                       s.data = Part(s.data, 0, loud.high) + Part(s.data, part.high, s.data.size());
-                       s.data.erase(begin(s.data, part.low), begin(s.data, loud.low));
-                   });
+                   [=](Sound& s) { TrimSilence(s.format, s.data, part, level); });
             break;
         }
         case 5: {

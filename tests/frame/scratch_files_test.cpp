@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 
 #include "support/child.h"
+#include "support/faults.h"
 #include "support/temp_folder.h"
 #include "tolvane.h"
 
@@ -94,6 +95,28 @@ TEST_F(TempPath, RefusesWhatIsNoFolder) {
         EXPECT_EQ(SetTempPath(path.c_str()), TOLVANE_NOT_A_FOLDER) << path.substr(0, 300);
     EXPECT_EQ(SetTempPath(nullptr), TOLVANE_NOT_A_FOLDER);
     EXPECT_EQ(folder_.Names(), before);
+}
+
+TEST_F(TempPath, IsTheSameFolderWhereverTheHostGoes) {
+    std::filesystem::current_path(folder_.Path());
+    EXPECT_EQ(SetTempPath("."), TOLVANE_OK);
+    std::filesystem::current_path(parent_.Path());
+    EXPECT_THAT(folder_.Path(), HoldsTheFive());
+    EXPECT_EQ(SetTempPath(parent_.MakeFolder("other").c_str()), TOLVANE_OK);
+    EXPECT_THAT(folder_.Names(), IsEmpty());
+    std::filesystem::current_path("/");
+}
+
+TEST_F(TempPath, LosesACopyThatWasPlayingTheNextTime) {
+    if (!FaultsAvailable()) GTEST_SKIP() << "services cannot be made to fail here";
+    ASSERT_EQ(SetTempPath(folder_.Path().c_str()), TOLVANE_OK);
+    {
+        const FaultScope open_elsewhere("DeleteFileA", 5);
+        ASSERT_EQ(SetTempPath(parent_.MakeFolder("other").c_str()), TOLVANE_OK);
+    }
+    EXPECT_THAT(Prefixes(folder_.Path()), ElementsAre("VMC"));
+    ASSERT_EQ(SetTempPath(parent_.MakeFolder("third").c_str()), TOLVANE_OK);
+    EXPECT_THAT(folder_.Names(), IsEmpty());
 }
 
 // A file name must still fit behind the folder; "/." lengthens a path without leading elsewhere.

@@ -174,6 +174,9 @@ class SoundServer:
                         *sample_spec(form), f"sink_properties=device.description={name}"],
                        env=self.env, check=True, stdout=subprocess.DEVNULL)
 
+    def make_default(self, name):
+        subprocess.run(["pactl", "set-default-sink", name], env=self.env, check=True)
+
     def record(self, name, form, target):
         """Starts to write what the sink plays; the caller ends the process."""
         options = [f"--{option}" for option in sample_spec(form)]

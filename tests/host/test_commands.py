@@ -201,7 +201,7 @@ class NoMixer(Case):
     """A machine without a mixer, which a Windows under Wine is too."""
 
     def test_the_commands_say_so(self):
-        for arguments in (["volume", "40"], ["volume", "40", "--record"], ["sources"], ["sources", "mic"]):
+        for arguments in (["volume", "40"], ["volume", "0"], ["volume", "--mute"], ["volume", "40", "--record"], ["sources"], ["sources", "mic"]):
             with self.subTest(arguments):
                 self.assert_result(run(*arguments, *NO_SOUND), 2, err=["tolvane: cannot ", "ound"])
 

@@ -101,8 +101,10 @@ class ConvertCodecs(Converting):
     @unittest.skipIf(NATIVE, "the codecs here have no dialog")
     def test_the_systems_codecs_suggest_a_format(self):
         source = self.make_wave(rate=22050, channels=1, seconds=1)
-        self.assert_result(self.tolvane("convert", source, self.target, "--codec", "ima", "-y"), 0)
-        self.assertEqual(probe(self.target), ("adpcm_ima_wav", 22050, 1))
+        for options in (["-y"], ["--quiet"], []):  # nobody sees the dialog
+            self.assert_result(self.tolvane("convert", source, self.target, "--codec", "ima", *options), 0)
+            self.assertEqual(probe(self.target), ("adpcm_ima_wav", 22050, 1))
+            self.target.unlink()
         self.assert_result(self.tolvane("convert", source, self.target, "--codec", "ima", "-y", "--format", "1"), 2,
                            err=["dialog", "Leave --format out"])
 
@@ -120,9 +122,13 @@ class ConvertRefusals(Converting):
         for arguments in (["--rate", "0"], ["--bits", "12"], ["--channels", "3"], ["--rate", "x"]):
             with self.subTest(arguments):
                 self.assert_result(self.tolvane("reformat", good, self.target, *arguments), 1, err=["reformat --help"])
-        for name in ("foo", "", "0x9999", "c", "0x"):
+        for name in ("foo", "", "0x9999", "0x"):
             self.assert_result(self.tolvane("convert", good, self.target, "--codec", name), 1,
                                err=["ima (", "alaw (", "pcm (PCM)"] if name else ["--codec"])
+        for name, several in (("law", ["alaw (", "ulaw ("]), ("c", ["ima (", "pcm (PCM)"])):
+            told = self.tolvane("convert", good, self.target, "--codec", name)
+            self.assert_result(told, 1, err=["Several codecs have this in their names.", *several])
+            self.assertNotIn("gsm", told.stderr)
         self.assert_nothing_else(good)
 
     def test_sources_and_targets(self):
@@ -145,10 +151,11 @@ class ConvertRefusals(Converting):
         for source, target, reason in cases:
             with self.subTest(source=source.name, target=target.name):
                 yes = ["-y"] if target in (good, self.folder / "link.wav") else []
-                told = self.tolvane("convert", source, target, "--pcm", "22050/8/1", *yes)
-                self.assert_result(told, 2, err=["cannot ", reason])
-                if source != short:
-                    self.assert_result(self.tolvane("reformat", source, target, "--bits", "8", *yes), 2, err=[reason])
+                for name, options in (("convert", ["--pcm", "22050/8/1"]), ("reformat", ["--bits", "8"])):
+                    if name == "reformat" and source == short:
+                        continue
+                    blamed = f"cannot {name} {source}: " if target == self.target else f"cannot write {target}: "
+                    self.assert_result(self.tolvane(name, source, target, *options, *yes), 2, err=[blamed, reason])
         self.assertEqual({path: path.read_bytes() for path in self.folder.iterdir() if path.is_file()}, before)
         self.assert_nothing_else(*before)
 

@@ -130,15 +130,17 @@ class EditRefusals(Editing):
 
     def test_files_and_places(self):
         good = self.make_wave(seconds=0.5)
-        text, empty, short, law, mono = (self.folder / name for name in ("text.wav", "empty.wav", "short.wav", "law.wav", "mono.wav"))
+        text, empty, short, law, mono, shorn = (self.folder / name for name in ("text.wav", "empty.wav", "short.wav", "law.wav", "mono.wav", "shorn.wav"))
         text.write_text("words, nothing but words")
         write_wave(empty, b"")
         short.write_bytes(good.read_bytes()[:44 + 20000])
+        shorn.write_bytes(good.read_bytes()[:-20])  # less than its header is missing
         subprocess.run(["sox", good, "-e", "u-law", law], check=True)
         subprocess.run(["sox", good, mono, "remix", "1"], check=True)
         none, to = self.folder / "none.wav", ["--to", self.out]
         cases = [(["clear", text, "0"], "no wave file"), (["clear", none, "0"], "No such file"), (["clear", self.folder, "0"], "folder"),
                  (["clear", law, "0"], "compressed"), (["clear", short, "0"], "ends before its sound does"),
+                 (["clear", shorn, "0", "0.1"], "ends before its sound does"),
                  (["clear", good, "0.6", "0.7"], "is 0:00.500 long"), (["clear", good, "0", "22051s"], "behind the end"),
                  (["clear", good, "0.1", "0.1"], "Nothing is selected"), (["crop", good, "1b", "3b"], "Nothing is selected"),
                  (["cut", good, "end", *to], "Nothing is selected"), (["copy", empty, "0", *to], "Nothing is selected"),
@@ -203,7 +205,8 @@ class EditStopped(Editing):
                 self.assertIn(process.returncode, (130, 0, -signal.SIGINT), (out, err))
                 self.assertEqual(err, b"")
                 expected = new if process.returncode == 0 else [old, b"old"]
-                self.assertEqual([file.read_bytes() == content for file, content in zip(files, expected)], [True] * len(files))
+                self.assertEqual([file.read_bytes() == content for file, content in zip(files, expected)], [True] * len(files),
+                                 (process.returncode, arguments, out))
                 if process.returncode < 0:  # ended by the system before it had begun, the library just loaded
                     subprocess.run(["rm", "-f", *self.scratch.iterdir()], check=True)
                 if process.returncode == 130:
@@ -311,18 +314,23 @@ class Drawn(Editing):
         self.assertEqual([set(rows[168]), [x for x, dot in enumerate(rows[171]) if dot]], [{4}, [0, 100, 200, 300, 400, 500]])
         damaged = self.folder / "damaged.wav"
         damaged.write_bytes(path.read_bytes()[:44 + 8000 * 30])  # half of it
-        whole = [row for line in self.draw(damaged, "--width", 30, locale="C")[:10] for row in ascii_dots(line)]
+        lines = self.draw(damaged, "--width", 30, locale="C")
+        self.assertRegex(lines[-1], r"0:1\d *$")
+        whole = [row for line in lines[:10] for row in ascii_dots(line)]
         for column in range(30):
             self.assert_levels(whole, column, levels[column][0], column)
 
     def test_refusals(self):
         good = self.make_wave(seconds=0.5)
-        law, empty, there = (self.folder / name for name in ("law.wav", "empty.wav", "there.png"))
+        law, empty, there, huge = (self.folder / name for name in ("law.wav", "empty.wav", "there.png", "huge.wav"))
         subprocess.run(["sox", good, "-e", "u-law", law], check=True)
         write_wave(empty, b"")
         there.write_text("old")
+        with open(huge, "wb") as file:  # nearly all of it a hole
+            file.write(good.read_bytes()[:40] + struct.pack("<I", 3 << 30))
+            file.truncate(44 + (3 << 30))
         for arguments, code, reason in (([law], 2, "compressed"), ([empty], 2, "holds no sound"), ([good, "--from", "1"], 2, "is 0:00.500 long"),
-                                        ([good, "--from", "0.2", "--to", "0.1"], 2, "no sound between"), ([good, "-o", there], 2, "exists already"),
+                                        ([good, "--from", "0.2", "--to", "0.1"], 2, "no sound between"), ([huge, "--from", "2500000000b"], 2, "sound cannot be read"), ([good, "-o", there], 2, "exists already"),
                                         ([good, "-o", self.folder], 2, "It is a folder"), ([self.folder / "none"], 2, "No such file"),
                                         ([good, "--width", "0"], 1, "--width"), ([good, "--from", "x"], 1, "no time"), ([], 1, "FILE")):
             with self.subTest(arguments):
@@ -330,7 +338,7 @@ class Drawn(Editing):
         self.assertEqual(there.read_text(), "old")
         self.assert_result(self.tolvane("draw", good, "-o", there, "-y"), 0, out=["1200 x 360"])
         self.assertEqual(len(png_rows(there.read_bytes())), 360)
-        self.assert_nothing_else(good, law, empty, there)
+        self.assert_nothing_else(good, law, empty, there, huge)
 
     @unittest.skipUnless(NATIVE, "the terminals of Windows are not to be had under Wine")
     def test_in_a_terminal(self):
@@ -396,7 +404,7 @@ class Sessions(Editing):
     def test_failures_end_a_script(self):
         cases = [(["dance"], 1, "no such command"), (["select"], 1, "Say from when"), (["select 1 2 3"], 1, "no time"), (["clear x"], 1, "no time"),
                  (["mute 0 1 loud"], 1, "no time"), (["silence"], 1, "how long"), (["silence end"], 1, "how long"), (["paste 0 1"], 1, "one time only"),
-                 (["save-as"], 1, "name of one file"), (["clear 'x"], 1, "quote"), (["select 0 1.1"], 2, "is 0:01.000 long"), (["clear"], 2, "Nothing is selected"),
+                 (["paste 2"], 2, "is 0:01.000 long"), (["silence 0.1 8001s"], 2, "is 0:01.000 long"), (["play 1"], 2, "no sound between"), (["save-as"], 1, "name of one file"), (["clear 'x"], 1, "quote"), (["select 0 1.1"], 2, "is 0:01.000 long"), (["clear"], 2, "Nothing is selected"),
                  (["crop 2 3"], 2, "is 0:01.000 long"), (["paste"], 2, "nothing to paste"), (["undo"], 2, "no edit to take back"), (["redo"], 2, "no edit to take back"),
                  (["clear 0 0"], 2, "Nothing is selected"), ([f"save-as {self.sound} -y"], 2, "is the file that is edited"), ([f"save-as {self.folder}"], 2, "folder")]
         for lines, code, reason in cases:
@@ -412,6 +420,22 @@ class Sessions(Editing):
         self.assertEqual(wave_frames(self.sound), self.old)
         self.assert_nothing_else(self.sound, law)
 
+    @unittest.skipUnless(NATIVE, "signals are not to be had under Wine")
+    def test_ctrl_c_ends_a_script_behind_an_edit_that_was_done(self):
+        begun, ended = self.folder / "begun.wav", self.folder / "ended.wav"
+        lines = self.folder / "lines"
+        lines.write_text("\n".join([f"save-as {begun}", *["mute"] * 3000, f"save-as {ended}"]))
+        for delay in (0, 0.0013, 0.0031, 0.0047):
+            begun.unlink(missing_ok=True)
+            with open(lines) as file:
+                process = subprocess.Popen(command("edit", self.sound), stdin=file, env=self.env, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+            while not begun.exists():
+                self.assertIsNone(process.poll())
+            time.sleep(delay)
+            process.send_signal(signal.SIGINT)
+            told = process.communicate(timeout=30)
+            self.assertEqual((process.returncode, ended.exists()), (130, False), told)
+
     @unittest.skipUnless(NATIVE, "the virtual card takes the place of the system's services")
     def test_playing(self):
         heard = self.folder / "heard.wav"
@@ -419,6 +443,7 @@ class Sessions(Editing):
                                    (["clear 0.25", "play", "play 0 0.125"], 0, 1000)):
             self.assert_result(self.script(*lines, options=["--into", heard]), 0, out=["Playing "])
             self.assertEqual(wave_frames(heard), self.old[first * 2:last * 2])
+        self.assert_result(self.script("play", options=["--into", self.sound]), 2, err=["is the file that is edited"])
 
 
 @unittest.skipUnless(NATIVE, "the terminals and signals of Windows are not to be had under Wine")
@@ -445,6 +470,11 @@ class SessionScreen(Editing):
         self.type(terminal, "\x1b[A\x1b[A\r", "0:00.750")  # clear
         self.type(terminal, "undo\r", "0:01.000")
         self.type(terminal, "dance\r", "no such command")
+        self.type(terminal, "clear 0.25\r", "0:00.250")
+        for mistake, why in (("clear", "Nothing is selected"), ("crop 0 0", "Nothing is selected"), ("mute 0 2", "is 0:00.250 long"),
+                             ("paste", "nothing to paste"), ("silence 1 0.3", "is 0:00.250 long")):
+            self.type(terminal, mistake + "\r", why)
+        self.type(terminal, "undo\r", "0:01.000")
         self.type(terminal, f"save-as {self.folder}/sou\t", "nd.wav ")
         self.type(terminal, "\r", "is the file that is edited")
         terminal.press("\x04")

@@ -1,8 +1,10 @@
 #!/usr/bin/env python3
 """`tolvane record`: what lands in the file, keys and Ctrl-C, and what is said when nothing can be recorded."""
 import os
+import re
 import signal
 import subprocess
+import tempfile
 import time
 import unittest
 from pathlib import Path
@@ -34,11 +36,19 @@ class Recorded(Case):
         frames = self.record("--stop-at", "0.5", out=["8000 Hz, mono, 16 bit; Ctrl-C ends it.", "0:00.500"])
         self.assertEqual(frames, self.heard[:8000])
         self.record(code=2, err=["take.wav", "exists", "-y"])
+        for name in (f"{self.file} ", f" \t{self.file}"):  # the same file, for the library
+            self.assert_result(run("record", name, "--hear", self.source, *SHAPE, "--stop-at", "0.5"), 2, err=["exists already"])
         self.assertEqual(wave_frames(self.file), frames)
+        self.assert_result(run("record", "  ", "--hear", self.source), 2, err=["cannot record into '  '", "No file to record into"])
+        self.assert_result(run("record", f"{self.file} ", "--hear", self.source, *SHAPE, "--stop-at", "0.25", "-y"), 0, out=["0:00.250"])
 
     def test_silence_before_between_and_behind(self):
         frames = self.record("--lead-in", "0.1", "--punch-in", "0.25", "--stop-at", "0.5", "--min-length", "0.8", "--quiet")
         self.assertEqual(frames, bytes(4000) + self.heard[2400:6400] + bytes(4800))
+        frames = self.record("--lead-in", "801b", "--stop-at", "4001b", "--min-length", "4803b", "--quiet", "-y")
+        self.assertEqual(frames, bytes(800) + self.heard[:3200] + bytes(802))
+        frames = self.record("--punch-in", "0.25", "--stop-at", "0.3", "--quiet", "-y")  # within one piece
+        self.assertEqual(frames, bytes(4000) + self.heard[4000:6000])
 
     def test_effects_and_an_inserted_wave(self):
         inserted = noise(0.2, seed=5, **FORM)
@@ -56,7 +66,18 @@ class Recorded(Case):
         self.assert_result(other, 2, err=["cannot record", "--rate"])
         self.assert_result(run("record", self.folder / "none" / "x.wav", "--card", "virtual"), 2, err=["cannot write", "x.wav"])
         self.assert_result(run("record", self.file, "--card", "none"), 2, err=["no sound input"])
+        stereo, empty = (self.folder / name for name in ("stereo.wav", "empty.wav"))
+        write_wave(stereo, noise(0.1, rate=8000), rate=8000)
+        write_wave(empty, b"", **FORM)
+        for wave, why in ((stereo, "It is PCM, 8000 Hz, stereo, 16 bit, and the recording 8000 Hz, mono, 16 bit."),
+                          (self.folder / "none.wav", "No such file"), (empty, "holds no sound")):
+            self.record("--insert", wave, "--stop-at", "0.1", code=2, err=[f"cannot insert {wave}", why])
         self.assertFalse(self.file.exists())
+        before = self.source.read_bytes()
+        for read in (["--hear", self.source], ["--card", "virtual", "--insert", self.source]):
+            told = run("record", self.source, *read, *SHAPE, "--stop-at", "0.1", "-y")
+            self.assert_result(told, 2, err=["cannot write", "is what is to be recorded"])
+        self.assertEqual(self.source.read_bytes(), before)
 
 
 def halved(frames):
@@ -88,6 +109,22 @@ class RecordScreen(Case):
         self.assertEqual(terminal.wait(), 0)
         self.assertTrue(terminal.modes_restored())
         self.assertIn("mono, 16 bit, 0:0", terminal.output.decode())
+
+    def test_the_fuller_disk_counts(self):
+        folders = [self.folder, Path("/dev/shm")]
+        free = {folder: os.statvfs(folder).f_bavail * os.statvfs(folder).f_frsize for folder in folders}
+        least, most = sorted(folders, key=free.get)
+        if free[most] < 2 * free[least]:
+            self.skipTest("there are no two disks with so different room")
+        with tempfile.TemporaryDirectory(dir=least) as small, tempfile.TemporaryDirectory(dir=most) as large:
+            for target, scratch in ((small, large), (large, small)):
+                terminal = Terminal("record", f"{target}/take.wav", *self.arguments[2:], env={"TMPDIR": scratch, "LC_ALL": "C"}, columns=100)
+                self.addCleanup(terminal.close)
+                shown = re.search(r"([\d.]+) ([MG])B free", terminal.read_until("B free"))
+                terminal.press("q")
+                self.assertEqual(terminal.wait(), 0)
+                shown_bytes = float(shown[1]) * {"M": 1e6, "G": 1e9}[shown[2]]
+                self.assertTrue(0.5 < shown_bytes / free[least] < 1.5, (shown[0], free))
 
     def test_ctrl_c_finishes_the_file(self):
         process = subprocess.Popen(command(*self.arguments), stdout=subprocess.PIPE, stderr=subprocess.PIPE)

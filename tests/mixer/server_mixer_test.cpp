@@ -1,41 +1,16 @@
 // A real sound server as the mixer: what the library sets, the server's own tool shows, and the other way round.
-#include <cstdlib>
 #include <fstream>
 #include <sstream>
 
 #include <gmock/gmock.h>
 
-#include "platform.h"
-#include "support/child.h"
-#include "support/temp_folder.h"
-#include "tolvane.h"
+#include "support/private_server.h"
 
 namespace tolvane::test {
 namespace {
 
-constexpr const char* kChild = "TOLVANE_TEST_SERVER_MIXER";
-
-// In a child of its own, which has not met another server before.
-class ServerMixer : public ::testing::Test {
+class ServerMixer : public PrivateServer {
   protected:
-    void SetUp() override {
-        if (!PlatformUseCard(PLATFORM_CARD_SERVER))
-            GTEST_SKIP() << "cards cannot be chosen here: no private server";
-        if (!std::getenv(kChild)) return;
-        started_ = StartSoundServer(server_);
-        ASSERT_TRUE(started_);
-    }
-    void TearDown() override {
-        if (started_) StopSoundServer(server_);
-        PlatformUseCard(PLATFORM_CARD_DEFAULT);
-    }
-    // True in the parent, where the child has done everything.
-    static bool IsParent() {
-        if (std::getenv(kChild)) return false;
-        const Variable child(kChild, "1");
-        EXPECT_TRUE(PassesInAChild());
-        return true;
-    }
     // What pactl says, in one line.
     std::string Pactl(const std::string& words) {
         EXPECT_TRUE(RunTools(folder_.Path(""), "LC_ALL=C pactl " + words + " | tr -s '\\n\\t ' ' ' > said"))
@@ -52,11 +27,6 @@ class ServerMixer : public ::testing::Test {
         }
         return -1;
     }
-
-    bool started_ = false;
-    TempFolder folder_;
-    const std::string server_ = folder_.Path("server");
-    const Variable home_{"PULSE_SERVER", "unix:" + server_ + "/native"};
 };
 
 using ::testing::HasSubstr;

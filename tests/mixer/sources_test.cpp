@@ -59,7 +59,8 @@ TEST_F(VirtualMixers, TheMicrophoneAndTheLineInputAreFoundByName) {
         std::vector<PlatformMixerLine> sources;
         int mic, line;
     };
-    const std::string at_the_end = std::string(60, '.') + "mIc";
+    std::string at_the_end(60, '.');
+    at_the_end += "mIc";
     const Case cases[] = {
         {{Named("CD Audio"), Named("Line In"), Named("Microphone")}, 2, 1},
         {{Named("Front Mic"), Named("Mic In"), Named("ONLINE")}, 0, 2},

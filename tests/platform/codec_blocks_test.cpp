@@ -303,23 +303,4 @@ TEST(CodecBlocks, RefusesShapesThatCannotBe) {
     }
 }
 
-TEST(CodecBlocks, AdpcmKeepsTheSoundAsSoxDoes) {
-    const Sox sox;
-    for (const char* effects : {"sine 440 gain -6", "sine 440 sine mix 1310 pinknoise mix gain -3",
-                                "whitenoise gain -9", "sine 50-5000 gain -6"})
-        for (const Tool& tool : {kIma, kMs}) {
-            SCOPED_TRACE(testing::Message() << tool.name << " " << effects);
-            sox.Run("-R -n -r 44100 -c 2 -b 16 sound.wav synth 4 " + std::string(effects));
-            const Bytes sound = sox.Decoded(Contents(sox.folder.Name("sound.wav")));
-            sox.Run(std::string("sound.wav -e ") + tool.name + " theirs.wav");
-            const Bytes theirs = sox.Decoded(Contents(sox.folder.Name("theirs.wav")));
-            const AnyFormat pcm = Pcm(2, 44'100, 16), packed = Compressed(tool.tag, pcm);
-            AcmStream there(pcm, packed), back(packed, pcm);
-            ASSERT_EQ(there.result | back.result, 0u);
-            const Bytes ours = ConvertAll(back, ConvertAll(there, sound));
-            const double theirs_kept = SignalToNoise(Samples(sound, 16), Samples(theirs, 16));
-            EXPECT_GE(SignalToNoise(Samples(sound, 16), Samples(ours, 16)), theirs_kept - 0.1);
-        }
-}
-
 }  // namespace

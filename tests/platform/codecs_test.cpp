@@ -3,13 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <set>
 #include <string>
-#include <thread>
 
 #include "convert/registered_codec.h"
-#include "platform/testing/faults.h"
 
 namespace {
 
@@ -109,52 +106,6 @@ TEST(CodecManager, ListsDisabledAndLocalDriversOnRequest) {
     EXPECT_EQ(acmDriverEnum(See, 0, 1), UINT{MMSYSERR_INVALFLAG});
 }
 
-TEST(CodecManager, FillsDetailsUpToTheSizeGiven) {
-    const RegisteredCodec codec(CodecNamed("Sized", kCodec, kTags));
-    ACMDRIVERDETAILSA details;
-    memset(&details, 0xEE, sizeof details);
-    details.cbStruct = offsetof(ACMDRIVERDETAILSA, cFilterTags);
-    EXPECT_EQ(acmDriverDetailsA(Id(codec), &details, 0), 0u);
-    EXPECT_EQ(details.cFormatTags, 2u);
-    EXPECT_EQ(details.cFilterTags, 0xEEEEEEEEu);
-    details.cbStruct = 3;
-    EXPECT_EQ(acmDriverDetailsA(Id(codec), &details, 0), UINT{MMSYSERR_INVALPARAM});
-    EXPECT_EQ(acmDriverDetailsA(Id(codec), nullptr, 0), UINT{MMSYSERR_INVALPARAM});
-}
-
-TEST(CodecManager, RecognisesHandlesThatAreNone) {
-    HACMDRIVER open = nullptr;
-    HACMDRIVERID removed;
-    {
-        const RegisteredCodec codec(CodecNamed("Gone", kCodec, kTags));
-        removed = Id(codec);
-        ASSERT_EQ(acmDriverOpen(&open, removed, 0), 0u);
-    }
-    EXPECT_EQ(Metric(open, ACM_METRIC_MAX_SIZE_FORMAT), 18u) << "an open driver outlives its removal";
-    EXPECT_EQ(PlatformOpenCodecs(), 1u);
-    EXPECT_EQ(acmDriverClose(open, 0), 0u);
-    EXPECT_EQ(acmDriverClose(open, 0), UINT{MMSYSERR_INVALHANDLE});
-    DWORD answer;
-    ACMDRIVERDETAILSA details{};
-    ACMFORMATTAGDETAILSA tag{};
-    WAVEFORMATEX format{WAVE_FORMAT_PCM, 1, 8'000, 8'000, 1, 8, 0}, target{};
-    details.cbStruct = sizeof details;
-    tag.cbStruct = sizeof tag;
-    for (const uintptr_t number : {reinterpret_cast<uintptr_t>(removed), reinterpret_cast<uintptr_t>(open),
-                                   uintptr_t{3}, ~uintptr_t{0}}) {
-        const auto id = reinterpret_cast<HACMDRIVERID>(number);
-        const auto handle = reinterpret_cast<HACMDRIVER>(number);
-        EXPECT_EQ(acmDriverDetailsA(id, &details, 0), UINT{MMSYSERR_INVALHANDLE});
-        EXPECT_EQ(acmDriverOpen(&open, id, 0), UINT{MMSYSERR_INVALHANDLE});
-        EXPECT_EQ(acmMetrics(reinterpret_cast<HACMOBJ>(number), ACM_METRIC_DRIVER_PRIORITY, &answer),
-                  UINT{MMSYSERR_INVALHANDLE});
-        EXPECT_EQ(acmFormatTagEnumA(handle, &tag, SeeTag, 0, 0), UINT{MMSYSERR_INVALHANDLE});
-        EXPECT_EQ(acmFormatSuggest(handle, &format, &target, sizeof target, 0), UINT{MMSYSERR_INVALHANDLE});
-    }
-    EXPECT_EQ(acmMetrics(nullptr, ACM_METRIC_DRIVER_PRIORITY, &answer), UINT{MMSYSERR_NOTSUPPORTED});
-    EXPECT_EQ(acmMetrics(nullptr, ACM_METRIC_COUNT_DRIVERS, nullptr), UINT{MMSYSERR_INVALPARAM});
-}
-
 TEST(CodecManager, EnumeratesAndFindsFormatTags) {
     const RegisteredCodec codec(CodecNamed("Tagged", kCodec, kTags));
     HACMDRIVER open = nullptr;
@@ -180,30 +131,6 @@ TEST(CodecManager, EnumeratesAndFindsFormatTags) {
     details.cbStruct = 71;
     EXPECT_EQ(acmFormatTagEnumA(open, &details, SeeTag, 0, 0), UINT{MMSYSERR_INVALPARAM});
     EXPECT_EQ(acmDriverClose(open, 0), 0u);
-}
-
-TEST(CodecManager, ServicesFailOnRequestWithTheResultAskedFor) {
-    DWORD answer = 0;
-    ASSERT_TRUE(PlatformFailCall("acmMetrics", 2, MMSYSERR_NODRIVER, 0));
-    EXPECT_EQ(acmMetrics(nullptr, ACM_METRIC_COUNT_DRIVERS, &answer), 0u);
-    EXPECT_EQ(acmMetrics(nullptr, ACM_METRIC_COUNT_DRIVERS, &answer), UINT{MMSYSERR_NODRIVER});
-    EXPECT_EQ(acmMetrics(nullptr, ACM_METRIC_COUNT_DRIVERS, &answer), 0u);
-    PlatformFailNone();
-}
-
-TEST(CodecManager, DriversComeAndGoWhileOthersLook) {
-    std::thread coming([] {
-        for (int i = 0; i < 300; ++i) {
-            const RegisteredCodec codec(CodecNamed("Fleeting", kCodec, kTags));
-            HACMDRIVER open = nullptr;
-            EXPECT_EQ(acmDriverOpen(&open, Id(codec), 0), 0u);
-            EXPECT_EQ(acmDriverClose(open, 0), 0u);
-        }
-    });
-    for (int i = 0; i < 300; ++i)
-        EXPECT_GE(Enumerate(0).drivers.size(), 6u);
-    coming.join();
-    EXPECT_EQ(PlatformOpenCodecs(), 0u);
 }
 
 }  // namespace

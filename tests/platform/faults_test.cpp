@@ -80,43 +80,6 @@ TEST_F(Faults, ReleasingIsDoneAllTheSame) {
     EXPECT_EQ(WaitForSingleObject(thread, 0), WAIT_FAILED);
 }
 
-TEST_F(Faults, EveryServiceAnswersAsItDoesWhenItFails) {
-    Workspace space;
-    const std::string name = space.Name("f");
-    Put(name, "RIFF");
-    char text[MAX_PATH] = "kept";
-    char* path = const_cast<char*>(name.c_str());
-    const HMMIO file = mmioOpenA(path, nullptr, MMIO_READWRITE);
-    const HGLOBAL memory = GlobalAlloc(GHND, 10);
-    MMCKINFO chunk{};
-    MSG message;
-    PlatformFailCall("*", 1, 0, 1);
-    EXPECT_EQ(CreateFileA(path, GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr), INVALID_HANDLE_VALUE);
-    EXPECT_EQ(GetFileAttributesA(path), INVALID_FILE_ATTRIBUTES);
-    EXPECT_FALSE(DeleteFileA(path) || MoveFileA(path, "/tmp/x") || CopyFileA(path, "/tmp/x", FALSE));
-    EXPECT_EQ(GetTempPathA(MAX_PATH, text) + GetTempFileNameA(space.folder().c_str(), "VMX", 0, text), 0u);
-    EXPECT_STREQ(text, "kept");
-    EXPECT_EQ(GlobalAlloc(GHND, 1), nullptr);
-    EXPECT_EQ(GlobalLock(memory), nullptr);
-    EXPECT_EQ(_beginthreadex(nullptr, 0, Nothing, nullptr, 0, nullptr), 0u);
-    EXPECT_EQ(LoadLibraryExA("KERNEL32.DLL", nullptr, 0), nullptr);
-    EXPECT_EQ(GetMessageA(&message, nullptr, 0, 0), -1);
-    EXPECT_FALSE(PostThreadMessageA(GetCurrentThreadId(), WM_APP, 0, 0));
-    EXPECT_EQ(mmioOpenA(path, nullptr, MMIO_READ), nullptr);
-    EXPECT_EQ(mmioRead(file, text, 1) + mmioWrite(file, text, 1) + mmioSeek(file, 0, SEEK_SET), -3);
-    EXPECT_EQ(mmioDescend(file, &chunk, nullptr, 0), MMRESULT{MMIOERR_CHUNKNOTFOUND});
-    EXPECT_EQ(mmioAscend(file, &chunk, 0), MMRESULT{MMIOERR_CANNOTSEEK});
-    EXPECT_EQ(mmioCreateChunk(file, &chunk, 0), MMRESULT{MMIOERR_CANNOTWRITE});
-    EXPECT_EQ(mmioSetBuffer(file, nullptr, 100, 0), MMRESULT{MMIOERR_OUTOFMEMORY});
-    PlatformFailCall("mmioDescend", 1, MMIOERR_CANNOTREAD, 0);
-    EXPECT_EQ(mmioDescend(file, &chunk, nullptr, 0), MMRESULT{MMIOERR_CANNOTREAD});
-    PlatformFailNone();
-    EXPECT_EQ(Contents(name), "RIFF");
-    EXPECT_EQ(space.Files(), 1u);
-    EXPECT_EQ(mmioClose(file, 0), 0u);
-    EXPECT_EQ(GlobalFree(memory), nullptr);
-}
-
 TEST_F(Faults, ManyThreadsAreCountedExactly) {
     PlatformFailCall("SetEvent", 1000, 0, 1);
     const HANDLE event = CreateEventA(nullptr, TRUE, FALSE, nullptr);

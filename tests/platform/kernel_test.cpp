@@ -1,20 +1,15 @@
 // Handles, threads and what they wait for, memory, modules, the console.
 #include <windows.h>
 
-#include <conio.h>
 #include <mmsystem.h>
-#include <platform.h>
 #include <process.h>
 
 #include <algorithm>
 #include <atomic>
 #include <csignal>
-#include <cstring>
 #include <gtest/gtest.h>
-#include <pty.h>
 #include <sys/mman.h>
 #include <unistd.h>
-#include <vector>
 
 #include "tests/platform/workspace.h"
 
@@ -42,11 +37,6 @@ DWORD ExitCode(HANDLE thread) {
 void JoinAndClose(HANDLE thread) {
     EXPECT_EQ(WaitForSingleObject(thread, 5000), WAIT_OBJECT_0);
     EXPECT_TRUE(CloseHandle(thread));
-}
-
-template <typename Function>
-Function Procedure(HMODULE module, const char* name) {
-    return reinterpret_cast<Function>(reinterpret_cast<void (*)()>(GetProcAddress(module, name)));
 }
 
 // As the layer sees it: these wait without time limit, each in another way.
@@ -140,36 +130,6 @@ TEST(Threads, EndedInAnyWaitOrAtTheNext) {
         EXPECT_TRUE(CloseHandle(thread));
     }
     EXPECT_TRUE(CloseHandle(never));
-}
-
-TEST(Threads, ThousandsLeaveNothingBehind) {
-    const auto cycle = [](int i) {
-        const HANDLE event = CreateEventA(nullptr, FALSE, FALSE, nullptr);
-        auto start = i % 2 ? SleepForEver : WaitForObject;
-        const auto thread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, start, event, 0, nullptr));
-        ASSERT_NE(thread, nullptr);
-        if (i % 3) std::this_thread::yield();
-        ASSERT_TRUE(TerminateThread(thread, 0));
-        ASSERT_TRUE(CloseHandle(thread) && CloseHandle(event));
-        // One that nobody waits for.
-        static std::atomic<int> unwatched;
-        auto ends = [](void*) { return static_cast<unsigned>(++unwatched * 0); };
-        const int before = unwatched;
-        CloseHandle(reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, ends, nullptr, 0, nullptr)));
-        ASSERT_TRUE(Eventually([&] { return unwatched > before; }));
-    };
-    std::thread([] {}).join();  // a sanitizer adds a thread of its own with the first one
-    const size_t at_first = Holdings().threads;
-    for (int i = 0; i < 50; ++i)
-        cycle(i);
-    ASSERT_TRUE(Eventually([&] { return Holdings().threads == at_first; }));
-    const Holdings before;
-    for (int i = 0; i < 1000; ++i)
-        cycle(i);
-    EXPECT_TRUE(Eventually([&] { return Holdings().threads == before.threads; }));
-    const Holdings after;
-    EXPECT_EQ(after.descriptors, before.descriptors);
-    EXPECT_LT(after.heap, before.heap + 8192);
 }
 
 TEST(Waits, AnyTakesOneAllTakesAllOrNone) {
@@ -345,97 +305,6 @@ TEST(System, VersionIsOfTheFamilyThatHasTheExtendedQuery) {
     version.dwOSVersionInfoSize = 148;
     ASSERT_TRUE(GetVersionExA(&version));
     EXPECT_EQ(version.dwPlatformId, VER_PLATFORM_WIN32_NT);
-}
-
-TEST(Modules, BuiltInAndLoaded) {
-    const HMODULE kernel = LoadLibraryExA("Kernel32.dll", nullptr, 0);
-    ASSERT_NE(kernel, nullptr);
-    const auto query = Procedure<decltype(&GetDiskFreeSpaceExA)>(kernel, "GetDiskFreeSpaceExA");
-    ULARGE_INTEGER available{};
-    ASSERT_NE(query, nullptr);
-    EXPECT_TRUE(query("/", &available, nullptr, nullptr));
-    EXPECT_GT(available.QuadPart, 0u);
-    EXPECT_EQ(GetProcAddress(kernel, "NoSuchThing"), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_PROC_NOT_FOUND);
-    EXPECT_TRUE(FreeLibrary(kernel));
-    EXPECT_EQ(LoadLibraryA("libno-such-library.so"), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_MOD_NOT_FOUND);
-    const HMODULE math = LoadLibraryA("libm.so.6");
-    ASSERT_NE(math, nullptr);
-    const auto cosine = Procedure<double (*)(double)>(math, "cos");
-    EXPECT_EQ(cosine(0), 1.0);
-    char name[MAX_PATH], cut[8];
-    const DWORD length = GetModuleFileNameA(math, name, MAX_PATH);
-    EXPECT_EQ(length, std::strlen(name));
-    EXPECT_NE(std::strstr(name, "libm.so.6"), nullptr);
-    EXPECT_EQ(GetModuleFileNameA(nullptr, cut, 8), 8u);
-    EXPECT_EQ(std::strlen(cut), 7u);
-    EXPECT_TRUE(FreeLibrary(math));
-}
-
-TEST(DebugOutput, GoesToTheHookAndNowhereElse) {
-    std::string heard;
-    PlatformSetDebugHook([](const char* text, void* to) { *static_cast<std::string*>(to) += text; }, &heard);
-    OutputDebugStringA("one ");
-    OutputDebugStringA("two");
-    PlatformSetDebugHook(nullptr, nullptr);
-    testing::internal::CaptureStderr();
-    OutputDebugStringA("three");
-    EXPECT_EQ(heard, "one two");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-}
-
-TEST(Console, KeysArriveAsTheSystemGivesThem) {
-    int keyboard, terminal;
-    winsize window{30, 101, 0, 0};
-    ASSERT_EQ(openpty(&keyboard, &terminal, nullptr, nullptr, &window), 0);
-    const int input = dup(0), output = dup(1);
-    dup2(terminal, 0);
-    dup2(terminal, 1);
-    const HANDLE console = GetStdHandle(STD_INPUT_HANDLE);
-    DWORD mode = 0;
-    const bool has_mode = GetConsoleMode(console, &mode);
-    const bool raw = SetConsoleMode(console, mode & ~(ENABLE_LINE_INPUT | ENABLE_ECHO_INPUT));
-    DWORD raw_mode = 0;
-    GetConsoleMode(console, &raw_mode);
-    const bool silent = !_kbhit();
-    const std::string keys = "q\x1b[A\x1b[D\x1bOP\x1b[5~\x1b[1;2C\n\x7f\x1b";
-    const bool typed = write(keyboard, keys.data(), keys.size()) == static_cast<ssize_t>(keys.size());
-    std::vector<int> heard;
-    while (heard.size() < 30 && Eventually([&] { return heard.size() >= 14 || _kbhit(); }) && _kbhit())
-        heard.push_back(_getch());
-    CONSOLE_SCREEN_BUFFER_INFO screen{};
-    const bool sized = GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &screen);
-    SetConsoleMode(console, mode);
-    dup2(input, 0);
-    dup2(output, 1);
-    for (const int fd : {input, output, keyboard, terminal})
-        close(fd);
-    EXPECT_TRUE(has_mode && raw && silent && typed && sized);
-    EXPECT_EQ(mode & (ENABLE_LINE_INPUT | ENABLE_ECHO_INPUT), ENABLE_LINE_INPUT | ENABLE_ECHO_INPUT);
-    EXPECT_EQ(raw_mode & (ENABLE_LINE_INPUT | ENABLE_ECHO_INPUT), 0u);
-    EXPECT_EQ(heard, (std::vector<int>{'q', 0xE0, 72, 0xE0, 75, 0, 59, 0xE0, 73, 0xE0, 77, '\r', '\b', 27}));
-    EXPECT_EQ(screen.dwSize.X, 101);
-    EXPECT_EQ(screen.srWindow.Right, 100);
-}
-
-TEST(Console, WithoutATerminalThereIsNoMode) {
-    int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    const int input = dup(0);
-    dup2(ends[0], 0);
-    DWORD mode;
-    const bool has_mode = GetConsoleMode(GetStdHandle(STD_INPUT_HANDLE), &mode);
-    char byte = 0;
-    DWORD done = 0;
-    const bool written = write(ends[1], "z", 1) == 1;
-    const bool read = ReadFile(GetStdHandle(STD_INPUT_HANDLE), &byte, 1, &done, nullptr);
-    dup2(input, 0);
-    for (const int fd : {input, ends[0], ends[1]})
-        close(fd);
-    EXPECT_FALSE(has_mode);
-    EXPECT_TRUE(written && read && done == 1 && byte == 'z');
-    EXPECT_FALSE(CloseHandle(GetStdHandle(STD_INPUT_HANDLE)));
 }
 
 namespace {

@@ -1,7 +1,6 @@
 // RIFF files, written and read, compared with bytes computed here; and files that lie about their sizes.
 #include <mmiscapi.h>
 
-#include <cstring>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <random>
@@ -49,33 +48,6 @@ MMRESULT Find(const std::string& name, FOURCC id, MMCKINFO& chunk, LONG& positio
     return result;
 }
 
-// Writes a wave file with these contents, in pieces of `piece` bytes.
-void WriteWave(const std::string& name, const std::string& fmt, const std::string& data, size_t piece,
-               LONG buffer) {
-    const HMMIO file = Open(name, MMIO_CREATE | MMIO_WRITE | MMIO_ALLOCBUF);
-    ASSERT_NE(file, nullptr);
-    ASSERT_EQ(mmioSetBuffer(file, nullptr, buffer, 0), 0u);
-    MMCKINFO riff{}, chunk{};
-    riff.fccType = kWave;
-    ASSERT_EQ(mmioCreateChunk(file, &riff, MMIO_CREATERIFF), 0u);
-    chunk.ckid = kFmt;
-    ASSERT_EQ(mmioCreateChunk(file, &chunk, 0), 0u);
-    ASSERT_EQ(mmioWrite(file, fmt.data(), static_cast<LONG>(fmt.size())), static_cast<LONG>(fmt.size()));
-    ASSERT_EQ(mmioAscend(file, &chunk, 0), 0u);
-    chunk = {};
-    chunk.ckid = kData;
-    ASSERT_EQ(mmioCreateChunk(file, &chunk, 0), 0u);
-    EXPECT_EQ(chunk.dwDataOffset, 28 + fmt.size() + fmt.size() % 2);
-    for (size_t at = 0; at < data.size(); at += piece) {
-        const auto size = static_cast<LONG>(std::min(piece, data.size() - at));
-        ASSERT_EQ(mmioWrite(file, data.data() + at, size), size);
-    }
-    ASSERT_EQ(mmioAscend(file, &chunk, 0), 0u);
-    EXPECT_EQ(chunk.cksize, data.size());
-    ASSERT_EQ(mmioAscend(file, &riff, 0), 0u);
-    ASSERT_EQ(mmioClose(file, 0), 0u);
-}
-
 std::string SomeBytes(size_t size) {
     std::string bytes(size, 0);
     std::mt19937 random(static_cast<unsigned>(size));
@@ -85,21 +57,6 @@ std::string SomeBytes(size_t size) {
 }
 
 }  // namespace
-
-TEST(Riff, WrittenFilesAreByteForByteWhatTheyShouldBe) {
-    static_assert(sizeof(MMCKINFO) == 20);
-    Workspace space;
-    for (const size_t size : {size_t{0}, size_t{1}, size_t{2}, size_t{999}, size_t{1000}, size_t{70'001}}) {
-        for (const LONG buffer : {0, 1, 7, 8192, 65536}) {
-            const std::string data = SomeBytes(size), name = space.Name("w.wav");
-            WriteWave(name, std::string(18, 'f'), data, 333, buffer);
-            ASSERT_EQ(Contents(name), Wave(Chunk("fmt ", std::string(18, 'f')) + Chunk("data", data)))
-                << size << ' ' << buffer;
-        }
-    }
-    WriteWave(space.Name("w.wav"), "odd", "x", 1, 16);
-    EXPECT_EQ(Contents(space.Name("w.wav")), Wave(Chunk("fmt ", "odd") + Chunk("data", "x")));
-}
 
 TEST(Riff, ChunksAreFoundWhereverTheyLie) {
     Workspace space;
@@ -307,36 +264,4 @@ TEST(Mmio, OpeningSaysWhyNot) {
     EXPECT_EQ(space.Files(), 0u);
     EXPECT_EQ(mmioStringToFOURCCA("wav", MMIO_TOUPPER), mmioFOURCC('W', 'A', 'V', ' '));
     EXPECT_EQ(mmioStringToFOURCCA("fmt xyz", 0), kFmt);
-}
-
-TEST(Mmio, AFullDiskIsNoticedAtTheLatestWhenClosing) {
-    const HMMIO buffered = Open("/dev/full", MMIO_WRITE | MMIO_ALLOCBUF);
-    ASSERT_NE(buffered, nullptr);
-    EXPECT_EQ(mmioWrite(buffered, "lost", 4), 4);
-    EXPECT_EQ(mmioClose(buffered, 0), MMRESULT{MMIOERR_CANNOTWRITE});
-    const HMMIO plain = Open("/dev/full", MMIO_WRITE);
-    EXPECT_EQ(mmioWrite(plain, "lost", 4), -1);
-    EXPECT_EQ(mmioClose(plain, 0), 0u);
-    const HMMIO flushed = Open("/dev/full", MMIO_WRITE | MMIO_ALLOCBUF);
-    EXPECT_EQ(mmioWrite(flushed, "lost", 4), 4);
-    EXPECT_EQ(mmioFlush(flushed, 0), MMRESULT{MMIOERR_CANNOTWRITE});
-    EXPECT_EQ(mmioClose(flushed, 0), 0u);
-}
-
-TEST(Mmio, HundredsOfFilesLeaveNothingBehind) {
-    Workspace space;
-    Put(space.Name("f"), Wave(Chunk("data", "x")));
-    const auto cycle = [&] {
-        const HMMIO file = Open(space.Name("f"), MMIO_READ | MMIO_ALLOCBUF);
-        EXPECT_EQ(mmioSetBuffer(file, nullptr, 65536, 0), 0u);
-        EXPECT_EQ(mmioClose(file, 0), 0u);
-        EXPECT_EQ(Open(space.Name("g"), MMIO_READ), nullptr);
-    };
-    cycle();
-    const Holdings before;
-    for (int i = 0; i < 500; ++i)
-        cycle();
-    const Holdings after;
-    EXPECT_EQ(after.descriptors, before.descriptors);
-    EXPECT_LT(after.heap, before.heap + 2048);
 }

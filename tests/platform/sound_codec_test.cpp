@@ -70,27 +70,6 @@ TEST_F(SoundCodec, PlaysWhatTheCodecDecodesAndCountsTheHostsBytes) {
     }
 }
 
-TEST_F(SoundCodec, PausesAndBeginsAnewAfterAReset) {
-    for (Sounding& s : Soundings()) {
-        SCOPED_TRACE(s.tag);
-        WavePlayer player;
-        ASSERT_EQ(player.Open(*s.format.get()), 0u);
-        WriteAll(player, Bytes(s.packed.begin(), s.packed.begin() + 3'000), 1'001);
-        EXPECT_EQ(waveOutPause(player.handle), 0u);
-        EXPECT_EQ(PlatformVirtualAdvance(0, 100), 0u);
-        EXPECT_EQ(waveOutRestart(player.handle), 0u);
-        EXPECT_EQ(PlatformVirtualAdvance(0, 100), 100u);
-        EXPECT_EQ(waveOutClose(player.handle), UINT{WAVERR_STILLPLAYING});
-        EXPECT_EQ(waveOutReset(player.handle), 0u);
-        EXPECT_EQ(player.Position(), 0u);
-        PlatformVirtualClearPlayed(0);
-        WriteAll(player, s.packed, 5'000);
-        while (PlatformVirtualAdvance(0, 10'000)) {
-        }
-        EXPECT_TRUE(Played() == s.decoded);
-    }
-}
-
 TEST_F(SoundCodec, IsForTheMapperAloneAndForWhatTheDeviceCanPlay) {
     Sounding s = Make(WAVE_FORMAT_IMA_ADPCM, 2, 22'050);
     const auto query = [&](UINT device, DWORD flags) {

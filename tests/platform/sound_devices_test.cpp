@@ -158,43 +158,6 @@ TEST_F(SoundDevices, OpensOnceAndChecksItsArguments) {
     EXPECT_EQ(waveInClose(input), MMSYSERR_NOERROR);
 }
 
-void ExpectNoDevices() {
-    DWORD device = 9;
-    WAVEOUTCAPSA caps;
-    EXPECT_EQ(waveOutGetNumDevs(), 0u);
-    EXPECT_EQ(waveInGetNumDevs(), 0u);
-    for (const UINT id : {0u, WAVE_MAPPER}) {
-        EXPECT_EQ(waveOutGetDevCapsA(id, &caps, sizeof caps), UINT{MMSYSERR_BADDEVICEID});
-        EXPECT_EQ(Query(Pcm(44100, 2, 16), id), UINT{MMSYSERR_BADDEVICEID});
-        EXPECT_EQ(QueryInput(Pcm(44100, 2, 16), id), UINT{MMSYSERR_BADDEVICEID});
-    }
-    EXPECT_EQ(Preferred(true, WAVE_MAPPER, device), UINT{MMSYSERR_BADDEVICEID});
-    EXPECT_EQ(Preferred(false, WAVE_MAPPER, device), UINT{MMSYSERR_BADDEVICEID});
-}
-
-TEST_F(SoundDevices, AMachineMayHaveNone) {
-    ASSERT_TRUE(PlatformVirtualSetOutputs(nullptr, 0) && PlatformVirtualSetInputs(nullptr, 0));
-    EXPECT_EQ(PlatformCardInUse(), PLATFORM_CARD_VIRTUAL);
-    ExpectNoDevices();
-    ASSERT_TRUE(PlatformUseCard(PLATFORM_CARD_NONE));
-    EXPECT_EQ(PlatformCardInUse(), PLATFORM_CARD_NONE);
-    ExpectNoDevices();
-    PlatformVirtualDevice many[17] = {};
-    EXPECT_FALSE(PlatformVirtualSetOutputs(many, 17));
-    EXPECT_FALSE(PlatformVirtualSetOutputs(nullptr, 1));
-    EXPECT_EQ(PlatformVirtualPlayed(16, 0, nullptr, 0), 0u);
-}
-
-TEST_F(SoundDevices, CountsAndMessagesFailOnPurpose) {
-    PlatformFailCall("waveOutGetNumDevs", 1, 0, 0);
-    EXPECT_EQ(waveOutGetNumDevs(), 0u);
-    EXPECT_EQ(waveOutGetNumDevs(), 1u);
-    PlatformFailCall("waveInMessage", 1, MMSYSERR_ERROR, 0);
-    DWORD device = 9;
-    EXPECT_EQ(Preferred(false, WAVE_MAPPER, device), UINT{MMSYSERR_ERROR});
-    PlatformFailNone();
-}
-
 TEST_F(SoundDevices, EveryResultHasASentence) {
     char text[MAXERRORLENGTH], shortened[6];
     for (const MMRESULT error : {0u, 1u, 2u, 3u, 4u, 5u, 6u, 7u, 8u, 9u, 10u, 11u, 12u, 32u, 33u, 34u, 35u}) {

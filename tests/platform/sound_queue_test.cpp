@@ -1,9 +1,5 @@
 // The queue of a wave-out device, on the virtual card with the clock in the test's hand: every byte, flag and
 // message.
-#include <atomic>
-#include <string_view>
-
-#include "platform/testing/faults.h"
 #include "platform/wave_player.h"
 
 namespace tolvane::test {
@@ -70,23 +66,6 @@ TEST_F(SoundQueue, HeadersWithoutAFrameAreDoneAtOnce) {
     EXPECT_EQ(Played(), sound);
 }
 
-TEST_F(SoundQueue, PauseHoldsAndRestartGoesOn) {
-    const Bytes sound = Noise(400, 1);
-    player_.Written(sound);
-    PlatformVirtualAdvance(0, 25);
-    for (int twice = 0; twice < 2; twice++)
-        EXPECT_EQ(waveOutPause(player_.handle), MMSYSERR_NOERROR);
-    PlatformVirtualState state;
-    ASSERT_TRUE(PlatformVirtualGetState(0, &state));
-    EXPECT_TRUE(state.open && state.paused && state.rate == 44100 && state.channels == 2 && state.bits == 16);
-    EXPECT_EQ(PlatformVirtualAdvance(0, 100), 0u);
-    player_.Written(Noise(40, 2));
-    EXPECT_EQ(player_.Position(), 100u);
-    EXPECT_EQ(waveOutRestart(player_.handle), MMSYSERR_NOERROR);
-    EXPECT_EQ(PlatformVirtualAdvance(0, 1000), 85u);
-    EXPECT_EQ(Played(), sound + Noise(40, 2));
-}
-
 TEST_F(SoundQueue, ResetHandsEverythingBackAndBeginsAnew) {
     WAVEHDR* const headers[] = {player_.Written(Noise(400, 1)), player_.Written(Noise(400, 2)),
                                 player_.Written(Noise(400, 3))};
@@ -103,19 +82,6 @@ TEST_F(SoundQueue, ResetHandsEverythingBackAndBeginsAnew) {
     EXPECT_EQ(PlatformVirtualAdvance(0, 100), 100u) << "a reset ends the pause";
     EXPECT_EQ(Played(), Noise(400, 3));
     EXPECT_EQ(player_.Position(), 400u);
-}
-
-TEST_F(SoundQueue, TakesAnyNumberOfHeaders) {
-    Bytes expected;
-    std::vector<Told> told;
-    for (uint32_t i = 0; i < 200; i++) {
-        told.push_back({MM_WOM_DONE, player_.Written(Noise(4 + 4 * (i % 7), i))});
-        expected = expected + Noise(4 + 4 * (i % 7), i);
-        if (i % 3 == 0) PlatformVirtualAdvance(0, 1);
-    }
-    PlatformVirtualAdvance(0, 10000);
-    EXPECT_EQ(player_.Messages(), told);
-    EXPECT_EQ(Played(), expected);
 }
 
 TEST_F(SoundQueue, RefusesWhatIsOutOfOrder) {
@@ -175,130 +141,6 @@ TEST_F(SoundQueue, KnowsABadHandle) {
     EXPECT_EQ(header.dwFlags, DWORD{WHDR_DONE});
     ASSERT_EQ(player_.Open(Pcm(44100, 2, 16)), MMSYSERR_NOERROR);
     EXPECT_NE(player_.handle, was_open);
-}
-
-TEST_F(SoundQueue, FailsAServiceOnPurposeAndNothingElse) {
-    Bytes sound = Noise(8, 1);
-    WAVEHDR header = {};
-    header.lpData = reinterpret_cast<char*>(sound.data());
-    header.dwBufferLength = 8;
-    const auto names = CallAll(nullptr, &header);
-    for (const auto& [failing, unused] : names) {
-        const std::string_view name = failing;
-        // What follows these fails too.
-        if (name == "waveOutPrepareHeader" || name == "waveOutReset" || name == "waveOutClose") continue;
-        PlatformFailCall(failing, 1, MMSYSERR_HANDLEBUSY, 0);
-        for (const auto& [service, result] : CallAll(player_.handle, &header))
-            EXPECT_EQ(result, service == failing ? UINT{MMSYSERR_HANDLEBUSY} : UINT{MMSYSERR_NOERROR})
-                << service;
-        PlatformFailNone();
-        if (header.dwFlags & WHDR_INQUEUE) ADD_FAILURE() << failing << " left the header queued";
-        header.dwFlags = 0;
-        ASSERT_EQ(player_.Open(Pcm(44100, 2, 16)), MMSYSERR_NOERROR);
-    }
-    PlatformFailCall("waveOutClose", 1, 0, 0);
-    EXPECT_EQ(waveOutClose(player_.handle), UINT{MMSYSERR_NOMEM});
-    PlatformFailNone();
-    EXPECT_EQ(waveOutPause(player_.handle), MMSYSERR_NOERROR) << "a failed close leaves the device open";
-}
-
-// A thread that plays a ring of buffers as a library's callback thread does.
-class Refiller {
-  public:
-    Refiller(size_t buffers, size_t bytes, uint32_t refills) : left_(refills) {
-        thread_ = std::thread([=, this] { Run(buffers, bytes); });
-        while (!ready_)
-            std::this_thread::yield();
-    }
-    ~Refiller() { Join(); }
-    Refiller(const Refiller&) = delete;
-    Refiller& operator=(const Refiller&) = delete;
-    void Join() {
-        if (thread_.joinable()) thread_.join();
-    }
-
-  private:
-    void Run(size_t buffers, size_t bytes) {
-        WavePlayer player;
-        EXPECT_EQ(player.Open(Pcm(8000, 1, 8)), MMSYSERR_NOERROR);
-        uint32_t next = 0;
-        for (size_t i = 0; i < buffers; i++)
-            player.Written(Noise(bytes, next++));
-        ready_ = true;
-        MSG message;
-        for (size_t queued = buffers; queued > 0 && GetMessageA(&message, nullptr, 0, 0);) {
-            if (message.message != MM_WOM_DONE) continue;
-            auto* const header = reinterpret_cast<WAVEHDR*>(message.lParam);
-            const Bytes sound = Noise(bytes, next++);
-            std::memcpy(header->lpData, sound.data(), bytes);
-            if (next > left_ || player.Write(header) != MMSYSERR_NOERROR) queued--;
-        }
-    }
-
-    const uint32_t left_;
-    std::atomic<bool> ready_ = false;
-    std::thread thread_;
-};
-
-Bytes NoiseOf(uint32_t buffers, size_t bytes) {
-    Bytes all;
-    for (uint32_t i = 0; i < buffers; i++)
-        all = all + Noise(bytes, i);
-    return all;
-}
-
-using SoundRefill = OnVirtualCard;
-
-TEST_F(SoundRefill, TheClockWaitsForTheThreadThatRefills) {
-    Refiller refiller(2, 10, 300);
-    EXPECT_EQ(PlatformVirtualAdvance(0, 2995), 2995u);
-    EXPECT_EQ(PlatformVirtualAdvance(0, 2995), 5u);
-    refiller.Join();
-    EXPECT_EQ(Played(), NoiseOf(300, 10));
-}
-
-class SoundFreeRunning : public OnVirtualCard {
-  protected:
-    SoundFreeRunning() : OnVirtualCard(PLATFORM_CLOCK_FREE_RUNNING) {}
-};
-
-TEST_F(SoundFreeRunning, PlaysAsFastAsBuffersCome) {
-    const auto from = steady_clock::now();
-    {
-        Refiller refiller(3, 800, 300);
-        refiller.Join();
-    }
-    EXPECT_EQ(Played(), NoiseOf(300, 800));
-    EXPECT_LT(Milliseconds(steady_clock::now() - from), 15000) << "30 seconds of sound";
-}
-
-TEST_F(SoundFreeRunning, ManyThreadsOnOneDevice) {
-    WavePlayer player;
-    ASSERT_EQ(player.Open(Pcm(48000, 2, 16)), MMSYSERR_NOERROR);
-    std::atomic<bool> stop = false;
-    std::vector<std::thread> threads;
-    threads.emplace_back([&] {
-        while (!stop)
-            waveOutReset(player.handle);
-    });
-    threads.emplace_back([&] {
-        while (!stop)
-            player.Position(), waveOutPause(player.handle), waveOutRestart(player.handle);
-    });
-    size_t written = 4, back = 0;
-    for (size_t i = 0; i < written; i++)
-        player.Written(Noise(400, 1));
-    while (back < written)
-        if (WAVEHDR* const header = player.NextDone(); !header) {
-            ADD_FAILURE() << back << " of " << written << " came back";
-            break;
-        } else if (++back < 2000) {
-            EXPECT_EQ(player.Write(header), MMSYSERR_NOERROR);
-            written++;
-        }
-    stop = true;
-    for (std::thread& thread : threads)
-        thread.join();
 }
 
 }  // namespace

@@ -52,13 +52,51 @@ struct Told {
     bool operator==(const Told&) const = default;
 };
 
-// The messages that a device of one direction sends to this thread.
-template <typename Handle, UINT kFirst, UINT kDone>
-class WaveMessages {
+// The services of each direction, for what is the same in both.
+struct OutputServices {
+    using Handle = HWAVEOUT;
+    static constexpr UINT kFirst = MM_WOM_OPEN, kDone = MM_WOM_DONE;
+    static constexpr auto kOpen = waveOutOpen;
+    static constexpr auto kPrepare = waveOutPrepareHeader, kQueue = waveOutWrite;
+    static constexpr auto kGetPosition = waveOutGetPosition;
+    static constexpr auto kReset = waveOutReset, kClose = waveOutClose;
+};
+struct InputServices {
+    using Handle = HWAVEIN;
+    static constexpr UINT kFirst = MM_WIM_OPEN, kDone = MM_WIM_DATA;
+    static constexpr auto kOpen = waveInOpen;
+    static constexpr auto kPrepare = waveInPrepareHeader, kQueue = waveInAddBuffer;
+    static constexpr auto kGetPosition = waveInGetPosition;
+    static constexpr auto kReset = waveInReset, kClose = waveInClose;
+};
+
+// A device whose messages come to the thread that opened it; closed, whatever it does, at the end.
+template <typename Services>
+class WaveDevice {
   public:
-    WaveMessages() { PeekMessageA(&message_, nullptr, 0, 0, PM_NOREMOVE); }
-    WaveMessages(const WaveMessages&) = delete;
-    WaveMessages& operator=(const WaveMessages&) = delete;
+    using Handle = typename Services::Handle;
+
+    WaveDevice() { PeekMessageA(&message_, nullptr, 0, 0, PM_NOREMOVE); }
+    ~WaveDevice() {
+        if (!handle) return;
+        Services::kReset(handle);
+        Services::kClose(handle);
+        Messages();
+    }
+    WaveDevice(const WaveDevice&) = delete;
+    WaveDevice& operator=(const WaveDevice&) = delete;
+
+    MMRESULT Open(const WAVEFORMATEX& format, UINT device = WAVE_MAPPER) {
+        return Services::kOpen(&handle, device, &format, GetCurrentThreadId(), 0, CALLBACK_THREAD);
+    }
+    MMRESULT Queue(WAVEHDR* header) { return Services::kQueue(handle, header, sizeof *header); }
+    DWORD Position(UINT type = TIME_BYTES) {
+        MMTIME time = {};
+        time.wType = type;
+        EXPECT_EQ(Services::kGetPosition(handle, &time, sizeof time), MMSYSERR_NOERROR);
+        EXPECT_EQ(time.wType, type);
+        return time.u.cb;
+    }
 
     // What came since the last call.
     std::vector<Told> Messages() {
@@ -80,7 +118,7 @@ class WaveMessages {
     // The header handed back next, other messages left out.
     WAVEHDR* NextDone(milliseconds patience = milliseconds(3000)) {
         auto told = Next(patience);
-        while (told && told->message != kDone)
+        while (told && told->message != Services::kDone)
             told = Next(patience);
         return told ? told->header : nullptr;
     }
@@ -89,18 +127,19 @@ class WaveMessages {
 
   protected:
     // A header over bytes that live as long as this.
-    WAVEHDR& MakeHeader(Bytes bytes) {
+    WAVEHDR* PreparedOver(Bytes bytes) {
         sounds_.push_back(std::move(bytes));
         headers_.push_back({});
         headers_.back().lpData = reinterpret_cast<char*>(sounds_.back().data());
         headers_.back().dwBufferLength = static_cast<DWORD>(sounds_.back().size());
-        return headers_.back();
+        EXPECT_EQ(Services::kPrepare(handle, &headers_.back(), sizeof(WAVEHDR)), MMSYSERR_NOERROR);
+        return &headers_.back();
     }
 
   private:
     // Reads this device's next message, dropping those of a device that was open before.
     bool Peek() {
-        while (PeekMessageA(&message_, nullptr, kFirst, kDone, PM_REMOVE))
+        while (PeekMessageA(&message_, nullptr, Services::kFirst, Services::kDone, PM_REMOVE))
             if (reinterpret_cast<Handle>(message_.wParam) == handle) return true;
         return false;
     }
@@ -110,65 +149,24 @@ class WaveMessages {
     MSG message_;
 };
 
-// A wave-out device whose messages come to the thread that opened it; closed, whatever plays, at the end.
-class WavePlayer : public WaveMessages<HWAVEOUT, MM_WOM_OPEN, MM_WOM_DONE> {
+class WavePlayer : public WaveDevice<OutputServices> {
   public:
-    ~WavePlayer() {
-        if (!handle) return;
-        waveOutReset(handle);
-        waveOutClose(handle);
-        Messages();
-    }
-
-    MMRESULT Open(const WAVEFORMATEX& format, UINT device = WAVE_MAPPER,
-                  DWORD thread = GetCurrentThreadId()) {
-        return waveOutOpen(&handle, device, &format, thread, 0, CALLBACK_THREAD);
-    }
-
-    WAVEHDR* Prepared(Bytes bytes) {
-        WAVEHDR& header = MakeHeader(std::move(bytes));
-        EXPECT_EQ(waveOutPrepareHeader(handle, &header, sizeof header), MMSYSERR_NOERROR);
-        return &header;
-    }
-    MMRESULT Write(WAVEHDR* header) { return waveOutWrite(handle, header, sizeof *header); }
+    WAVEHDR* Prepared(Bytes bytes) { return PreparedOver(std::move(bytes)); }
+    MMRESULT Write(WAVEHDR* header) { return Queue(header); }
     WAVEHDR* Written(Bytes bytes) {
         WAVEHDR* const header = Prepared(std::move(bytes));
         EXPECT_EQ(Write(header), MMSYSERR_NOERROR);
         return header;
     }
-
-    DWORD Position(UINT type = TIME_BYTES) {
-        MMTIME time = {};
-        time.wType = type;
-        EXPECT_EQ(waveOutGetPosition(handle, &time, sizeof time), MMSYSERR_NOERROR);
-        EXPECT_EQ(time.wType, type);
-        return time.u.cb;
-    }
 };
 
-// A wave-in device likewise. A buffer is made full of bytes that no test records.
-class WaveRecorder : public WaveMessages<HWAVEIN, MM_WIM_OPEN, MM_WIM_DATA> {
+// A buffer is made full of bytes that no test records.
+class WaveRecorder : public WaveDevice<InputServices> {
   public:
     static constexpr uint8_t kUntouched = 0xEE;
 
-    ~WaveRecorder() {
-        if (!handle) return;
-        waveInReset(handle);
-        waveInClose(handle);
-        Messages();
-    }
-
-    MMRESULT Open(const WAVEFORMATEX& format, UINT device = WAVE_MAPPER,
-                  DWORD thread = GetCurrentThreadId()) {
-        return waveInOpen(&handle, device, &format, thread, 0, CALLBACK_THREAD);
-    }
-
-    WAVEHDR* Prepared(size_t bytes) {
-        WAVEHDR& header = MakeHeader(Bytes(bytes, kUntouched));
-        EXPECT_EQ(waveInPrepareHeader(handle, &header, sizeof header), MMSYSERR_NOERROR);
-        return &header;
-    }
-    MMRESULT Add(WAVEHDR* header) { return waveInAddBuffer(handle, header, sizeof *header); }
+    WAVEHDR* Prepared(size_t bytes) { return PreparedOver(Bytes(bytes, kUntouched)); }
+    MMRESULT Add(WAVEHDR* header) { return Queue(header); }
     WAVEHDR* Added(size_t bytes) {
         WAVEHDR* const header = Prepared(bytes);
         EXPECT_EQ(Add(header), MMSYSERR_NOERROR);
@@ -179,14 +177,6 @@ class WaveRecorder : public WaveMessages<HWAVEIN, MM_WIM_OPEN, MM_WIM_DATA> {
     static Bytes In(const WAVEHDR* header) {
         const auto* const data = reinterpret_cast<const uint8_t*>(header->lpData);
         return Bytes(data, data + std::min(header->dwBytesRecorded, header->dwBufferLength));
-    }
-
-    DWORD Position(UINT type = TIME_BYTES) {
-        MMTIME time = {};
-        time.wType = type;
-        EXPECT_EQ(waveInGetPosition(handle, &time, sizeof time), MMSYSERR_NOERROR);
-        EXPECT_EQ(time.wType, type);
-        return time.u.cb;
     }
 };
 

@@ -22,7 +22,7 @@ struct Header {
     }
 };
 
-class Mp3Files : public Playing {
+class Mp3Files : public ::testing::Test {
   protected:
     uint16_t Read(const Bytes& content) {
         format_found_ = {};
@@ -34,6 +34,7 @@ class Mp3Files : public Playing {
         return Read(Bytes(before) + Header().Write() + Bytes(behind)) == 0;
     }
 
+    TempFolder folder_;
     Mp3StreamFormat format_found_;
     uint32_t size_found_;
 };
@@ -66,6 +67,41 @@ TEST_F(Mp3Files, WhatIsNoHeaderIsPassedOver) {
     ASSERT_EQ(Read(wrong[3].Write() + found.Write() + Header().Write() + Bytes(9)), TOLVANE_OK);
     EXPECT_EQ(format_found_.nSamplesPerSec, 48000u) << "the first one counts";
     EXPECT_EQ(size_found_, 21u);
+}
+
+// The rule, byte by byte: where the first header is, or the size of the content.
+size_t FirstHeader(const Bytes& content) {
+    for (size_t at = 0; at + 4 < content.size(); ++at) {
+        const uint8_t *bytes = &content[at], second = bytes[1], third = bytes[2];
+        const bool sync =
+            bytes[0] == 0xFF && second >= 0xE0 && (second >> 3 & 3) != 1 && (second >> 1 & 3) != 0;
+        if (sync && third >> 4 != 0 && third >> 4 != 15 && (third >> 2 & 3) != 3) return at;
+    }
+    return content.size();
+}
+
+// Headers differ in what a description tells of them, so one that is found too soon or too late shows.
+TEST_F(Mp3Files, AreFoundWhereTheRuleFindsThem) {
+    std::mt19937 random(5);
+    int found = 0, none = 0;
+    for (int round = 0; round < 250; ++round) {
+        Bytes content(4 + random() % (round % 2 ? 300 : 140'000), 0);
+        const auto dense = 2 + random() % 4000;
+        for (uint8_t& byte : content)
+            byte = random() % dense ? static_cast<uint8_t>(random() % 0xE0) : 0xFF;
+        for (size_t at = 0; at + 1 < content.size(); ++at)
+            if (content[at] == 0xFF && random() % 3) content[at + 1] = static_cast<uint8_t>(0xE0 | random());
+        const size_t at = FirstHeader(content);
+        const bool is_there = at < content.size();
+        ASSERT_EQ(Read(content), is_there ? TOLVANE_OK : TOLVANE_CANNOT_OPEN) << round;
+        const Mp3StreamFormat format = format_found_;
+        ++(is_there ? found : none);
+        if (!is_there) continue;
+        ASSERT_EQ(Read(Part(content, at, at + 4) + Bytes(1)), TOLVANE_OK);
+        ASSERT_EQ(memcmp(&format, &format_found_, sizeof format), 0) << round << ", at " << at;
+    }
+    EXPECT_GT(found, 80);
+    EXPECT_GT(none, 20);
 }
 
 TEST_F(Mp3Files, AreDescribedForACodec) {
@@ -102,11 +138,17 @@ TEST_F(Mp3Files, AreDescribedForACodec) {
 }
 
 TEST_F(Mp3Files, LargeOnesWithoutAHeaderAreAnsweredSoon) {
-    Bytes content(100'000'000, 0xFF);  // nothing but beginnings of headers
-    const std::string path = folder_.Write("long.mp3", content);
-    const DWORD begin = GetTickCount();
-    EXPECT_EQ(GetMP3FileInfo(path.c_str(), nullptr, nullptr), TOLVANE_CANNOT_OPEN);
-    EXPECT_LT(GetTickCount() - begin, 1000u * 20) << "with every sanitizer";
+    // What most bytes are like, and nothing but beginnings of headers: with every sanitizer that takes its time.
+    for (const auto& [byte, most] : {std::pair<uint8_t, uint32_t>{0x7F, 1000}, {0xFF, 20'000}}) {
+        const std::string path = folder_.Write("long.mp3", Bytes(100'000'000, byte));
+        uint32_t soonest = UINT32_MAX;
+        for (int turn = 0; turn < 3 && soonest >= 1000; ++turn) {
+            const DWORD begin = GetTickCount();
+            EXPECT_EQ(GetMP3FileInfo(path.c_str(), nullptr, nullptr), TOLVANE_CANNOT_OPEN);
+            soonest = std::min<uint32_t>(soonest, GetTickCount() - begin);
+        }
+        EXPECT_LT(soonest, most) << "milliseconds";
+    }
 }
 
 class Mp3Sounds : public Playing {
@@ -117,8 +159,23 @@ class Mp3Sounds : public Playing {
             GTEST_SKIP() << "lame is not here";
     }
     bool Encode(const std::string& name, const Format& format, const std::string& options) {
-        folder_.Write("in.wav", WaveFile(format, Music(format, kFrames)));
-        return RunTools(folder_.Path(), "lame --quiet " + options + " in.wav " + name);
+        return Encode(name, format, options, Music(format, kFrames));
+    }
+    // The last bytes that fill no block of the decoded sound are not played, so there are none.
+    bool Encode(const std::string& name, const Format& format, const std::string& options,
+                const Bytes& sound) {
+        folder_.Write("in.wav", WaveFile(format, sound));
+        if (!RunTools(folder_.Path(), "lame --quiet " + options + " in.wav " + name)) return false;
+        const Bytes content = ReadAll(folder_.Path(name));
+        folder_.Write(name, content + Bytes((4 - content.size() % 4) % 4));
+        return true;
+    }
+    // What the device gets of the whole file.
+    Bytes PlayWhole(const std::string& name) {
+        PlatformVirtualClearPlayed(0);
+        EXPECT_EQ(AudioPlayMP3(folder_.Path(name).c_str(), 0, 0, 0, 0, 0), TOLVANE_OK);
+        PlayOut();
+        return PlayedBytes();
     }
     void StartAgain() {
         Advance(3000);
@@ -174,9 +231,10 @@ TEST_F(Mp3Sounds, PlayToTheirEndAsTheyAreDecoded) {
         const Sound heard = SoundOf(PlayedBytes(), 16),
                     expected = DecodedByOthers("x.mp3", state.rate,
                                                uint32_t{state.channels} / making.format.channels);
-        ASSERT_GE(heard.size(),
-                  uint64_t{kFrames - 2 * 1152} * state.rate / making.format.rate * state.channels)
-            << "the last frame may want its last bytes";
+        // A change of the rate holds back what its filter looks ahead; nobody tells a device that it was the last.
+        const uint32_t held = state.rate == making.format.rate ? 0 : state.rate / 50 * state.channels;
+        EXPECT_LE(heard.size(), expected.size() + state.channels);
+        EXPECT_GE(heard.size() + held, expected.size());
         EXPECT_GE(Compare(expected, heard, state.channels, kMostDelay).decibels, 60);
     }
 }
@@ -231,11 +289,60 @@ TEST_F(Mp3Sounds, AreSetsToo) {
     AudioGetPlaybackSetInfo(&info, TOLVANE_MILLISECONDS);
     EXPECT_STREQ(info.path, entries[1].path);
     EXPECT_EQ(info.position, entries[0].milliseconds + 1000);
+    PlatformVirtualClearPlayed(0);
+    AudioMoveIntoPlaybackSet(0, 0);
+    Advance(30'000);
+    AudioMoveIntoPlaybackSet(entries[0].milliseconds, 0);
     PlayOut();
+    const Bytes heard = PlayedBytes();
+    AudioStop();
+    EXPECT_TRUE(heard == Part(PlayWhole("one.mp3"), 0, 30'000 * 4) + PlayWhole("two.mp3"));
     EXPECT_EQ(play(2, entries[0].milliseconds + entries[1].milliseconds), TOLVANE_OK);
     EXPECT_TRUE(Closed());
     strcpy(entries[1].path, folder_.Write("none.mp3", Bytes(50)).c_str());
     EXPECT_EQ(play(2, 0), TOLVANE_CANNOT_OPEN);
+}
+
+// Decibels of a tone of 1000 Hz over everything else, in the middle half of a stretch of stereo at 44.1 kHz.
+double ToneOverRest(const Sound& stereo, size_t from, size_t to) {
+    constexpr size_t kWholeCycles = 441;
+    const size_t first = from + (to - from) / 4, count = (to - from) / 2 / kWholeCycles * kWholeCycles;
+    double sine = 0, cosine = 0, whole = 0;
+    for (size_t i = 0; i < count; ++i) {
+        const double sample = stereo[2 * (first + i)], time = static_cast<double>(i) / 44100;
+        sine += sample * Sine(1000, time);
+        cosine += sample * Sine(1000, time + 0.00025);
+        whole += sample * sample;
+    }
+    const double tone = 2 * (sine * sine + cosine * cosine) / static_cast<double>(count);
+    return 10 * std::log10(tone / (whole - tone));
+}
+
+// The first frame decides what the device is opened for; what comes in other rates and channels is brought to that.
+TEST_F(Mp3Sounds, KeepTheirPitchWhereTheFramesChangeTheirRate) {
+    constexpr Format kParts[] = {
+        {44100, 2, 16}, {22050, 1, 16}, {48000, 2, 16}, {44100, 1, 16}, {8000, 1, 16}};
+    constexpr double kSeconds = 1.5;
+    Bytes file;
+    for (const Format& format : kParts) {
+        const auto frames = static_cast<size_t>(kSeconds * format.rate);
+        const Bytes tone =
+            MakePcm(format, frames, [](double time, size_t) { return 0.5 * Sine(1000, time); });
+        const char* const rate = format.rate < 10'000 ? "64" : format.rate < 32'000 ? "160" : "320";
+        ASSERT_TRUE(Encode("part.mp3", format, std::string("-t -b ") + rate, tone));
+        file = file + ReadAll(folder_.Path("part.mp3"));
+    }
+    folder_.Write("x.mp3", file);
+    const Sound heard = SoundOf(PlayWhole("x.mp3"), 16);
+    const size_t frames = heard.size() / 2, parts = std::size(kParts);
+    // Of every part the encoder makes up to three frames more.
+    EXPECT_GT(static_cast<double>(frames), kSeconds * parts * 44100);
+    EXPECT_LT(static_cast<double>(frames), (kSeconds + 3 * 0.0721) * parts * 44100);
+    for (size_t i = 0; i < parts; ++i) {
+        const double decibels = ToneOverRest(heard, i * frames / parts, (i + 1) * frames / parts);
+        std::cout << kParts[i].rate << " Hz: " << decibels << " dB\n";
+        EXPECT_GE(decibels, 70) << "part " << i;
+    }
 }
 
 }  // namespace

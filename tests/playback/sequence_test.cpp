@@ -171,17 +171,6 @@ TEST_F(Sequence, LeavesOutWhatStandsBehindTheSound) {
     EXPECT_TRUE(Heard({{0, 7777}}));
 }
 
-TEST_F(Sequence, RepeatsFromItsStartUntilStopped) {
-    Make(kStereo, kFrames);
-    ASSERT_EQ(Play(1000, 9000, TOLVANE_SAMPLES, true), TOLVANE_OK);
-    EXPECT_EQ(Advance(20000), 20000u);
-    EXPECT_EQ(AudioGetPosition(TOLVANE_SAMPLES), 21000u) << "grows on through repeats";
-    EXPECT_TRUE(Heard({{1000, 9000}, {1000, 9000}, {1000, 5000}}));
-    EXPECT_EQ(window_.Ended(), 0);
-    AudioStop();
-    EXPECT_EQ(window_.Ended(), 1);
-}
-
 TEST_F(Sequence, RepeatsTheShortestPieces) {
     Make(kStereo, kFrames);
     ASSERT_EQ(Play(10, 13, TOLVANE_SAMPLES, true), TOLVANE_OK);
@@ -195,41 +184,6 @@ TEST_F(Sequence, RepeatsTheShortestPieces) {
     ASSERT_EQ(Play(9, 9, TOLVANE_SAMPLES, true), TOLVANE_OK) << "nothing to repeat";
     EXPECT_TRUE(window_.AwaitEnd(3));
     EXPECT_TRUE(Closed());
-}
-
-TEST_F(Sequence, RepeatsWholeAgainAfterAMove) {
-    Make(kStereo, kFrames);
-    ASSERT_EQ(Play(1000, 9000, TOLVANE_SAMPLES, true), TOLVANE_OK);
-    Advance(500);
-    AudioMoveTo(8000, TOLVANE_SAMPLES);
-    Advance(10000);
-    EXPECT_TRUE(Heard({{1000, 1500}, {8000, 9000}, {1000, 9000}, {1000, 2000}}));
-    AudioMoveTo(10, TOLVANE_SAMPLES);
-    Advance(9000);
-    EXPECT_TRUE(Heard({{1000, 1500}, {8000, 9000}, {1000, 9000}, {1000, 2000}, {10, 9000}, {1000, 1010}}));
-}
-
-TEST_F(Sequence, HoldsWhilePaused) {
-    Make(kStereo, kFrames);
-    ASSERT_EQ(Play(), TOLVANE_OK);
-    Advance(123);
-    AudioResume();
-    EXPECT_EQ(Advance(7), 7u);
-    AudioPause();
-    AudioPause();
-    EXPECT_EQ(State().paused, 1u);
-    EXPECT_EQ(Advance(5000), 0u);
-    EXPECT_EQ(AudioGetPosition(TOLVANE_SAMPLES), 130u);
-    AudioResume();
-    EXPECT_EQ(Advance(20), 20u);
-    AudioResume();
-    EXPECT_EQ(Advance(20), 20u);
-    AudioPause();
-    AudioStop();
-    EXPECT_EQ(window_.Ended(), 1);
-    EXPECT_TRUE(Heard({{0, 170}}));
-    ASSERT_EQ(Play(), TOLVANE_OK) << "a new playback is not paused";
-    EXPECT_EQ(Advance(10), 10u);
 }
 
 TEST_F(Sequence, MovesWhereItIsTold) {
@@ -259,21 +213,6 @@ TEST_F(Sequence, MovesWhereItIsTold) {
     }
     EXPECT_TRUE(Heard(spans));
     EXPECT_EQ(window_.Ended(), 0);
-}
-
-TEST_F(Sequence, StaysPausedThroughMoves) {
-    Make(kStereo, kFrames);
-    ASSERT_EQ(Play(), TOLVANE_OK);
-    Advance(50);
-    AudioPause();
-    AudioMoveTo(20000, TOLVANE_SAMPLES);
-    AudioMoveTo(7000, TOLVANE_SAMPLES);
-    EXPECT_EQ(State().paused, 1u);
-    EXPECT_EQ(Advance(100), 0u);
-    EXPECT_EQ(AudioGetPosition(TOLVANE_SAMPLES), 7000u);
-    AudioResume();
-    EXPECT_EQ(Advance(100), 100u);
-    EXPECT_TRUE(Heard({{0, 50}, {7000, 7100}}));
 }
 
 // Positions in bytes and samples that a comparison of bare numbers would pass over.

@@ -1,39 +1,15 @@
 // The sound server dies while a file plays: the end is told, and the next start works once a server is there
 // again.
-#include <cstdlib>
 #include <thread>
 
 #include "support/any_card.h"
-#include "support/child.h"
-#include "support/resources.h"
+#include "support/private_server.h"
 
 namespace tolvane::test {
 namespace {
 
-constexpr const char* kChild = "TOLVANE_TEST_SERVER_DEATH";
-
-// In a child of its own, which has not met another server before.
-class ServerDeath : public ::testing::Test {
+class ServerDeath : public PrivateServer {
   protected:
-    void SetUp() override {
-        if (!PlatformUseCard(PLATFORM_CARD_SERVER))
-            GTEST_SKIP() << "cards cannot be chosen here: no private server";
-        if (!std::getenv(kChild)) return;
-        started_ = StartSoundServer(server_);
-        ASSERT_TRUE(started_);
-    }
-    void TearDown() override {
-        AudioStop();
-        if (started_) StopSoundServer(server_);
-        PlatformUseCard(PLATFORM_CARD_DEFAULT);
-    }
-    // True in the parent, where the child has done everything.
-    static bool IsParent() {
-        if (std::getenv(kChild)) return false;
-        const Variable child(kChild, "1");
-        EXPECT_TRUE(PassesInAChild());
-        return true;
-    }
     // Plays until something is heard.
     void PlayAWhile(bool pause) {
         ASSERT_EQ(AudioPlayWaveEx(path_.c_str(), 0, 0, 0, 1, 0, 1), TOLVANE_OK);
@@ -44,12 +20,8 @@ class ServerDeath : public ::testing::Test {
         if (pause) AudioPause();
     }
 
-    bool started_ = false;
-    TempFolder folder_;
     HostWindow window_;
     Watchdog watchdog_;
-    const std::string server_ = folder_.Path("server");
-    const Variable home_{"PULSE_SERVER", "unix:" + server_ + "/native"};
     const std::string path_ = folder_.Write("x.wav", WaveFile({44100, 2, 16}, Pattern(4 * 44100)));
 };
 

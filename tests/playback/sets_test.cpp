@@ -64,6 +64,7 @@ TEST_F(Sets, PlayTheFileOfAPositionToItsEnd) {
                 testing::ElementsAre(3000, 132300, 529200, 44100, 2, 16, 1));
     Advance(4410);
     EXPECT_EQ(Info().position, 1600u);
+    EXPECT_EQ(Info(7).position, 1600u) << "every other unit is milliseconds";
     EXPECT_EQ(Info(TOLVANE_SAMPLES).position, 44100u * 3 / 2 + 4410);
     EXPECT_EQ(Info(TOLVANE_BYTES).position, (44100u * 3 / 2 + 4410) * 4);
     EXPECT_EQ(AudioEditCanPaste(), 0u);
@@ -71,11 +72,25 @@ TEST_F(Sets, PlayTheFileOfAPositionToItsEnd) {
     PlayOut();
     EXPECT_TRUE(HeardBytes(Tail(1, 22050 * 4)));
     EXPECT_EQ(Info().totalMilliseconds, 3000u) << "the set outlives its playback";
+    EXPECT_STREQ(Info().path, entries_[1].path);
+    AudioPause();  // that there was a playback is forgotten
+    EXPECT_EQ(Info().sampleRate, 0u);
+    EXPECT_EQ(Info().totalMilliseconds, 3000u);
     AudioStop();
     info = Info();
     EXPECT_EQ(info.position + info.totalMilliseconds + info.totalSamples + info.totalBytes + info.sampleRate,
               0u);
     EXPECT_EQ(info.path[0], 0x5A);
+}
+
+TEST_F(Sets, CountMillisecondsAsEveryPlaybackDoes) {
+    Add({37800, 1, 8}, 10);
+    Add({37800, 1, 8}, 9450);
+    Add({37800, 1, 8}, 37800);
+    ASSERT_EQ(Begin(entries_[0].milliseconds + 250 + 25),
+              TOLVANE_OK);  // 25 ms of 37,800 Hz: 945 frames exactly
+    PlayOut();
+    EXPECT_TRUE(HeardBytes(Tail(2, 945)));
 }
 
 TEST_F(Sets, MoveToAnyPlace) {

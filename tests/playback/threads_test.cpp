@@ -94,5 +94,26 @@ TEST_F(ManyThreads, SteerOnePlayback) {
     EXPECT_EQ(window_.Ended(), started_);
 }
 
+// A host may name its entries again while they play: they are measured anew beside those who ask.
+TEST_F(ManyThreads, StartAndAskAboutOneSet) {
+    PlaybackSetEntry entry = {};
+    path_.copy(entry.path, sizeof entry.path - 1);
+    std::atomic<int> asked = 0;
+    std::thread asker([&] {
+        for (PlaybackSetInfo info = {}; !done_; asked += info.totalSamples == 50000)
+            AudioGetPlaybackSetInfo(&info, TOLVANE_SAMPLES), AudioMoveIntoPlaybackSet(100, TOLVANE_SAMPLES);
+    });
+    for (int i = 0; i < 40; ++i) {
+        AudioStop();
+        started_ += AudioPlayWaveFilesSet(&entry, 1, 0, TOLVANE_SAMPLES, 0, 1, 0) == TOLVANE_OK;
+        AudioPlayWaveFilesSet(&entry, 1, 0, TOLVANE_SAMPLES, 0, 1, 0);
+    }
+    done_ = true;
+    asker.join();
+    AudioStop();
+    EXPECT_EQ(started_, 40);
+    EXPECT_GT(asked, 0);
+}
+
 }  // namespace
 }  // namespace tolvane::test

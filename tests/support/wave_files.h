@@ -16,7 +16,7 @@ struct Format {
     uint16_t bits = 16;
     uint16_t tag = 1;
 
-    uint16_t Block() const { return static_cast<uint16_t>(channels * bits / 8); }
+    uint16_t Block() const { return static_cast<uint16_t>(uint32_t{channels} * bits / 8); }
     uint32_t BytesPerSecond() const { return rate * Block(); }
     // What a playback's buffer holds: about an eighth of a second in whole kilobytes.
     uint32_t BufferSize() const {

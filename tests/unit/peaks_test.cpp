@@ -49,34 +49,5 @@ TEST(PeakMeasurement, FindsTheLargestMagnitude) {
     }
 }
 
-TEST(PeakMeasurement, FindsAPeakAtEveryPlace) {
-    for (size_t at = 0; at < 200; ++at) {
-        test::Bytes block(200, 128);
-        block[at] = 0;
-        Peaks peaks;
-        ASSERT_TRUE(MeasurePeaks(block.data(), 200, 2, 8, &peaks));
-        EXPECT_EQ(peaks.left, at % 2 ? 0 : 128) << at;
-        EXPECT_EQ(peaks.right, at % 2 ? 128 : 0) << at;
-    }
-}
-
-TEST(PeakMeasurement, KnowsNoOtherFormats) {
-    const test::Bytes block(64, 255);
-    for (const auto& [channels, bits] :
-         {std::pair<uint16_t, uint16_t>{0, 8}, {3, 16}, {1, 24}, {2, 0}, {1, 12}}) {
-        Peaks peaks{5, 6};
-        EXPECT_FALSE(MeasurePeaks(block.data(), 64, channels, bits, &peaks));
-        EXPECT_TRUE(peaks.left == 5 && peaks.right == 6);
-    }
-}
-
-TEST(PeakMeasurement, ScalesToPercent) {
-    EXPECT_EQ(ToPercent(128, 8), 100u);
-    EXPECT_EQ(ToPercent(127, 8), 99u);
-    EXPECT_EQ(ToPercent(32767, 16), 100u);
-    EXPECT_EQ(ToPercent(32768, 16), 100u);
-    EXPECT_EQ(ToPercent(32766, 16), 99u);
-}
-
 }  // namespace
 }  // namespace tolvane

@@ -45,6 +45,19 @@ TEST(Positions, BecomeBytes) {
             << item.position << " in unit " << item.unit;
 }
 
+// Doubles in every step and on every processor: a wider unit would find the one or the other a millisecond early.
+TEST(Positions, OfWholeMillisecondsAreRoundedAlike) {
+    for (const InputFileInfo& format : {Pcm(8000, 1, 8), Pcm(48000, 2, 16)})
+        for (uint32_t i = 1; i < 3000; ++i) {
+            const uint32_t bytes = i * (format.nAvgBytesPerSec / 1000);
+            const volatile double seconds = bytes / (format.nAvgBytesPerSec * 8.0);
+            const volatile double position = seconds * 8000;
+            EXPECT_EQ(BytesToPosition(bytes, TOLVANE_MILLISECONDS, format), static_cast<uint32_t>(position))
+                << bytes;
+        }
+    EXPECT_EQ(BytesToPosition(8008, TOLVANE_MILLISECONDS, Pcm(8000, 1, 8)), 1000u);
+}
+
 TEST(Positions, ComeFromBytes) {
     const struct {
         uint32_t bytes;

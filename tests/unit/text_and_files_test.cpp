@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 
 #include "files/inspect.h"
+#include "files/replacement.h"
 #include "frame/disk_space.h"
 #include "frame/scratch_files.h"
 #include "frame/text.h"
@@ -135,6 +136,23 @@ TEST(FileIdentity, IsThatOfTheCallBefore) {
     fs::remove(a);
     fs::copy_file(b, a);
     EXPECT_EQ(same(a), 0) << "another file of the same name";
+}
+
+// What is private must not be open to all while its successor is written beside it.
+TEST(Replacement, IsNobodyElsesBeforeItHasTheOldFilesRights) {
+    const TempFolder folder;
+    const std::string path = folder.Write("x", Bytes(10));
+    fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write);
+    Replacement replacement;
+    ASSERT_TRUE(replacement.Begin(path.c_str()));
+    std::ofstream(replacement.Path()) << "new";
+#ifndef _WIN32
+    EXPECT_EQ(fs::status(replacement.Path()).permissions() & (fs::perms::group_all | fs::perms::others_all),
+              fs::perms::none);
+#endif
+    ASSERT_TRUE(replacement.Commit());
+    EXPECT_EQ(test::ReadAll(path), Bytes({'n', 'e', 'w'}));
+    EXPECT_EQ(folder.Names().size(), 1u);
 }
 
 }  // namespace
