@@ -7,7 +7,7 @@ export CMAKE_CXX_COMPILER_LAUNCHER ?= $(ccache)
 export CCACHE_SLOPPINESS ?= pch_defines,time_macros
 endif
 
-.PHONY: help native demo test windows package soak bench check setup-% clean
+.PHONY: help native demo test windows package soak fuzz bench check setup-% clean
 
 help:
 	@echo 'make demo      build and hear it: plays a sound, on the sound server where one answers'
@@ -16,6 +16,7 @@ help:
 	@echo 'make windows   only the Windows builds and their tests under Wine'
 	@echo 'make package   the packages for Debian and for Windows, into build/packages'
 	@echo 'make soak      rare faults: a million edits, 2000 kills, 10000 cancelled conversions, files near 2 GiB'
+	@echo 'make fuzz      looks for inputs that break something, a minute for each kind (FUZZ_SECONDS=60)'
 	@echo 'make bench     the benchmarks'
 	@echo 'make check     format, lint, both compilers, sanitizers'
 	@echo 'make clean     remove everything built'
@@ -41,6 +42,9 @@ package: setup-windows
 
 soak: setup-native
 	@tools/soak
+
+fuzz: setup-check
+	@tools/fuzz
 
 bench: setup-bench
 	@tools/build native tolvane_program loops codec_loops library_cost edit_job

@@ -1,0 +1,192 @@
+// Edits, one after the other, on files that may be anything: whatever an edit answers, a file is the old one or a whole
+// new one, undo brings back every byte, and nothing is left beside them.
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <thread>
+
+#include <gmock/gmock.h>
+
+#include "fuzz/input.h"
+#include "support/temp_folder.h"
+#include "tolvane.h"
+
+using namespace tolvane::test;
+using ::testing::AnyOf;
+
+namespace {
+
+constexpr uint32_t kLongestSilence = 1 << 20;  // bytes
+constexpr int kStepBytes = 17;                 // what a step reads of its input at most
+
+struct Sound {
+    InputFileInfo format = {};
+    uint32_t size = 0;
+    bool exists = false;
+
+    explicit Sound(const std::string& path) {
+        exists = GetInputFileInfo(path.c_str(), &format) == TOLVANE_OK &&
+                 GetDataChunkSize(path.c_str(), &size) == TOLVANE_OK;
+    }
+    uint32_t Down(uint32_t bytes) const {
+        return format.nBlockAlign ? bytes - bytes % format.nBlockAlign : bytes;
+    }
+};
+
+using Call = std::function<uint16_t(EditJob** job, uint32_t wait)>;
+
+// Here, or as a job.
+uint16_t Do(const Call& call, bool as_job) {
+    EditJob* job = nullptr;
+    const uint16_t refused = call(as_job ? &job : nullptr, !as_job);
+    if (refused || !as_job) return refused;
+    while (!AudioEditProcessIsOver(job))
+        std::this_thread::yield();
+    const uint16_t reason = AudioEditGetReasonForProcessExit(job);
+    AudioEditCloseHandle(&job);
+    return reason;
+}
+
+class Edits {
+  public:
+    explicit Edits(const TempFolder& folder) : folder_(folder) {}
+
+    void Run(Input input) {
+        const int steps = input.Byte() % 4 + 1;
+        const bool undo = input.Byte() % 4 != 0;
+        Bytes program(static_cast<size_t>(steps) * kStepBytes);
+        std::generate(program.rbegin(), program.rend(), [&] { return input.Byte(); });
+        folder_.Write("x.wav", input.Rest());
+        AudioEditSetUndoRedo(undo);
+        Input rest(program.data(), program.size());
+        for (int i = 0; i < steps; ++i)
+            Step(rest, undo);
+        AudioFlushCutCopyPasteBuffer();
+        for (const std::string& name : folder_.Names())
+            std::filesystem::remove(folder_.Path(name));
+    }
+
+  private:
+    void Step(Input& input, bool undo);
+    Call Choose(Input& input, const Sound& sound);
+    void CheckUndo(const Bytes& before, const Bytes& after) const;
+    void CheckResult(const Sound& before) const;
+    const char* Destination() const { return elsewhere_ ? other_.c_str() : nullptr; }
+
+    const TempFolder& folder_;
+    const std::string path_ = folder_.Path("x.wav"), other_ = folder_.Path("y.wav"),
+                      taken_ = folder_.Path("taken.wav");
+    bool elsewhere_ = false, modifies_ = false;
+    int64_t expected_ = -1;  // bytes of sound of a success, where they are known
+};
+
+// The expected size is known where the positions are bytes.
+Call Edits::Choose(Input& input, const Sound& sound) {
+    const char *path = path_.c_str(), *taken = taken_.c_str(), *to = Destination();
+    const auto unit = static_cast<uint16_t>(input.Byte() % 4);
+    const uint32_t a = input.Near(sound.size), b = input.Near(sound.size), value = input.Long();
+    const uint32_t low = sound.Down(std::min(a, b)), high = sound.Down(std::max(a, b));
+    const auto expect = [&, known = unit == TOLVANE_BYTES](int64_t size) { expected_ = known ? size : -1; };
+    const int64_t size = sound.size, selected = int64_t{high} - low;
+    modifies_ = true;
+    expected_ = -1;
+    switch (input.Byte() % 11) {
+        case 0:
+            expect(size - selected);
+            return [=](EditJob** job, uint32_t wait) { return AudioCut(path, a, b, unit, job, wait, to); };
+        case 1:
+            expect(size - selected);
+            return [=](EditJob** job, uint32_t wait) {
+                return AudioCutInFile(path, a, b, unit, job, wait, taken, to);
+            };
+        case 2:
+            modifies_ = false;
+            return [=](EditJob** job, uint32_t wait) { return AudioCopy(path, a, b, unit, job, wait); };
+        case 3:
+            modifies_ = false;
+            return [=](EditJob** job, uint32_t wait) {
+                return AudioCopyInFile(path, a, b, unit, job, wait, taken);
+            };
+        case 4:
+            elsewhere_ = false;
+            return [=](EditJob** job, uint32_t wait) { return AudioPaste(path, a, unit, job, wait); };
+        case 5:
+            return [=](EditJob** job, uint32_t wait) {
+                return AudioPasteEx(path, a, unit, job, wait, value % 2 ? taken : path, to);
+            };
+        case 6:
+            expect(size - selected);
+            return [=](EditJob** job, uint32_t wait) { return AudioClear(path, a, b, unit, job, wait, to); };
+        case 7:
+            expect(selected);
+            return [=](EditJob** job, uint32_t wait) { return AudioCrop(path, a, b, unit, job, wait, to); };
+        case 8:
+            expect(size);
+            return [=](EditJob** job, uint32_t wait) {
+                return AudioEditMute(path, a, b, unit, job, wait, value, to);
+            };
+        case 9:
+            return [=](EditJob** job, uint32_t wait) {
+                return AudioEditTrimSilence(path, a, b, unit, job, wait, static_cast<uint16_t>(value), to);
+            };
+        default: {
+            const uint64_t bytes_a_second = uint64_t{sound.format.nSamplesPerSec} * sound.format.nBlockAlign;
+            const uint64_t longest = 1000ull * kLongestSilence / std::max<uint64_t>(bytes_a_second, 1) + 1;
+            const auto duration = static_cast<uint32_t>(value % std::min<uint64_t>(longest, UINT32_MAX));
+            const uint64_t frames = uint64_t{sound.format.nSamplesPerSec} * duration / 1000;
+            expected_ = size + static_cast<int64_t>(frames * sound.format.nBlockAlign);
+            return [=](EditJob** job, uint32_t wait) {
+                return AudioInsertSilence(path, a, unit, job, wait, duration, to);
+            };
+        }
+    }
+}
+
+void Edits::CheckUndo(const Bytes& before, const Bytes& after) const {
+    EXPECT_EQ(AudioEditCanUndo(), 1u);
+    EXPECT_EQ(AudioEditUndo(), TOLVANE_OK);
+    EXPECT_TRUE(ReadAll(path_) == before);
+    EXPECT_EQ(AudioEditRedo(), TOLVANE_OK);
+    EXPECT_TRUE(ReadAll(path_) == after);
+}
+
+void Edits::CheckResult(const Sound& before) const {
+    const Sound after(elsewhere_ ? other_ : path_);
+    EXPECT_TRUE(after.exists);
+    EXPECT_EQ(memcmp(&after.format, &before.format, sizeof after.format), 0);
+    if (expected_ >= 0) {
+        EXPECT_EQ(after.size, expected_);
+    }
+}
+
+void Edits::Step(Input& input, bool undo) {
+    const uint8_t ways = input.Byte();
+    elsewhere_ = ways % 4 == 1;
+    const Sound sound(path_);
+    const Bytes before = ReadAll(path_), other_before = ReadAll(other_);
+    const uint16_t result = Do(Choose(input, sound), ways / 4 % 4 == 1);
+    EXPECT_THAT(result, AnyOf(0, 102, 107, 110, 301, 302, 306, 307, 308, 312, 313, 318, 320, 321));
+    const bool changes = result == TOLVANE_OK && modifies_;
+    if (!changes || elsewhere_) {
+        EXPECT_TRUE(ReadAll(path_) == before) << result;
+    }
+    if (!changes || !elsewhere_) {
+        EXPECT_TRUE(ReadAll(other_) == other_before) << result;
+    }
+    if (!changes) return;
+    CheckResult(sound);
+    if (!undo) {
+        EXPECT_EQ(AudioEditUndo(), TOLVANE_UNDO_OFF);
+    } else if (!elsewhere_) {
+        CheckUndo(before, ReadAll(path_));
+    }
+    EXPECT_THAT(folder_.Names(), ::testing::Each(AnyOf("x.wav", "y.wav", "taken.wav")));
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static const TempFolder folder;
+    Edits(folder).Run(Input(data, size));
+    return 0;
+}
