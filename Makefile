@@ -7,7 +7,7 @@ export CMAKE_CXX_COMPILER_LAUNCHER ?= $(ccache)
 export CCACHE_SLOPPINESS ?= pch_defines,time_macros
 endif
 
-.PHONY: help native demo test windows package soak fuzz bench check setup-% clean
+.PHONY: help native demo test windows package soak fuzz bench check pictures setup-% clean
 
 help:
 	@echo 'make demo      build and hear it: plays a sound, on the sound server where one answers'
@@ -19,6 +19,7 @@ help:
 	@echo 'make fuzz      looks for inputs that break something, a minute for each kind (FUZZ_SECONDS=60)'
 	@echo 'make bench     the benchmarks'
 	@echo 'make check     format, lint, both compilers, sanitizers'
+	@echo 'make pictures  the pictures of the README anew'
 	@echo 'make clean     remove everything built'
 
 setup-%:
@@ -58,6 +59,10 @@ bench: setup-bench
 
 check: setup-windows+check
 	@tools/check
+
+pictures: setup-native
+	@tools/build native tolvane_program
+	@tools/pictures
 
 clean:
 	rm -rf build
