@@ -7,6 +7,7 @@
 namespace tolvane {
 
 AcmStream OpenAcmStream(HACMDRIVER driver, const WAVEFORMATEX* source, const WAVEFORMATEX* target) {
+    const CodecManagerGuard guard;
     HACMSTREAM stream = nullptr;
     const MMRESULT result =
         acmStreamOpen(&stream, driver, const_cast<WAVEFORMATEX*>(source), const_cast<WAVEFORMATEX*>(target),

@@ -6,6 +6,7 @@
 #include <mmreg.h>
 #include <msacm.h>
 
+#include "convert/manager_lock.h"
 #include "frame/handles.h"
 
 namespace tolvane {
@@ -13,7 +14,10 @@ namespace tolvane {
 struct AcmStreamTraits {
     using Handle = HACMSTREAM;
     static constexpr HACMSTREAM None() { return nullptr; }
-    static void Close(HACMSTREAM stream) { acmStreamClose(stream, 0); }
+    static void Close(HACMSTREAM stream) {
+        const CodecManagerGuard guard;
+        acmStreamClose(stream, 0);
+    }
 };
 using AcmStream = UniqueHandle<AcmStreamTraits>;
 

@@ -139,8 +139,7 @@ AcmStream CodecConversion::OpenWith(HACMDRIVER driver) {
 // With whatever driver can. A PCM target may become the first format of 18 bytes that is suggested for the source, of
 // whatever tag.
 AcmStream CodecConversion::OpenFallback() {
-    if (choice_.to_pcm &&
-        acmFormatSuggest(nullptr, Source(), Target(), sizeof(WAVEFORMATEX), 0) != MMSYSERR_NOERROR)
+    if (choice_.to_pcm && SuggestFromAny(Source(), Target(), sizeof(WAVEFORMATEX), 0) != MMSYSERR_NOERROR)
         *Target() = kLastAttempt;
     return OpenWith(nullptr);
 }

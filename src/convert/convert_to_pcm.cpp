@@ -50,16 +50,14 @@ TolvaneResult Open(const char* path, PcmInput* input) {
 // A PCM format into which any codec can decode the input.
 TolvaneResult SuggestOutput(const PcmInput& input, WAVEFORMATEX* output) {
     DWORD largest = 0;
-    if (acmMetrics(nullptr, ACM_METRIC_MAX_SIZE_FORMAT, &largest) != MMSYSERR_NOERROR)
-        return TOLVANE_NO_PCM_SUGGESTION;
+    if (LargestFormat(&largest) != MMSYSERR_NOERROR) return TOLVANE_NO_PCM_SUGGESTION;
     largest = std::max<DWORD>(largest, sizeof *output);
     GlobalBlock block;
     if (block.Allocate(largest, GMEM_MOVEABLE | GMEM_ZEROINIT) != GlobalBlock::Outcome::kDone)
         return TOLVANE_NO_CHANGE_MEMORY;
     auto* format = static_cast<WAVEFORMATEX*>(block.Data());
     format->wFormatTag = WAVE_FORMAT_PCM;
-    if (acmFormatSuggest(nullptr, const_cast<WAVEFORMATEX*>(input.Format()), format, largest,
-                         ACM_FORMATSUGGESTF_WFORMATTAG) != MMSYSERR_NOERROR)
+    if (SuggestFromAny(input.Format(), format, largest, ACM_FORMATSUGGESTF_WFORMATTAG) != MMSYSERR_NOERROR)
         return TOLVANE_NO_PCM_SUGGESTION;
     *output = WithoutExtra(*format);
     return TOLVANE_OK;

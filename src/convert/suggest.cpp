@@ -50,8 +50,7 @@ void Complete(WAVEFORMATEX& format) {
 TolvaneResult SuggestPcmFormat(HMMIO file, const WAVEFORMATEX* source, WAVEFORMATEX* out) {
     mmioSeek(file, 0, SEEK_SET);
     DWORD largest = 0;
-    if (acmMetrics(nullptr, ACM_METRIC_MAX_SIZE_FORMAT, &largest) != MMSYSERR_NOERROR)
-        return TOLVANE_NO_FORMAT_SIZE;
+    if (LargestFormat(&largest) != MMSYSERR_NOERROR) return TOLVANE_NO_FORMAT_SIZE;
     GlobalBlock block;
     if (block.Allocate(std::max<SIZE_T>(largest, sizeof(WAVEFORMATEX)), GMEM_MOVEABLE | GMEM_ZEROINIT) !=
         GlobalBlock::Outcome::kDone)
