@@ -60,10 +60,13 @@ BOOL CALLBACK ListCodec(HACMDRIVERID driver, DWORD_PTR instance, DWORD support) 
     return TRUE;
 }
 
-// The drivers are asked outside the lock, so that readers never wait for one.
+// The drivers are asked outside the catalogue's lock, so that readers never wait for one.
 uint16_t Rebuild() {
     Catalogue fresh;
-    acmDriverEnum(ListCodec, reinterpret_cast<DWORD_PTR>(&fresh), ACM_DRIVERENUMF_DISABLED);
+    {
+        const CodecManagerGuard guard;
+        acmDriverEnum(ListCodec, reinterpret_cast<DWORD_PTR>(&fresh), ACM_DRIVERENUMF_DISABLED);
+    }
     const uint16_t count = fresh.count;
     Catalogue& catalogue = TheCatalogue();
     const LockGuard guard(catalogue.lock);
@@ -160,6 +163,7 @@ bool ChooseCodec(uint16_t codec_index, int32_t format_tag_index, CodecChoice* ch
 }
 
 bool ReadDriverPriority(HACMDRIVERID driver, DWORD* priority) {
+    const CodecManagerGuard guard;
     return acmMetrics(reinterpret_cast<HACMOBJ>(driver), ACM_METRIC_DRIVER_PRIORITY, priority) ==
            MMSYSERR_NOERROR;
 }

@@ -114,9 +114,7 @@ TolvaneResult CodecConversion::MakeFormat() {
     format_size_ = sizeof(WAVEFORMATEX);
     DWORD largest = 0;
     if (!choice_.to_pcm) {
-        const HACMOBJ driver = reinterpret_cast<HACMOBJ>(driver_.Get());
-        if (acmMetrics(driver, ACM_METRIC_MAX_SIZE_FORMAT, &largest) != MMSYSERR_NOERROR)
-            return TOLVANE_NO_FORMAT_SIZE;
+        if (LargestFormat(&largest, driver_.Get()) != MMSYSERR_NOERROR) return TOLVANE_NO_FORMAT_SIZE;
         format_size_ = std::clamp<DWORD>(largest, sizeof(WAVEFORMATEX), kLongestFormat);
     }
     if (format_.Allocate(format_size_, GMEM_MOVEABLE | GMEM_ZEROINIT) != GlobalBlock::Outcome::kDone)

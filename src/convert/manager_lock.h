@@ -36,15 +36,15 @@ class CodecManagerGuard {
     bool nested_;
 };
 
-// acmFormatSuggest and acmMetrics of all drivers: the manager opens one after another.
+// Of all drivers, which the manager opens one after another for it.
 inline MMRESULT SuggestFromAny(const WAVEFORMATEX* source, WAVEFORMATEX* target, DWORD size, DWORD flags) {
     const CodecManagerGuard guard;
     return acmFormatSuggest(nullptr, const_cast<WAVEFORMATEX*>(source), target, size, flags);
 }
 
-inline MMRESULT LargestFormat(DWORD* size) {
+inline MMRESULT LargestFormat(DWORD* size, HACMDRIVER driver = nullptr) {
     const CodecManagerGuard guard;
-    return acmMetrics(nullptr, ACM_METRIC_MAX_SIZE_FORMAT, size);
+    return acmMetrics(reinterpret_cast<HACMOBJ>(driver), ACM_METRIC_MAX_SIZE_FORMAT, size);
 }
 
 }  // namespace tolvane

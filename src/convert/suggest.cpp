@@ -58,6 +58,7 @@ TolvaneResult SuggestPcmFormat(HMMIO file, const WAVEFORMATEX* source, WAVEFORMA
     auto* format = static_cast<WAVEFORMATEX*>(block.Data());
     format->wFormatTag = WAVE_FORMAT_PCM;
     Search search{source, format, largest, ACMERR_NOTPOSSIBLE};
+    const CodecManagerGuard guard;
     acmDriverEnum(AskCodec, reinterpret_cast<DWORD_PTR>(&search), 0);
     if (search.result != MMSYSERR_NOERROR) return TOLVANE_NO_PCM_SUGGESTION;
     Complete(*format);
