@@ -6,15 +6,6 @@
 
 namespace tolvane {
 
-AcmStream OpenAcmStream(HACMDRIVER driver, const WAVEFORMATEX* source, const WAVEFORMATEX* target) {
-    const CodecManagerGuard guard;
-    HACMSTREAM stream = nullptr;
-    const MMRESULT result =
-        acmStreamOpen(&stream, driver, const_cast<WAVEFORMATEX*>(source), const_cast<WAVEFORMATEX*>(target),
-                      nullptr, 0, 0, ACM_STREAMOPENF_NONREALTIME);
-    return AcmStream(result == MMSYSERR_NOERROR ? stream : nullptr);
-}
-
 StreamBlock::Outcome StreamBlock::Prepare(AcmStream stream) {
     stream_ = std::move(stream);
     if (source_.Allocate(kSourceSize, GMEM_MOVEABLE) != GlobalBlock::Outcome::kDone)

@@ -1,28 +1,10 @@
 // A conversion stream of the codec manager with the two buffers that it works on.
 #pragma once
 
-#include <windows.h>
-#include <mmsystem.h>
-#include <mmreg.h>
-#include <msacm.h>
-
-#include "convert/manager_lock.h"
+#include "convert/codec_manager.h"
 #include "frame/handles.h"
 
 namespace tolvane {
-
-struct AcmStreamTraits {
-    using Handle = HACMSTREAM;
-    static constexpr HACMSTREAM None() { return nullptr; }
-    static void Close(HACMSTREAM stream) {
-        const CodecManagerGuard guard;
-        acmStreamClose(stream, 0);
-    }
-};
-using AcmStream = UniqueHandle<AcmStreamTraits>;
-
-// None when `driver` (null: any) cannot convert between the formats.
-AcmStream OpenAcmStream(HACMDRIVER driver, const WAVEFORMATEX* source, const WAVEFORMATEX* target);
 
 // Converts piece by piece: the caller fills the free part of the source buffer, and what a conversion did not
 // take stands at its front for the next.

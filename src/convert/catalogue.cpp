@@ -3,7 +3,7 @@
 #include <cstring>
 #include <limits>
 
-#include "convert/acm_driver.h"
+#include "convert/codec_manager.h"
 #include "frame/immortal.h"
 
 namespace tolvane {

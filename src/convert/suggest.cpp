@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "convert/acm_driver.h"
+#include "convert/codec_manager.h"
 
 namespace tolvane {
 
