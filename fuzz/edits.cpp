@@ -2,11 +2,12 @@
 // new one, undo brings back every byte, and nothing is left beside them.
 #include <algorithm>
 #include <cstring>
-#include <functional>
+#include <iterator>
 #include <thread>
 
 #include <gmock/gmock.h>
 
+#include "edit/edit_steps.h"
 #include "fuzz/input.h"
 #include "support/temp_folder.h"
 #include "tolvane.h"
@@ -33,12 +34,10 @@ struct Sound {
     }
 };
 
-using Call = std::function<uint16_t(EditJob** job, uint32_t wait)>;
-
 // Here, or as a job.
-uint16_t Do(const Call& call, bool as_job) {
+uint16_t Do(const EditStep& step, const EditFiles& files, bool as_job) {
     EditJob* job = nullptr;
-    const uint16_t refused = call(as_job ? &job : nullptr, !as_job);
+    const uint16_t refused = CallEdit(step, files, as_job ? &job : nullptr, !as_job);
     if (refused || !as_job) return refused;
     while (!AudioEditProcessIsOver(job))
         std::this_thread::yield();
@@ -68,78 +67,56 @@ class Edits {
 
   private:
     void Step(Input& input, bool undo);
-    Call Choose(Input& input, const Sound& sound);
+    EditStep Choose(Input& input, const Sound& sound);
     void CheckUndo(const Bytes& before, const Bytes& after) const;
     void CheckResult(const Sound& before) const;
-    const char* Destination() const { return elsewhere_ ? other_.c_str() : nullptr; }
 
     const TempFolder& folder_;
     const std::string path_ = folder_.Path("x.wav"), other_ = folder_.Path("y.wav"),
                       taken_ = folder_.Path("taken.wav");
-    bool elsewhere_ = false, modifies_ = false;
+    const char* taken_now_ = nullptr;  // of the step
+    bool elsewhere_ = false;
     int64_t expected_ = -1;  // bytes of sound of a success, where they are known
 };
 
+uint32_t ShortSilence(const Sound& sound, uint32_t value) {
+    const uint64_t bytes_a_second = uint64_t{sound.format.nSamplesPerSec} * sound.format.nBlockAlign;
+    const uint64_t longest = 1000ull * kLongestSilence / std::max<uint64_t>(bytes_a_second, 1) + 1;
+    return static_cast<uint32_t>(value % std::min<uint64_t>(longest, UINT32_MAX));
+}
+
 // The expected size is known where the positions are bytes.
-Call Edits::Choose(Input& input, const Sound& sound) {
-    const char *path = path_.c_str(), *taken = taken_.c_str(), *to = Destination();
-    const auto unit = static_cast<uint16_t>(input.Byte() % 4);
-    const uint32_t a = input.Near(sound.size), b = input.Near(sound.size), value = input.Long();
-    const uint32_t low = sound.Down(std::min(a, b)), high = sound.Down(std::max(a, b));
-    const auto expect = [&, known = unit == TOLVANE_BYTES](int64_t size) { expected_ = known ? size : -1; };
-    const int64_t size = sound.size, selected = int64_t{high} - low;
-    modifies_ = true;
-    expected_ = -1;
-    switch (input.Byte() % 11) {
-        case 0:
-            expect(size - selected);
-            return [=](EditJob** job, uint32_t wait) { return AudioCut(path, a, b, unit, job, wait, to); };
-        case 1:
-            expect(size - selected);
-            return [=](EditJob** job, uint32_t wait) {
-                return AudioCutInFile(path, a, b, unit, job, wait, taken, to);
-            };
-        case 2:
-            modifies_ = false;
-            return [=](EditJob** job, uint32_t wait) { return AudioCopy(path, a, b, unit, job, wait); };
-        case 3:
-            modifies_ = false;
-            return [=](EditJob** job, uint32_t wait) {
-                return AudioCopyInFile(path, a, b, unit, job, wait, taken);
-            };
-        case 4:
-            elsewhere_ = false;
-            return [=](EditJob** job, uint32_t wait) { return AudioPaste(path, a, unit, job, wait); };
-        case 5:
-            return [=](EditJob** job, uint32_t wait) {
-                return AudioPasteEx(path, a, unit, job, wait, value % 2 ? taken : path, to);
-            };
-        case 6:
-            expect(size - selected);
-            return [=](EditJob** job, uint32_t wait) { return AudioClear(path, a, b, unit, job, wait, to); };
-        case 7:
-            expect(selected);
-            return [=](EditJob** job, uint32_t wait) { return AudioCrop(path, a, b, unit, job, wait, to); };
-        case 8:
-            expect(size);
-            return [=](EditJob** job, uint32_t wait) {
-                return AudioEditMute(path, a, b, unit, job, wait, value, to);
-            };
-        case 9:
-            return [=](EditJob** job, uint32_t wait) {
-                return AudioEditTrimSilence(path, a, b, unit, job, wait, static_cast<uint16_t>(value), to);
-            };
-        default: {
-            const uint64_t bytes_a_second = uint64_t{sound.format.nSamplesPerSec} * sound.format.nBlockAlign;
-            const uint64_t longest = 1000ull * kLongestSilence / std::max<uint64_t>(bytes_a_second, 1) + 1;
-            const auto duration = static_cast<uint32_t>(value % std::min<uint64_t>(longest, UINT32_MAX));
-            const uint64_t frames = uint64_t{sound.format.nSamplesPerSec} * duration / 1000;
-            expected_ = size + static_cast<int64_t>(frames * sound.format.nBlockAlign);
-            return [=](EditJob** job, uint32_t wait) {
-                return AudioInsertSilence(path, a, unit, job, wait, duration, to);
-            };
-        }
-    }
+EditStep Edits::Choose(Input& input, const Sound& sound) {
+    using Kind = EditStep::Kind;
+    constexpr struct {
+        Kind kind;
+        bool clipboard;
+    } kKinds[] = {{Kind::kCut, true},   {Kind::kCut, false},   {Kind::kCopy, true},   {Kind::kCopy, false},
+                  {Kind::kPaste, true}, {Kind::kPaste, false}, {Kind::kClear, true},  {Kind::kCrop, true},
+                  {Kind::kMute, true},  {Kind::kTrim, true},   {Kind::kSilence, true}};
+    EditStep step;
+    step.unit = static_cast<uint16_t>(input.Byte() % 4);
+    step.low = input.Near(sound.size);
+    step.high = input.Near(sound.size);
+    step.amount = input.Long();
+    const auto [kind, clipboard] = kKinds[input.Byte() % std::size(kKinds)];
+    step.kind = kind;
+    taken_now_ = clipboard                                      ? nullptr
+                 : kind == Kind::kPaste && step.amount % 2 == 0 ? path_.c_str()
+                                                                : taken_.c_str();
+    if (kind == Kind::kPaste && clipboard) elsewhere_ = false;
+    const int64_t size = sound.size, selected = int64_t{sound.Down(std::max(step.low, step.high))} -
+                                                sound.Down(std::min(step.low, step.high));
+    expected_ = kind == Kind::kCut || kind == Kind::kClear ? size - selected
+                : kind == Kind::kCrop                      ? selected
+                : kind == Kind::kMute                      ? size
+                                                           : -1;
+    if (step.unit != TOLVANE_BYTES) expected_ = -1;
+    if (kind != Kind::kSilence) return step;
+    step.amount = ShortSilence(sound, step.amount);
+    const uint64_t frames = uint64_t{sound.format.nSamplesPerSec} * step.amount / 1000;
+    expected_ = size + static_cast<int64_t>(frames * sound.format.nBlockAlign);
+    return step;
 }
 
 void Edits::CheckUndo(const Bytes& before, const Bytes& after) const {
@@ -164,9 +141,11 @@ void Edits::Step(Input& input, bool undo) {
     elsewhere_ = ways % 4 == 1;
     const Sound sound(path_);
     const Bytes before = ReadAll(path_), other_before = ReadAll(other_);
-    const uint16_t result = Do(Choose(input, sound), ways / 4 % 4 == 1);
+    const EditStep step = Choose(input, sound);
+    const EditFiles files = {path_.c_str(), taken_now_, elsewhere_ ? other_.c_str() : nullptr};
+    const uint16_t result = Do(step, files, ways / 4 % 4 == 1);
     EXPECT_THAT(result, AnyOf(0, 102, 107, 110, 301, 302, 306, 307, 308, 312, 313, 318, 320, 321));
-    const bool changes = result == TOLVANE_OK && modifies_;
+    const bool changes = result == TOLVANE_OK && step.kind != EditStep::Kind::kCopy;
     if (!changes || elsewhere_) {
         EXPECT_TRUE(ReadAll(path_) == before) << result;
     }

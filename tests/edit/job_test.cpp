@@ -68,7 +68,7 @@ TEST_F(EditJobs, AnswerFromTheirRecord) {
 
 TEST_F(EditJobs, LeaveNothingBehindHoweverTheyEnd) {
     FinishJob(Start("warm.wav"));
-    const Resources before = ResourcesWithoutJobs();
+    const Resources before = Resources::WithoutJobs();
     for (int i = 0; i < 40; ++i) {
         EditJob* job = Start(std::to_string(i) + ".wav");
         if (i % 4 == 0) AudioEditCancelPressed(job);
@@ -79,7 +79,7 @@ TEST_F(EditJobs, LeaveNothingBehindHoweverTheyEnd) {
             EXPECT_EQ(FinishJob(job), TOLVANE_OK);
         }
     }
-    EXPECT_TRUE(NothingLeftSince(before, 16384)) << before << " -> " << Resources::Now();
+    EXPECT_TRUE(NothingLeft(before));
 }
 
 }  // namespace

@@ -38,36 +38,9 @@ class Program {
   private:
     std::string At(const char* name) const { return folder_ + "/" + name; }
 
-    uint16_t Do(const EditStep& step) {
-        using Kind = EditStep::Kind;
-        const char *path = file_.c_str(), *out = step.elsewhere ? out_.c_str() : nullptr;
-        const uint32_t low = step.low, high = step.high, amount = step.amount;
-        constexpr uint16_t kUnit = TOLVANE_SAMPLES;
-        switch (step.kind) {
-            case Kind::kCut:
-                return AudioCut(path, low, high, kUnit, nullptr, 1, out);
-            case Kind::kCutInFile:
-                return AudioCutInFile(path, low, high, kUnit, nullptr, 1, taken_.c_str(), out);
-            case Kind::kCopy:
-                return AudioCopyInFile(path, low, high, kUnit, nullptr, 1, taken_.c_str());
-            case Kind::kPaste:
-                return AudioPasteEx(path, low, kUnit, nullptr, 1, taken_.c_str(), out);
-            case Kind::kClear:
-                return AudioClear(path, low, high, kUnit, nullptr, 1, out);
-            case Kind::kCrop:
-                return AudioCrop(path, low, high, kUnit, nullptr, 1, out);
-            case Kind::kMute:
-                return AudioEditMute(path, low, high, kUnit, nullptr, 1, amount & 3, out);
-            case Kind::kTrim:
-                return AudioEditTrimSilence(path, low, high, kUnit, nullptr, 1, static_cast<uint16_t>(amount),
-                                            out);
-            case Kind::kSilence:
-                return AudioInsertSilence(path, low, kUnit, nullptr, 1, amount, out);
-            case Kind::kUndo:
-                return AudioEditUndo();
-            default:
-                return AudioEditRedo();
-        }
+    uint16_t Do(const EditStep& step) const {
+        return CallEdit(step, {file_.c_str(), EditSteps::TakesIntoFile(step) ? taken_.c_str() : nullptr,
+                               step.elsewhere ? out_.c_str() : nullptr});
     }
 
     const std::string folder_;

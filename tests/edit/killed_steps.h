@@ -6,19 +6,9 @@
 #include <cstdint>
 #include <random>
 
-#include "support/wave_files.h"
+#include "edit/edit_steps.h"
 
 namespace tolvane::test {
-
-struct EditStep {
-    enum class Kind { kCut, kCutInFile, kCopy, kPaste, kClear, kCrop, kMute, kTrim, kSilence, kUndo, kRedo };
-
-    Kind kind;
-    uint32_t low, high;  // frames
-    uint32_t amount;     // channels, level or milliseconds
-    bool elsewhere;      // the result goes to a file of its own
-    bool undo_on;
-};
 
 class EditSteps {
   public:
@@ -30,17 +20,27 @@ class EditSteps {
     // From some bytes to some megabytes.
     uint32_t FirstFrames() { return 200 + Any(1u << (7 + Any(14))); }
 
+    // In frames of a file that has so many.
     EditStep Next(uint32_t frames) {
         using Kind = EditStep::Kind;
         constexpr uint32_t kShort = 100, kLong = 3'000'000;
-        EditStep step = {static_cast<Kind>(Any(11)), Any(frames), 0, Any(10001), Any(6) == 0, Any(5) != 0};
+        EditStep step;
+        step.kind = static_cast<Kind>(Any(10));
+        step.low = Any(frames);
         step.high = step.low + 1 + Any(std::max(frames / 3, 1u));
+        step.amount = Any(10001);
+        step.elsewhere = Any(6) == 0;
+        step.undo_on = Any(5) != 0;
         if (frames < kShort) step.kind = Kind::kSilence;
         if (frames > kLong) step.kind = Kind::kCrop;
         if (step.kind == Kind::kCrop) step.low /= 8;
         if (step.kind == Kind::kCrop && Any(2)) step.high = frames;
         step.high = std::min(step.high, std::max(frames, step.low + 1));
         return step;
+    }
+    // Of a cut, whether it goes into the file of what is taken.
+    static bool TakesIntoFile(const EditStep& step) {
+        return step.kind != EditStep::Kind::kCut || step.amount % 2;
     }
 
   private:

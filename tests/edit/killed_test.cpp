@@ -10,17 +10,10 @@ TEST(Killed, LeaveTheOldFileOrTheNewOne) {
 
 #include <unistd.h>
 
-#include <chrono>
-#include <cstdlib>
-#include <fstream>
 #include <iostream>
-#include <iterator>
-#include <thread>
 
-#include "edit/edit_rules.h"
 #include "edit/killed_steps.h"
 #include "support/victim.h"
-#include "support/watchdog.h"
 
 namespace tolvane::test {
 namespace {
@@ -38,41 +31,15 @@ class Model {
     void Apply(const EditStep& step);
 
   private:
-    static auto At(Bytes& bytes, size_t at) { return bytes.begin() + static_cast<ptrdiff_t>(at); }
-    void Change(const EditStep& step, Bytes& sound) const;
-
     Format format_;
     size_t frame_;
     bool can_undo_ = false, can_redo_ = false;
 };
 
-void Model::Change(const EditStep& step, Bytes& sound) const {
-    const size_t low = step.low * frame_, high = step.high * frame_;
-    switch (step.kind) {
-        case Kind::kCut:
-        case Kind::kCutInFile:
-        case Kind::kClear:
-            sound.erase(At(sound, low), At(sound, high));
-            return;
-        case Kind::kPaste:
-            sound.insert(At(sound, low), taken.begin(), taken.end());
-            return;
-        case Kind::kCrop:
-            sound = Part(sound, low, high);
-            return;
-        case Kind::kMute:
-            return MuteFrames(format_, sound, {low, high}, step.amount & 3);
-        case Kind::kTrim:
-            return TrimSilence(format_, sound, {low, high}, step.amount);
-        default:
-            sound.insert(At(sound, low), step.amount * 8 * frame_,
-                         static_cast<uint8_t>(format_.bits == 8 ? 128 : 0));
-    }
-}
-
 void Model::Apply(const EditStep& step) {
-    if (step.kind == Kind::kCopy || step.kind == Kind::kCutInFile)
-        taken = Part(file, step.low * frame_, step.high * frame_);
+    const Selection part = {step.low * frame_, step.high * frame_};
+    if (step.kind == Kind::kCopy || (step.kind == Kind::kCut && EditSteps::TakesIntoFile(step)))
+        taken = Part(file, part.low, part.high);
     if (step.kind == Kind::kCopy) return;
     if (step.kind == Kind::kUndo || step.kind == Kind::kRedo) {
         const bool undoes = step.kind == Kind::kUndo;
@@ -82,8 +49,7 @@ void Model::Apply(const EditStep& step) {
         file = undoes ? undo : redo;
         return;
     }
-    Bytes changed = file;
-    Change(step, changed);
+    Bytes changed = Edited(step, format_, file, part, taken);
     can_undo_ = step.undo_on;
     can_redo_ = false;
     if (step.undo_on) undo = file;
@@ -101,12 +67,6 @@ class Killed : public testing::Test {
     ~Killed() override { std::filesystem::remove_all(other_volume_); }
 
     void Once(uint32_t seed, bool other_volume);
-    size_t WaitForStep(const std::string& steps) const {
-        std::error_code none_yet;
-        for (int i = 0; i < 20000 && !(std::filesystem::file_size(steps, none_yet) > 0 && !none_yet); ++i)
-            std::this_thread::sleep_for(std::chrono::microseconds(500));
-        return std::filesystem::file_size(steps);
-    }
     void CheckFiles(const TempFolder& folder, const Format& format, const Model& old, const Model& fresh);
     void CheckLeftovers(const TempFolder& folder, const std::string& temp, bool other_volume,
                         const EditStep& last);
@@ -138,7 +98,7 @@ void Killed::CheckFiles(const TempFolder& folder, const Format& format, const Mo
 // Beside the destination lies nothing but what is brought from another volume or written for a name of the caller's.
 void Killed::CheckLeftovers(const TempFolder& folder, const std::string& temp, bool other_volume,
                             const EditStep& last) {
-    const bool taken = last.kind == Kind::kCutInFile || last.kind == Kind::kCopy;
+    const bool taken = last.kind == Kind::kCut || last.kind == Kind::kCopy;
     for (const std::string& name : folder.Names()) {
         if (name == "x.wav" || name == "taken.wav" || name == "out.wav" || name == "steps" || name == "temp")
             continue;
@@ -166,9 +126,7 @@ void Killed::Once(uint32_t seed, bool other_volume) {
     folder.Write("taken.wav", WaveFile(format, model.taken));
     folder.Write("out.wav", WaveFile(format, model.out));
     const Victim victim({TOLVANE_KILLED_PROGRAM, folder.Path(), temp, std::to_string(seed)});
-    WaitForStep(folder.Path("steps"));
-    std::this_thread::sleep_for(std::chrono::microseconds(random_() % (1u << (6 + random_() % 9))));
-    ASSERT_TRUE(victim.Kill());
+    ASSERT_TRUE(victim.KillAfterAStep(folder.Path("steps"), random_));
     const size_t announced = std::filesystem::file_size(folder.Path("steps"));
     Model old = model;
     EditStep step = {};
@@ -182,18 +140,8 @@ void Killed::Once(uint32_t seed, bool other_volume) {
     CheckLeftovers(folder, temp, other_volume, step);
 }
 
-// How often: TOLVANE_KILLS.
 TEST_F(Killed, LeaveTheOldFileOrTheNewOne) {
-    const char* wish = getenv("TOLVANE_KILLS");
-    const int kills = wish ? atoi(wish) : 200;
-    Watchdog watchdog;
-    const auto first = static_cast<uint32_t>(random_());
-    for (int i = 0; i < kills && !HasFailure(); ++i) {
-        const uint32_t seed = first + static_cast<uint32_t>(i);
-        SCOPED_TRACE(seed);
-        watchdog.At(std::to_string(seed));
-        Once(seed, i % 4 == 3);
-    }
+    const int kills = ForKills(200, [this](uint32_t seed, int i) { Once(seed, i % 4 == 3); });
     EXPECT_GT(old_, kills / 10);
     EXPECT_GT(fresh_, 0);
     EXPECT_GT(unfinished_, kills / 50);

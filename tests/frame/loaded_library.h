@@ -15,24 +15,6 @@ class LoadedLibrary {
   public:
     explicit LoadedLibrary(const std::string& path) : module_(LoadLibraryA(path.c_str())) {
         if (!module_) throw std::runtime_error("cannot load " + path);
-        Find(set_callback_window, "SetCallbackWindow");
-        Find(number_of_codecs, "GetNumberOfCodec");
-        Find(format_tag, "GetCodecFormatTagDescription");
-        Find(number_of_outputs, "GetNumberOfOutputDevices");
-        Find(play, "AudioPlayWave");
-        Find(position, "AudioGetPosition");
-        Find(stop, "AudioStop");
-        Find(record, "AudioStartRecord");
-        Find(load_effect, "LoadEffectFile");
-        Find(set_effect_parameters, "SetEffectsParameters");
-        Find(set_effect_state, "SetEffectState");
-        Find(mix_effect, "AudioMixEffectWithRecord");
-        Find(convert, "AudioConvert");
-        Find(close_conversion, "AudioConvertCloseHandle");
-        Find(begin_pcm, "ACMBeginConvertPCMEx");
-        Find(abort_pcm, "AbortACMConversion");
-        Find(change_format, "AudioChangeFormat");
-        Find(close_edit, "AudioEditCloseHandle");
     }
     ~LoadedLibrary() {
         if (module_) FreeLibrary(module_);
@@ -42,34 +24,42 @@ class LoadedLibrary {
 
     void KeepForEver() { module_ = nullptr; }
 
-    decltype(&SetCallbackWindow) set_callback_window;
-    decltype(&GetNumberOfCodec) number_of_codecs;
-    decltype(&GetCodecFormatTagDescription) format_tag;
-    decltype(&GetNumberOfOutputDevices) number_of_outputs;
-    decltype(&AudioPlayWave) play;
-    decltype(&AudioGetPosition) position;
-    decltype(&AudioStop) stop;
-    decltype(&AudioStartRecord) record;
-    decltype(&LoadEffectFile) load_effect;
-    decltype(&SetEffectsParameters) set_effect_parameters;
-    decltype(&SetEffectState) set_effect_state;
-    decltype(&AudioMixEffectWithRecord) mix_effect;
-    decltype(&AudioConvert) convert;
-    decltype(&AudioConvertCloseHandle) close_conversion;
-    decltype(&ACMBeginConvertPCMEx) begin_pcm;
-    decltype(&AbortACMConversion) abort_pcm;
-    decltype(&AudioChangeFormat) change_format;
-    decltype(&AudioEditCloseHandle) close_edit;
-
   private:
-    template <typename Function>
-    void Find(Function& function, const char* name) {
-        const auto address = GetProcAddress(module_, name);
-        if (!address) throw std::runtime_error(std::string("not exported: ") + name);
-        function = reinterpret_cast<Function>(reinterpret_cast<uintptr_t>(address));
+    // Becomes whatever type it is to be.
+    struct Export {
+        uintptr_t address;
+        template <class Function>
+        operator Function*() const {
+            return reinterpret_cast<Function*>(address);
+        }
+    };
+    Export Find(const char* name) const {
+        const auto address = module_ ? GetProcAddress(module_, name) : nullptr;
+        if (module_ && !address) throw std::runtime_error(std::string("not exported: ") + name);
+        return {reinterpret_cast<uintptr_t>(address)};
     }
 
     HMODULE module_;
+
+  public:
+    decltype(&SetCallbackWindow) set_callback_window = Find("SetCallbackWindow");
+    decltype(&GetNumberOfCodec) number_of_codecs = Find("GetNumberOfCodec");
+    decltype(&GetCodecFormatTagDescription) format_tag = Find("GetCodecFormatTagDescription");
+    decltype(&GetNumberOfOutputDevices) number_of_outputs = Find("GetNumberOfOutputDevices");
+    decltype(&AudioPlayWave) play = Find("AudioPlayWave");
+    decltype(&AudioGetPosition) position = Find("AudioGetPosition");
+    decltype(&AudioStop) stop = Find("AudioStop");
+    decltype(&AudioStartRecord) record = Find("AudioStartRecord");
+    decltype(&LoadEffectFile) load_effect = Find("LoadEffectFile");
+    decltype(&SetEffectsParameters) set_effect_parameters = Find("SetEffectsParameters");
+    decltype(&SetEffectState) set_effect_state = Find("SetEffectState");
+    decltype(&AudioMixEffectWithRecord) mix_effect = Find("AudioMixEffectWithRecord");
+    decltype(&AudioConvert) convert = Find("AudioConvert");
+    decltype(&AudioConvertCloseHandle) close_conversion = Find("AudioConvertCloseHandle");
+    decltype(&ACMBeginConvertPCMEx) begin_pcm = Find("ACMBeginConvertPCMEx");
+    decltype(&AbortACMConversion) abort_pcm = Find("AbortACMConversion");
+    decltype(&AudioChangeFormat) change_format = Find("AudioChangeFormat");
+    decltype(&AudioEditCloseHandle) close_edit = Find("AudioEditCloseHandle");
 };
 
 }  // namespace tolvane::test

@@ -1,11 +1,9 @@
 // Record sources: their names, the microphone and the line input among them, and the choice of one on every kind of
 // mixer, with every code.
 #include <chrono>
-#include <functional>
 
 #include "mixer/virtual_mixer.h"
 #include "support/faults.h"
-#include "support/resources.h"
 
 namespace tolvane::test {
 namespace {
@@ -244,7 +242,7 @@ TEST_F(MixerFaults, WithoutASelectorTheLastResultIsTold) {
 
 // Every call of every export fails in turn, on every kind of mixer: nothing is left behind, and the next calls work.
 TEST_F(MixerFaults, EveryExportSurvivesEveryFailure) {
-    const std::function<void()> actions[] = {
+    const Step actions[] = {
         [] { AudioSetVolume(50), AudioGetVolume(); },
         [] { AudioMute(1), AudioMute(0); },
         [] { AudioSetRecVolume(50), AudioGetRecVolume(); },
@@ -263,19 +261,11 @@ TEST_F(MixerFaults, EveryExportSurvivesEveryFailure) {
         AudioSetRecVolume(60);
         EXPECT_EQ(AudioGetRecVolume(), 60);
     };
-    uint32_t points = 0;
-    const auto sweep = [&] {
-        for (const uint32_t selector : {0u, uint32_t{kMux}, uint32_t{kMultiple}}) {
-            MakeSources(selector, {Named("CD"), Named("Line"), Named("Microphone")});
-            for (const auto& action : actions)
-                points += FailEachCall(action, in_order);
-        }
-    };
-    sweep();
-    const Resources before = Resources::Now();
-    sweep();
-    EXPECT_PRED2([](auto& a, auto& b) { return NothingLeaked(a, b, 16384); }, before, Resources::Now());
-    EXPECT_GT(points, 100u);
+    for (const uint32_t selector : {0u, uint32_t{kMux}, uint32_t{kMultiple}}) {
+        MakeSources(selector, {Named("CD"), Named("Line"), Named("Microphone")});
+        for (const auto& action : actions)
+            FailEachCall("mixer", action, in_order);
+    }
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 // Volume and mute: percentages, which control is meant, and mixers that lack it.
 #include <cmath>
 #include <cstddef>
-#include <thread>
 
 #include <windows.h>
 #include <mmsystem.h>
@@ -85,6 +84,9 @@ TEST_F(VirtualMixers, WhatOtherProgramsSetIsRoundedUpToAPercentage) {
 }
 
 TEST_F(VirtualMixers, MuteKeepsTheVolumeAndNothingElse) {
+    Change(1, kVolume, {5, 5});
+    AudioMute(0);
+    EXPECT_EQ(Of(1, kVolume), Both(100)) << "nothing was kept yet";
     AudioSetVolume(70);
     EXPECT_EQ(AudioMute(1), TOLVANE_OK);
     EXPECT_EQ(AudioGetVolume(), 0);
@@ -109,19 +111,6 @@ TEST_F(VirtualMixers, MuteKeepsTheVolumeAndNothingElse) {
     EXPECT_EQ(Of(kRecording, kVolume), Both(100));
 }
 
-TEST_F(VirtualMixers, UnmutingAtFirstMeansFullVolume) {
-    Change(1, kVolume, {5, 5});
-    AudioMute(0);
-    EXPECT_EQ(Of(1, kVolume), Both(100));
-}
-
-// `set`: the line whose volume is the playback's; none beyond them.
-struct PlaybackShape {
-    const char* name;
-    std::vector<PlatformMixerLine> lines;
-    uint32_t set;
-};
-
 TEST_F(VirtualMixers, PlaybackIsTheFirstWaveLineOfTheSpeakers) {
     constexpr uint32_t kNone = 99;
     const PlatformMixerLine speakers = {"Speakers", kSpeakers, kVolume, 0, 0, 0, 0},
@@ -134,7 +123,11 @@ TEST_F(VirtualMixers, PlaybackIsTheFirstWaveLineOfTheSpeakers) {
     PlatformMixerLine lost = speakers, lying = speakers;
     lost.unreadable = 1;
     lying.said_sources = 0xFFFFFFFF;
-    const PlaybackShape shapes[] = {
+    const struct {
+        const char* name;
+        std::vector<PlatformMixerLine> lines;
+        uint32_t set;  // the line whose volume is the playback's
+    } shapes[] = {
         {"among others", {record, wave, speakers, synth, wave, wave}, 4},
         {"behind one that cannot be read", {speakers, hidden, wave}, 2},
         {"without a volume, though a second has one", {speakers, bare, wave}, kNone},
@@ -221,21 +214,6 @@ TEST_F(VirtualMixers, AVolumeMayHaveItemsAsFarAsThereIsRoom) {
         if (items <= 20) expected[0] = Volume(50);
         EXPECT_EQ(Of(kFirst, kVolume), expected);
     }
-}
-
-TEST_F(VirtualMixers, ServeSeveralThreads) {
-    std::vector<std::thread> threads;
-    for (uint16_t thread = 0; thread < 4; thread++)
-        threads.emplace_back([thread] {
-            for (uint16_t i = 0; i < 200; i++) {
-                AudioSetVolume(50), AudioSetRecVolume(50), AudioMute(i % 2);
-                EXPECT_LE(AudioGetVolume(), 100);
-                EXPECT_LE(AudioGetRecVolume(), 100);
-                EXPECT_EQ(SetTheSource(thread % 3), TOLVANE_OK);
-            }
-        });
-    for (std::thread& thread : threads)
-        thread.join();
 }
 
 }  // namespace

@@ -1,15 +1,12 @@
-// The arithmetic of mixing and software volume beside the plain rule, sample by sample, and both in playbacks.
+// Mixing and software volume beside the plain rule, in blocks of the host and in playbacks.
 #include <cmath>
-#include <cstring>
 
+#include "playback/mixing_model.h"
 #include "support/faults.h"
 #include "support/virtual_card.h"
 
 namespace tolvane::test {
 namespace {
-
-constexpr float kGains[] = {1,    0,      -1, 0.5F, 0.333F,    1.0F / 3, 0.0031F,
-                            1.5F, -2.25F, 40, 1e9F, -INFINITY, NAN};
 
 struct Volume {
     Volume(float main_left, float main_right, float mix_left = 1, float mix_right = 1) {
@@ -18,96 +15,38 @@ struct Volume {
     ~Volume() { SetVolume(1, 1, 1, 1); }
 };
 
-// The rule: one sample, its gain, truncated toward zero; an infinite product is as large as any.
-int64_t Gained(int sample, float gain) {
-    if (sample == 0 || std::isnan(gain)) return 0;
-    const long double product = static_cast<long double>(sample) * gain;
-    return static_cast<int64_t>(std::trunc(std::fmin(std::fmax(product, -1e12L), 1e12L)));
-}
-int64_t Limited(int64_t value, int64_t low, int64_t high) {
-    return value < low ? low : value > high ? high : value;
-}
-
-struct Mixed {
-    int block, mix;
-    bool clipped;
-};
-Mixed Rule(int bits, int sample, int mix, float main_gain, float mix_gain, bool average) {
-    const int64_t low = bits == 8 ? -128 : -32768, high = -low - 1;
-    const auto limit16 = [&](int64_t value) { return bits == 8 ? value : Limited(value, low, high); };
-    const int64_t a = limit16(Gained(sample, main_gain)), b = limit16(Gained(mix, mix_gain));
-    const int64_t sum = average ? a / 2 + b / 2 : a + b;
-    const int64_t stored = Limited(sum, low, high);
-    return {static_cast<int>(stored), bits == 8 ? mix : static_cast<int>(b), !average && stored != sum};
-}
-
-Bytes Samples(const std::vector<int>& values, int bits) {
-    Bytes bytes;
-    for (const int value : values)
-        bytes = std::move(bytes) + (bits == 8 ? Bytes{static_cast<uint8_t>(value + 128)}
-                                              : Little(static_cast<uint16_t>(value), 2));
-    return bytes;
-}
-
-// Every 8-bit value, and 16-bit ones close together where rounding and limits are.
-std::vector<int> Values(int bits, size_t count, int step) {
-    std::vector<int> values;
-    for (size_t i = 0; i < count; ++i) {
-        const int raw = static_cast<int>(i) * step;
-        values.push_back(bits == 8 ? raw % 256 - 128 : raw % 65536 - 32768);
-    }
-    return values;
-}
-
-void ExpectRule(uint16_t bits, uint16_t channels, float left, float right, bool average) {
-    const std::vector<int> mine = Values(bits, 2400 * channels, bits == 8 ? 1 : 27);
-    const std::vector<int> other = Values(bits, 2400 * channels + channels, bits == 8 ? 3 : 12007);
-    const Volume volume(left, right, right, left);
-    Bytes block = Samples(mine, bits), mix = Samples(other, bits);
-    const size_t length = block.size();
+// The block ends a frame before what is mixed into it, and has room for that.
+void ExpectRule(const MixRule& rule) {
+    constexpr uint32_t kFrames = 400;
+    const uint32_t frame = static_cast<uint32_t>(rule.channels) * static_cast<uint32_t>(rule.bits) / 8;
+    const int values = 1 << rule.bits;
+    const size_t samples = (kFrames + 1) * rule.channels;
+    Bytes mix = Block(rule.bits, samples, [=](int i) { return i * 12007 % values - values / 2; });
+    Bytes block = Part(Block(rule.bits, samples, [=](int i) { return i * 27 % values - values / 2; }), 0,
+                       kFrames * frame);
     block.resize(mix.size());
+    Bytes padded = block;
+    for (size_t channel = 0; channel < std::min<size_t>(rule.channels, 2); ++channel)
+        PutSample(padded, kFrames * rule.channels + channel, rule.bits, 0);
+    const Mixed model(padded, mix, rule);
+    const Volume volume(rule.main[0], rule.main[1], rule.mixed[0], rule.mixed[1]);
     uint32_t clip = 7;
-    MixData(block.data(), static_cast<uint32_t>(length), mix.data(), static_cast<uint32_t>(mix.size()),
-            channels, bits, average, &clip);
-    std::vector<int> expected, written;
-    bool clipped = false;
-    for (size_t i = 0; i < other.size(); ++i) {
-        const size_t channel = i % channels;
-        const Mixed made = Rule(bits, i < mine.size() ? mine[i] : 0, other[i], channel ? right : left,
-                                channel ? left : right, average);
-        const bool touched = channel < 2;
-        expected.push_back(touched ? made.block : i < mine.size() ? mine[i] : bits == 8 ? -128 : 0);
-        written.push_back(touched ? made.mix : other[i]);
-        clipped |= touched && made.clipped;
-    }
-    ASSERT_EQ(block, Samples(expected, bits));
-    ASSERT_EQ(mix, Samples(written, bits));
-    ASSERT_EQ(clip, clipped ? 1u : 7u);
+    MixData(block.data(), kFrames * frame, mix.data(), (kFrames + 1) * frame,
+            static_cast<uint16_t>(rule.channels), static_cast<uint16_t>(rule.bits), rule.average, &clip);
+    ASSERT_EQ(block, model.block);
+    ASSERT_EQ(mix, model.mixed);
+    ASSERT_EQ(clip, model.limited ? 1u : 7u);
 }
 
-TEST(MixData, FollowsTheRuleForEverySample) {
-    for (const uint16_t bits : std::initializer_list<uint16_t>{8, 16})
-        for (const uint16_t channels : std::initializer_list<uint16_t>{1, 2, 3})
-            for (const float left : kGains)
-                for (const float right : {1.0F, 0.7F, left})
-                    for (const bool average : {false, true}) {
-                        SCOPED_TRACE(::testing::Message()
-                                     << bits << " bits, " << channels << " channels, gains " << left
-                                     << " and " << right << ", average " << average);
-                        ASSERT_NO_FATAL_FAILURE(ExpectRule(bits, channels, left, right, average));
-                    }
-}
-
-// The last samples of a block fill no whole vector.
-TEST(MixData, OfQuietSoundClipsNothingAtAnyLength) {
-    for (const uint16_t bits : {uint16_t{8}, uint16_t{16}})
-        for (uint32_t frames = 1; frames < 70; ++frames) {
-            Bytes a(frames * bits / 8u, bits == 8 ? uint8_t{130} : uint8_t{1}), b = a;
-            uint32_t clipped = 0;
-            MixData(a.data(), static_cast<uint32_t>(a.size()), b.data(), static_cast<uint32_t>(b.size()), 1,
-                    bits, 0, &clipped);
-            EXPECT_EQ(clipped, 0u) << frames << " samples of " << bits << " bits";
-        }
+TEST(MixData, FollowsTheRule) {
+    for (const int bits : {8, 16})
+        for (const size_t channels : {1u, 2u, 3u})
+            for (const float gain : {1.0F, 0.0F, 0.333F, 0.0031F, -2.25F, 1e9F, -INFINITY, NAN})
+                for (const bool average : {false, true}) {
+                    SCOPED_TRACE(::testing::Message() << bits << " bits, " << channels << " channels, gain "
+                                                      << gain << ", average " << average);
+                    ExpectRule({channels, bits, {gain, 0.7F}, {0.7F, gain}, average});
+                }
 }
 
 TEST(MixData, LeavesAloneWhatItCannotMix) {
@@ -129,22 +68,6 @@ class MixedPlayback : public Playing {
     uint16_t PlayMixed(const char* mix, bool average, uint32_t start = 0) {
         return AudioPlayMixWave(path_.c_str(), mix, start, TOLVANE_SAMPLES, 0, 1, 0, average);
     }
-    // What a whole mixed playback is heard as.
-    Bytes Model(const Bytes& mix, bool average, float left, float right, float mix_left,
-                float mix_right) const {
-        Bytes heard = sound_;
-        for (size_t i = 0; i + 1 < std::min(sound_.size(), mix.size()); i += 2) {
-            int16_t mine, other;
-            memcpy(&mine, &sound_[i], 2);
-            memcpy(&other, &mix[i], 2);
-            const bool is_right = i / 2 % 2;
-            const auto made = static_cast<int16_t>(
-                Rule(16, mine, other, is_right ? right : left, is_right ? mix_right : mix_left, average)
-                    .block);
-            memcpy(&heard[i], &made, 2);
-        }
-        return heard;
-    }
 };
 
 TEST_F(MixedPlayback, LaysTheSecondFileOverTheFirst) {
@@ -158,9 +81,8 @@ TEST_F(MixedPlayback, LaysTheSecondFileOverTheFirst) {
             const Volume volume(0.8F, -0.5F, 1, 1.5F);
             ASSERT_EQ(PlayMixed(mix_path.c_str(), average), TOLVANE_OK);
             PlayOut();
-            const Bytes model = Model(mix, average, 0.8F, -0.5F, 1, 1.5F);
             // Blocks that the second file does not reach at all are as they were.
-            EXPECT_TRUE(HeardBytes(model));
+            EXPECT_TRUE(HeardBytes(Mixed(sound_, mix, {2, 16, {0.8F, -0.5F}, {1, 1.5F}, average}).block));
         }
     EXPECT_FALSE(window_.AllPlain()) << "a sum was limited";
 }
@@ -191,23 +113,13 @@ class SoftwareVolume : public MixedPlayback, public ::testing::WithParamInterfac
 
 TEST_P(SoftwareVolume, IsInForceFromTheNextBufferOn) {
     Make(GetParam(), 50000);
-    const size_t width = format_.bits / 8, channels = format_.channels;
-    const size_t buffered = 8 * size_t{format_.BufferSize()};
+    const size_t buffered = 8 * size_t{format_.BufferSize()} / format_.Block() * format_.Block();
     ASSERT_EQ(Play(), TOLVANE_OK);
     const Volume volume(0.3F, -1.7F);
     PlayOut();
-    Bytes expected = sound_;
-    for (size_t i = buffered / format_.Block() * format_.Block(); i + width <= sound_.size(); i += width) {
-        const size_t channel = i / width % channels;
-        if (channel > 1) continue;
-        int16_t sample = 0;
-        memcpy(&sample, &sound_[i], width);
-        const int value = width == 1 ? sound_[i] - 128 : sample;
-        const Mixed made = Rule(format_.bits, value, 0, channel ? -1.7F : 0.3F, 1, false);
-        const Bytes stored = Samples({made.block}, format_.bits);
-        std::copy(stored.begin(), stored.end(), expected.begin() + static_cast<ptrdiff_t>(i));
-    }
-    EXPECT_TRUE(HeardBytes(expected));
+    EXPECT_TRUE(
+        HeardBytes(Part(sound_, 0, buffered) + Gained(Part(sound_, buffered, sound_.size()),
+                                                      {format_.channels, format_.bits, {0.3F, -1.7F}})));
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, SoftwareVolume,

@@ -51,21 +51,7 @@ TEST_F(Mp3Files, AreFoundByAHeaderAnywhere) {
     EXPECT_EQ(GetMP3FileInfo("none.mp3", &format_found_, &size_found_), TOLVANE_CANNOT_OPEN);
     EXPECT_EQ(GetMP3FileInfo(nullptr, nullptr, nullptr), TOLVANE_CANNOT_OPEN);
     EXPECT_EQ(size_found_, 0u);
-}
-
-TEST_F(Mp3Files, WhatIsNoHeaderIsPassedOver) {
-    Header wrong[5];
-    wrong[0].version = 1;
-    wrong[1].layer = 0;
-    wrong[2].bitrate = 0;
-    wrong[3].bitrate = 15;
-    wrong[4].rate = 3;
-    for (const Header& header : wrong)
-        EXPECT_EQ(Read(header.Write() + Bytes(9)), TOLVANE_CANNOT_OPEN);
-    Header found;
-    found.rate = 1;
-    ASSERT_EQ(Read(wrong[3].Write() + found.Write() + Header().Write() + Bytes(9)), TOLVANE_OK);
-    EXPECT_EQ(format_found_.nSamplesPerSec, 48000u) << "the first one counts";
+    ASSERT_TRUE(IsSeen(0, 17));
     EXPECT_EQ(size_found_, 21u);
 }
 
@@ -137,17 +123,13 @@ TEST_F(Mp3Files, AreDescribedForACodec) {
     EXPECT_EQ(described, 3 * 3 * 14 * 3) << "every stream has a decoder here";
 }
 
+// Of what most bytes are like, and of nothing but beginnings of headers: with every sanitizer that takes its time.
 TEST_F(Mp3Files, LargeOnesWithoutAHeaderAreAnsweredSoon) {
-    // What most bytes are like, and nothing but beginnings of headers: with every sanitizer that takes its time.
-    for (const auto& [byte, most] : {std::pair<uint8_t, uint32_t>{0x7F, 1000}, {0xFF, 20'000}}) {
-        const std::string path = folder_.Write("long.mp3", Bytes(100'000'000, byte));
-        uint32_t soonest = UINT32_MAX;
-        for (int turn = 0; turn < 3 && soonest >= 1000; ++turn) {
-            const DWORD begin = GetTickCount();
-            EXPECT_EQ(GetMP3FileInfo(path.c_str(), nullptr, nullptr), TOLVANE_CANNOT_OPEN);
-            soonest = std::min<uint32_t>(soonest, GetTickCount() - begin);
-        }
-        EXPECT_LT(soonest, most) << "milliseconds";
+    for (const uint8_t byte : std::initializer_list<uint8_t>{0x7F, 0xFF}) {
+        const std::string path = folder_.Write("long.mp3", Bytes(30'000'000, byte));
+        const DWORD begin = GetTickCount();
+        EXPECT_EQ(GetMP3FileInfo(path.c_str(), nullptr, nullptr), TOLVANE_CANNOT_OPEN);
+        EXPECT_LT(GetTickCount() - begin, 6000u) << "milliseconds";
     }
 }
 
@@ -244,11 +226,10 @@ TEST_F(Mp3Sounds, CountTheBytesOfTheFile) {
     const std::string path = folder_.Path("x.mp3");
     const auto size = static_cast<uint32_t>(ReadAll(path).size());
     Make({44100, 2, 16}, 1000);
-    ASSERT_EQ(Play(0, 0, TOLVANE_SAMPLES, true), TOLVANE_OK);
+    ASSERT_EQ(Play(0, 0, TOLVANE_SAMPLES, true), TOLVANE_OK) << "of whose repeat nothing may stay";
     AudioStop();
     ASSERT_EQ(AudioPlayMP3(path.c_str(), 0, 0, 0, 0, 0), TOLVANE_OK);
     EXPECT_EQ(AudioPlayMP3(path.c_str(), 0, 0, 0, 0, 0), TOLVANE_ALREADY_PLAYING);
-    ASSERT_EQ(AudioPlayMP3(path.c_str(), 0, 0, 0, 0, 0), TOLVANE_ALREADY_PLAYING);
     Advance(44100);
     const uint32_t after_a_second = AudioGetPosition(TOLVANE_BYTES);
     EXPECT_NEAR(after_a_second, 16000, 1500);

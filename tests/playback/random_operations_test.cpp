@@ -10,6 +10,13 @@ namespace {
 
 constexpr uint32_t kFrames = 20000;
 
+// As a host names it, and which frame it means.
+struct Place {
+    uint32_t value;
+    uint16_t unit;
+    uint64_t frame;
+};
+
 // A playback as the host is promised it.
 struct Model {
     bool playing = false, paused = false, repeat = false;
@@ -22,16 +29,16 @@ struct Model {
         ended += playing;
         playing = paused = false;
     }
-    void Start(uint32_t from, uint32_t to, bool again) {
-        start = from < kFrames ? from : 0;
-        end = to && to < kFrames ? to : kFrames;
+    void Start(const Place& from, const Place& to, bool again) {
+        start = from.frame < kFrames ? static_cast<uint32_t>(from.frame) : 0;
+        end = to.value && to.frame < kFrames ? static_cast<uint32_t>(to.frame) : kFrames;
         place = told = start;
         playing = true, paused = false, repeat = again;
         if (end <= start) Finish();
     }
-    void Move(uint32_t to) {
+    void Move(const Place& to) {
         if (!playing) return;
-        place = told = std::min(to, end);
+        place = told = static_cast<uint32_t>(std::min<uint64_t>(to.frame, end));
         if (place == end && !repeat) Finish();
     }
     void Advance(uint32_t frames) {
@@ -48,30 +55,47 @@ struct Model {
 class RandomOperations : public Playing, public ::testing::WithParamInterface<uint32_t> {
   protected:
     uint32_t Pick(uint32_t count) { return static_cast<uint32_t>(random_() % count); }
-    uint32_t PickFrame() { return Pick(10) ? Pick(kFrames) : kFrames - 2 + Pick(5); }
+    // Anywhere, at the ends of the file, beyond them, and where a product with the size of a frame overflows.
+    Place PickPlace() {
+        constexpr uint32_t kExtremes[] = {0, 1, kFrames - 1, kFrames, kFrames + 1, 0x40000001, 0xFFFFFFFF};
+        return At(Pick(8) ? Pick(kFrames) : kExtremes[Pick(std::size(kExtremes))],
+                  static_cast<uint16_t>(Pick(4)));
+    }
+    // That many frames as a host may name them; what lies far beyond the end is the number itself.
+    Place At(uint32_t frame, uint16_t unit) {
+        const uint32_t block = format_.Block();
+        if (unit == TOLVANE_SAMPLES) return {frame, unit, frame};
+        if (unit == TOLVANE_BYTES) {
+            const uint32_t bytes = frame > kFrames + 1 ? frame : frame * block + Pick(block);
+            return {bytes, unit, bytes / block};
+        }
+        const uint32_t time = frame > kFrames + 1 ? frame : frame * 1000 / format_.rate;
+        return {time, unit, uint64_t{time} * format_.rate / 1000};
+    }
 
     void Start() {
-        const uint32_t from = PickFrame(), to = Pick(2) ? 0 : PickFrame();
-        const bool repeat = Pick(4) == 0;
-        const bool was_playing = model_.playing;
-        log_ << "start " << from << ' ' << to << ' ' << repeat << "; ";
-        ASSERT_EQ(Play(from, to, TOLVANE_SAMPLES, repeat),
+        const Place from = PickPlace();
+        const auto near = static_cast<uint32_t>(std::min<uint64_t>(from.frame, kFrames)) + Pick(4);
+        const Place to = Pick(2) ? Place{} : At(Pick(3) ? Pick(kFrames) : near, from.unit);
+        const bool repeat = Pick(4) == 0, was_playing = model_.playing;
+        log_ << "start " << from.value << ' ' << to.value << " unit " << from.unit << ' ' << repeat << "; ";
+        ASSERT_EQ(Play(from.value, to.value, from.unit, repeat),
                   was_playing ? TOLVANE_ALREADY_PLAYING : TOLVANE_OK);
         if (!was_playing) model_.Start(from, to, repeat);
     }
     void StartLoaded() {
-        const uint32_t from = PickFrame();
+        const Place from = PickPlace();
         const bool was_playing = model_.playing;
-        log_ << "load, start " << from << "; ";
+        log_ << "load, start " << from.value << " unit " << from.unit << "; ";
         ASSERT_EQ(AudioLoadFile(path_.c_str()), was_playing ? TOLVANE_ALREADY_PLAYING : TOLVANE_OK);
-        ASSERT_EQ(AudioPlayCurrentFile(from * format_.Block(), TOLVANE_BYTES),
+        ASSERT_EQ(AudioPlayCurrentFile(from.value, from.unit),
                   was_playing ? TOLVANE_ALREADY_PLAYING : TOLVANE_OK);
-        if (!was_playing) model_.Start(from, 0, false);
+        if (!was_playing) model_.Start(from, {}, false);
     }
     void Move() {
-        const uint32_t to = PickFrame(), inside = Pick(format_.Block());
-        log_ << "move " << to << "; ";
-        AudioMoveTo(to * format_.Block() + inside, TOLVANE_BYTES);
+        const Place to = PickPlace();
+        log_ << "move " << to.value << " unit " << to.unit << "; ";
+        ASSERT_EQ(AudioMoveTo(to.value, to.unit), TOLVANE_OK);
         model_.Move(to);
     }
     void Run() {
@@ -82,17 +106,17 @@ class RandomOperations : public Playing, public ::testing::WithParamInterface<ui
     }
     void Pause() {
         log_ << "pause; ";
-        AudioPause();
+        ASSERT_EQ(AudioPause(), TOLVANE_OK);
         model_.paused = model_.playing;
     }
     void Resume() {
         log_ << "resume; ";
-        AudioResume();
+        ASSERT_EQ(AudioResume(), TOLVANE_OK);
         model_.paused = false;
     }
     void Stop() {
         log_ << "stop; ";
-        AudioStop();
+        ASSERT_EQ(AudioStop(), TOLVANE_OK);
         model_.Finish();
     }
     void Step() {
@@ -109,6 +133,7 @@ class RandomOperations : public Playing, public ::testing::WithParamInterface<ui
         ASSERT_EQ(window_.Ended(), model_.ended);
         ASSERT_EQ(Closed(), !model_.playing);
         ASSERT_EQ(AudioGetPosition(TOLVANE_SAMPLES), model_.playing ? model_.told : 0);
+        ASSERT_EQ(AudioGetPosition(TOLVANE_BYTES), model_.playing ? model_.told * format_.Block() : 0);
         ASSERT_EQ(State().paused, model_.paused ? 1u : 0u);
         Bytes expected;
         for (const auto& [from, to] : model_.heard)
@@ -124,8 +149,13 @@ class RandomOperations : public Playing, public ::testing::WithParamInterface<ui
 };
 
 TEST_P(RandomOperations, AreHeardAsPromised) {
+    // Frames of three and five samples divide no buffer.
+    constexpr Format kFormats[] = {{8000, 1, 8}, {11025, 2, 16}, {8000, 3, 16}, {8000, 5, 8}};
+    const PlatformVirtualDevice surround{"surround", 1, 192000, 6, 3};
+    ASSERT_TRUE(PlatformVirtualSetOutputs(&surround, 1));
+    PlatformVirtualSetClock(PLATFORM_CLOCK_MOVED);
     Watchdog watchdog;
-    Make(GetParam() % 2 ? Format{8000, 1, 8} : Format{11025, 2, 16}, kFrames);
+    Make(kFormats[GetParam() % std::size(kFormats)], kFrames);
     for (int step = 0; step < 400 && !HasFatalFailure(); ++step) {
         watchdog.At(log_.str());
         Step();

@@ -1,23 +1,19 @@
-// Sets, MP3 files and mixed playback at their real pace, on the sound server and on the virtual card.
+// Sets, MP3 files and mixed playback at their real pace.
 #include <cstring>
 #include <functional>
-#include <thread>
 
 #include "convert/sound_math.h"
-#include "support/any_card.h"
+#include "support/real_devices.h"
 #include "support/child.h"
 
 namespace tolvane::test {
 namespace {
 
-constexpr double kStartAllowance =
-    2.5;  // seconds that a slow machine or a far server may take for a start or an end
-
-class Lasting : public AnyCard {
+class Lasting : public RealDevices {
   protected:
     void TearDown() override {
         SetVolume(1, 1, 1, 1);
-        AnyCard::TearDown();
+        RealDevices::TearDown();
     }
     // False where there is no encoder.
     bool Encode(const std::string& name, const Format& format, double seconds, const std::string& options) {
@@ -25,7 +21,6 @@ class Lasting : public AnyCard {
         folder_.Write("in.wav", WaveFile(format, Music(format, frames)));
         return RunTools(folder_.Path(), "lame --quiet " + options + " in.wav " + name);
     }
-    static void Sleep(double seconds) { std::this_thread::sleep_for(std::chrono::duration<double>(seconds)); }
     void AwaitPosition(const std::function<uint32_t()>& position, uint32_t wanted) {
         const Stopwatch watch;
         while (position() < wanted && window_.Ended() == ended_ && watch.Seconds() < 5)
@@ -45,7 +40,7 @@ class Lasting : public AnyCard {
     int ended_ = 0;
 };
 
-class RealTimeSets : public Lasting {
+class ServerRealTimeSets : public Lasting {
   protected:
     void Add(const std::string& path) {
         PlaybackSetEntry entry = {};
@@ -68,7 +63,7 @@ class RealTimeSets : public Lasting {
     std::vector<PlaybackSetEntry> entries_;
 };
 
-TEST_P(RealTimeSets, GoFromFileToFileAlsoOfOtherFormats) {
+TEST_F(ServerRealTimeSets, GoFromFileToFileAlsoOfOtherFormats) {
     constexpr Format kFormats[] = {{44100, 2, 16}, {44100, 2, 16}, {22050, 1, 8}, {48000, 1, 16}};
     for (const Format& format : kFormats)
         Add(folder_.Write(std::to_string(entries_.size()) + ".wav",
@@ -84,7 +79,7 @@ TEST_P(RealTimeSets, GoFromFileToFileAlsoOfOtherFormats) {
     ExpectEnd(0.7);
 }
 
-TEST_P(RealTimeSets, OfMp3FilesToo) {
+TEST_F(ServerRealTimeSets, OfMp3FilesToo) {
     if (!Encode("one.mp3", {44100, 2, 16}, 2, "-b 128")) GTEST_SKIP() << "lame is not here";
     ASSERT_TRUE(Encode("two.mp3", {22050, 1, 16}, 1, "-m m -b 32"));
     Add(folder_.Path("one.mp3"));
@@ -97,32 +92,9 @@ TEST_P(RealTimeSets, OfMp3FilesToo) {
     ExpectEnd(1);
 }
 
-TEST_P(RealTimeSets, RefuseWhatCannotBePlayed) {
-    Add(Write({44100, 2, 16}, 1));
-    const std::string path = entries_[0].path, none = folder_.Path("none.wav");
-    const auto play = [&](uint32_t start) {
-        return AudioPlayWaveFilesSet(entries_.data(), 2, start, 0, 0, 1, 0);
-    };
-    Add(path);
-    EXPECT_EQ(play(2000), TOLVANE_OK) << "nothing plays";
-    Add(none);
-    std::swap(entries_[1], entries_[2]);
-    EXPECT_EQ(play(0), TOLVANE_CANNOT_OPEN);
-    EXPECT_EQ(Info().totalBytes, 0u);
-    EXPECT_EQ(AudioPlayMixWave(path.c_str(), none.c_str(), 0, 0, 0, 1, 0, 0), TOLVANE_CANNOT_OPEN);
-    EXPECT_EQ(AudioPlayMixWave(path.c_str(), "", 0, 0, 0, 1, 0, 0), TOLVANE_CANNOT_OPEN);
-    EXPECT_EQ(AudioPlayMP3("", 0, 0, 0, 0, 0), TOLVANE_NO_PATH);
-    const std::string text = folder_.Write("text.mp3", Bytes(1000, 'x'));
-    EXPECT_EQ(AudioPlayMP3(text.c_str(), 0, 0, 0, 0, 0), TOLVANE_CANNOT_OPEN);
-    strcpy(entries_[0].path, text.c_str());
-    EXPECT_EQ(AudioPlayMP3FilesSet(entries_.data(), 1, 0, 0, 0, 0, 0), TOLVANE_CANNOT_OPEN);
-    Sleep(0.1);
-    EXPECT_EQ(window_.Ended(), 0);
-}
+using ServerRealTimeMp3 = Lasting;
 
-using RealTimeMp3 = Lasting;
-
-TEST_P(RealTimeMp3, PlaysEveryKindOfFileToItsEnd) {
+TEST_F(ServerRealTimeMp3, PlaysEveryKindOfFileToItsEnd) {
     for (const auto& [format, options] : {std::pair<Format, const char*>{{44100, 2, 16}, "-m j -b 128"},
                                           {{44100, 1, 16}, "-m m -V 4"},
                                           {{22050, 2, 16}, "-b 64 --id3v1-only --tt Title"},
@@ -134,7 +106,7 @@ TEST_P(RealTimeMp3, PlaysEveryKindOfFileToItsEnd) {
     }
 }
 
-TEST_P(RealTimeMp3, CountsItsBytesHoldsAndStops) {
+TEST_F(ServerRealTimeMp3, CountsItsBytesHoldsAndStops) {
     if (!Encode("x.mp3", {44100, 2, 16}, 20, "-b 128")) GTEST_SKIP() << "lame is not here";
     const auto position = [] { return AudioGetPosition(TOLVANE_BYTES); };
     ASSERT_EQ(AudioPlayMP3(folder_.Path("x.mp3").c_str(), 0, 0, 0, 0, 0), TOLVANE_OK);
@@ -152,9 +124,9 @@ TEST_P(RealTimeMp3, CountsItsBytesHoldsAndStops) {
     EXPECT_EQ(window_.Ended(), 1);
 }
 
-using RealTimeMixing = Lasting;
+using ServerRealTimeMixing = Lasting;
 
-TEST_P(RealTimeMixing, LastsAsLongAsTheFirstFile) {
+TEST_F(ServerRealTimeMixing, LastsAsLongAsTheFirstFile) {
     const std::string mix = folder_.Write("mix.wav", WaveFile({44100, 2, 16}, Pattern(176'400 * 3, 2)));
     const std::string path = Write({44100, 2, 16}, 1);
     SetVolume(0.5, 0.25, 0.5, 0.5);
@@ -164,13 +136,6 @@ TEST_P(RealTimeMixing, LastsAsLongAsTheFirstFile) {
     ExpectEnd(0.8);
     EXPECT_TRUE(window_.AllPlain()) << "no sum of such a volume is beyond the limits";
 }
-
-INSTANTIATE_TEST_SUITE_P(Server, RealTimeSets, ::testing::Values(PLATFORM_CARD_DEFAULT));
-INSTANTIATE_TEST_SUITE_P(Server, RealTimeMp3, ::testing::Values(PLATFORM_CARD_DEFAULT));
-INSTANTIATE_TEST_SUITE_P(Server, RealTimeMixing, ::testing::Values(PLATFORM_CARD_DEFAULT));
-INSTANTIATE_TEST_SUITE_P(Virtual, RealTimeSets, ::testing::Values(PLATFORM_CARD_VIRTUAL));
-INSTANTIATE_TEST_SUITE_P(Virtual, RealTimeMp3, ::testing::Values(PLATFORM_CARD_VIRTUAL));
-INSTANTIATE_TEST_SUITE_P(Virtual, RealTimeMixing, ::testing::Values(PLATFORM_CARD_VIRTUAL));
 
 }  // namespace
 }  // namespace tolvane::test

@@ -1,23 +1,14 @@
-// Playback at its real pace, on the sound server and on the virtual card: ends, pauses, moves and positions in about the right
+// Playback at its real pace: ends, pauses, moves and positions in about the right
 // time.
-#include <thread>
-
-#include "support/any_card.h"
+#include "support/real_devices.h"
 
 namespace tolvane::test {
 namespace {
 
 constexpr Format kStereo{44100, 2, 16};
-constexpr double kStartAllowance =
-    2.5;  // seconds that a slow machine or a far server may take for a start or an end
+using ServerRealTime = RealDevices;
 
-void Sleep(double seconds) {
-    std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
-}
-
-class RealTime : public AnyCard {};
-
-TEST_P(RealTime, PlaysToTheEndInAboutItsLength) {
+TEST_F(ServerRealTime, PlaysToTheEndInAboutItsLength) {
     int ended = 0;
     for (const Format& format : {kStereo, Format{22050, 1, 8}, Format{48000, 2, 8}, Format{8000, 1, 16}}) {
         SCOPED_TRACE(format.rate);
@@ -34,7 +25,7 @@ TEST_P(RealTime, PlaysToTheEndInAboutItsLength) {
     EXPECT_TRUE(window_.AllPlain());
 }
 
-TEST_P(RealTime, CountsThePositionForwardToTheEnd) {
+TEST_F(ServerRealTime, CountsThePositionForwardToTheEnd) {
     ASSERT_EQ(Play(Write(kStereo, 0.8), 100), TOLVANE_OK);
     uint32_t last = 0, told = 0;
     while (window_.Ended() == 0) {
@@ -51,7 +42,7 @@ TEST_P(RealTime, CountsThePositionForwardToTheEnd) {
     EXPECT_GT(told, 10u) << "in more than a few steps";
 }
 
-TEST_P(RealTime, HoldsInAPauseAndGoesOn) {
+TEST_F(ServerRealTime, HoldsInAPauseAndGoesOn) {
     ASSERT_EQ(Play(Write(kStereo, 1)), TOLVANE_OK);
     while (AudioGetPosition(TOLVANE_MILLISECONDS) < 100)
         Sleep(0.002);
@@ -67,7 +58,7 @@ TEST_P(RealTime, HoldsInAPauseAndGoesOn) {
     EXPECT_GT(watch.Seconds(), 1 - held / 1000.0 - 0.2);
 }
 
-TEST_P(RealTime, MovesAtOnce) {
+TEST_F(ServerRealTime, MovesAtOnce) {
     ASSERT_EQ(Play(Write(kStereo, 20)), TOLVANE_OK);
     Sleep(0.1);
     AudioMoveTo(10000, TOLVANE_MILLISECONDS);
@@ -82,7 +73,7 @@ TEST_P(RealTime, MovesAtOnce) {
     EXPECT_EQ(window_.Ended(), 1);
 }
 
-TEST_P(RealTime, StopsAndStartsInQuickSuccession) {
+TEST_F(ServerRealTime, StopsAndStartsInQuickSuccession) {
     const auto path = Write(kStereo, 5);
     for (int round = 1; round <= 12; ++round) {
         ASSERT_EQ(Play(path), TOLVANE_OK) << round;
@@ -95,7 +86,7 @@ TEST_P(RealTime, StopsAndStartsInQuickSuccession) {
     }
 }
 
-TEST_P(RealTime, TellsTheLevelOfWhatIsHeard) {
+TEST_F(ServerRealTime, TellsTheLevelOfWhatIsHeard) {
     Bytes sound(4 * 44100);  // silence, then a square wave at half scale
     for (size_t i = sound.size() / 2 + 1; i < sound.size(); i += 2)
         sound[i] = 0x40;
@@ -113,9 +104,6 @@ TEST_P(RealTime, TellsTheLevelOfWhatIsHeard) {
     }
     EXPECT_EQ(loudest, 50u);
 }
-
-INSTANTIATE_TEST_SUITE_P(Server, RealTime, ::testing::Values(PLATFORM_CARD_DEFAULT));
-INSTANTIATE_TEST_SUITE_P(Virtual, RealTime, ::testing::Values(PLATFORM_CARD_VIRTUAL));
 
 }  // namespace
 }  // namespace tolvane::test

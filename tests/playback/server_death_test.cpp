@@ -2,7 +2,7 @@
 // again.
 #include <thread>
 
-#include "support/any_card.h"
+#include "support/real_devices.h"
 #include "support/private_server.h"
 
 namespace tolvane::test {

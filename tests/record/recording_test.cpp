@@ -50,15 +50,11 @@ TEST_F(Recording, WritesWhatItHears) {
 
 // Every rule by itself, the limits of the rules, and any mixture of them.
 TEST_F(Recording, PunchesIn) {
-    std::vector<std::pair<Format, Punch>> cases = {{{44100, 1, 16}, {0, 88246, 0, 0}},  // a second of silence
-                                                   {kBytes, {0, 0, 6046, 0}},  // at the end of a buffer
+    std::vector<std::pair<Format, Punch>> cases = {{kBytes, {0, 0, 6046, 0}},  // at the end of a buffer
                                                    {kBytes, {0, 0, 46, 0}},
                                                    {kBytes, {0, 0, 1, 5000}},
-                                                   {kBytes, {10001, 0, 0, 0}},
-                                                   {kBytes, {0, 0, 0, 40001}},
                                                    {kBytes, {0, 0, 0, 0x80000000}},
                                                    {kBytes, {0, 4000, 4100, 0}},  // both in one buffer
-                                                   {kBytes, {5000, 4000, 7000, 4000}},
                                                    {kBytes, {0, 0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF}}};
     std::mt19937 random(7);
     const auto any = [&] { return static_cast<uint32_t>(random() % 4 ? random() % 30000 : 0); };
@@ -81,15 +77,11 @@ TEST_F(Recording, PunchesIn) {
         EXPECT_EQ(told + Told(), model.told) << "once";
         ASSERT_EQ(File(), RecordedFile(format, model.AtTheEnd()));
     }
-}
-
-TEST_F(Recording, TellsNobodyWhereNobodyIsNamed) {
     window_ = nullptr;
-    ASSERT_EQ(Start(kBytes, {0, 0, 100, 0}), TOLVANE_OK);
+    ASSERT_EQ(Start(kBytes, {0, 0, 100, 0}), TOLVANE_OK) << "where nobody is to be told";
     HearBuffers(2);
     AudioStopRecord();
     EXPECT_EQ(File().size(), 100u);
-    ExpectToRecord();
 }
 
 TEST_F(Recording, DropsWhatComesInAPause) {
@@ -149,10 +141,8 @@ TEST_F(Recording, MeasuresLevels) {
 TEST_F(Recording, OnlyOneRuns) {
     folder_.Write("record.wav", {1, 2, 3});
     ASSERT_EQ(AudioStartRecordLevelTest(8000, 8, 1), TOLVANE_OK);
-    format_ = kBytes;
     EXPECT_EQ(Start(kStereo), TOLVANE_ALREADY_RECORDING);
     EXPECT_EQ(AudioStartRecordLevelTest(44100, 16, 2), TOLVANE_ALREADY_RECORDING);
-    EXPECT_EQ(File(), Bytes({1, 2, 3}));
     format_ = kBytes;
     Hear(Bytes(3000, 0));
     uint32_t left = 0, right = 0;
@@ -162,7 +152,7 @@ TEST_F(Recording, OnlyOneRuns) {
     EXPECT_EQ(File(), Bytes({1, 2, 3})) << "a level test writes nothing";
     ASSERT_EQ(Start(kBytes), TOLVANE_OK);
     EXPECT_EQ(AudioStartRecordLevelTest(8000, 8, 1), TOLVANE_ALREADY_RECORDING);
-    AudioStopRecordLevelTest();
+    EXPECT_EQ(AudioStopRecordLevelTest(), TOLVANE_OK);
     EXPECT_EQ(File(), RecordedFile(kBytes, {}));
 }
 

@@ -110,7 +110,7 @@ TEST_F(RecordStart, DeletesTheFileThatItCreated) {
             FaultScope fault(service, nth, true);
             EXPECT_EQ(StartOverOld(), code) << service;
         }
-        EXPECT_PRED2([](auto& x, auto& y) { return NothingLeaked(x, y, 8192); }, before, Resources::Now());
+        EXPECT_TRUE(NothingLeft(before, 8192));
         EXPECT_EQ(File(), creates ? Bytes() : kOld) << service;
         EXPECT_FALSE(State().open) << service;
         EXPECT_FALSE(Runs()) << service;

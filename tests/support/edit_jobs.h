@@ -1,13 +1,11 @@
 // Waits for jobs as a host does: by asking.
 #pragma once
 
-#include <algorithm>
 #include <chrono>
 #include <thread>
 
 #include <gtest/gtest.h>
 
-#include "support/resources.h"
 #include "tolvane.h"
 
 namespace tolvane::test {
@@ -26,28 +24,6 @@ inline uint16_t FinishJob(EditJob* job) {
     EXPECT_EQ(AudioEditCloseHandle(&job), TOLVANE_OK);
     EXPECT_EQ(job, nullptr);
     return reason;
-}
-
-// What the process holds when the threads of jobs that are over have gone too.
-inline Resources ResourcesWithoutJobs() {
-    Resources before = Resources::Now();
-    for (;;) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        const Resources now = Resources::Now();
-        if (now.threads == before.threads) return now;
-        before = now;
-    }
-}
-
-// Whether nothing has leaked, once those threads have gone.
-inline bool NothingLeftSince(Resources before, size_t slack) {
-    Resources now = Resources::Now();
-    for (int i = 0; i < 2000 && now.threads > before.threads; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        now = Resources::Now();
-    }
-    before.threads = std::min(before.threads, now.threads);  // one may have lingered
-    return NothingLeaked(before, now, slack);
 }
 
 }  // namespace tolvane::test

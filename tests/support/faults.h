@@ -1,4 +1,5 @@
-// Makes each service call that an action makes fail in turn: once, and from then on.
+// Makes each service call that an action makes fail in turn: once, and from
+// then on.
 #pragma once
 
 #include <functional>
@@ -23,11 +24,15 @@ struct FaultScope {
     FaultScope& operator=(const FaultScope&) = delete;
 };
 
-// Runs `action` undisturbed once, then with each of its service calls failing: once, and, unless it is one
-// that gives something back, from then on. `prepare` runs before each run and `check` after it, both without
-// a fault. Returns the number of calls.
+using Step = std::function<void()>;
+
+// Runs `action` undisturbed, then with each of its service calls failing: once,
+// and, unless it is one that gives something back, from then on. `prepare` runs
+// before each run and `check` after it, both without a fault. In the end the
+// process holds no more than after the first run. Tells the number of calls,
+// under `name`, and returns it.
 uint32_t FailEachCall(
-    const std::function<void()>& action, const std::function<void()>& check,
-    const std::function<void()>& prepare = [] {});
+    const char* name, const Step& action, const Step& check, const Step& prepare = [] {},
+    size_t slack = 16384);
 
 }  // namespace tolvane::test

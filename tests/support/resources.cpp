@@ -1,9 +1,12 @@
-// Counts come from the system's own tables; where it has none the tests that need them do not run.
+// Counts come from the system's own tables; where it has none the tests that
+// need them do not run.
 #include "support/resources.h"
 
+#include <chrono>
 #include <filesystem>
 #include <iterator>
 #include <stdlib.h>
+#include <thread>
 #if defined(__GLIBC__)
 #include <malloc.h>
 #endif
@@ -25,9 +28,28 @@ Resources Resources::Now() {
 }
 #endif
 
-bool NothingLeaked(const Resources& before, const Resources& after, size_t slack) {
-    return before.files == after.files && before.threads == after.threads &&
-           after.memory <= before.memory + slack;
+Resources Resources::WithoutJobs() {
+    Resources before = Now();
+    for (;;) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        const Resources now = Now();
+        if (now.threads == before.threads) return now;
+        before = now;
+    }
+}
+
+testing::AssertionResult NothingLeft(const Resources& since, size_t slack) {
+    Resources now = Resources::Now();
+    const auto settled = [&] {
+        // One thread may have lingered before.
+        return now.files == since.files && now.threads <= since.threads && now.memory <= since.memory + slack;
+    };
+    for (int i = 0; i < 2000 && !settled(); ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        now = Resources::Now();
+    }
+    if (settled()) return testing::AssertionSuccess();
+    return testing::AssertionFailure() << since << " before, " << now << " now";
 }
 
 std::ostream& operator<<(std::ostream& out, const Resources& resources) {

@@ -24,6 +24,14 @@ TempFolder::~TempFolder() {
     fs::remove_all(path_, ignored);
 }
 
+std::string TempFolder::LongPath(size_t length, const std::string& name) const {
+    std::string path = Path();
+    while (path.size() + name.size() + 2 < length)
+        path += "/.";
+    path.append(length - name.size() - path.size(), '/');
+    return path + name;
+}
+
 std::string TempFolder::Write(const std::string& name, const Bytes& content) const {
     test::WriteFile(Path(name), content);
     return Path(name);

@@ -19,6 +19,8 @@ class TempFolder {
 
     std::string Path() const { return path_.string(); }
     std::string Path(const std::string& name) const { return (path_ / name).string(); }
+    // With "/." in between, which leads nowhere else, as long as wanted.
+    std::string LongPath(size_t length, const std::string& name = "") const;
     std::string Write(const std::string& name, const Bytes& content) const;  // returns the path
     std::string MakeFolder(const std::string& name) const;
     std::vector<std::string> Names() const;  // sorted

@@ -2,7 +2,6 @@
 // limits and the choice between two ways of computing are.
 #include "playback/mixing_loops.h"
 
-#include <algorithm>
 #include <cmath>
 #include <numeric>
 #include <random>
@@ -10,37 +9,11 @@
 
 #include <gtest/gtest.h>
 
-#include "support/wave_files.h"
+#include "playback/mixing_model.h"
 
 namespace tolvane::test {
 namespace {
 
-// Truncated toward zero. A double holds the product of a sample and a gain exactly.
-int64_t Product(int sample, float gain) {
-    const double product = sample == 0 || std::isnan(gain) ? 0 : double{gain} * sample;
-    return static_cast<int64_t>(std::clamp(product, -1e12, 1e12));
-}
-int64_t Limited(int64_t value, int bits) {
-    const int64_t most = (int64_t{1} << (bits - 1)) - 1;
-    return value > most ? most : value < -most - 1 ? -most - 1 : value;
-}
-
-// Of bytes as they lie in a block.
-int SampleAt(const Bytes& block, size_t i, int bits) {
-    return bits == 8 ? block[i] - 128 : static_cast<int16_t>(block[2 * i] | block[2 * i + 1] << 8);
-}
-void PutSample(Bytes& block, size_t i, int bits, int64_t value) {
-    if (bits == 8) return static_cast<void>(block[i] = static_cast<uint8_t>(value + 128));
-    block[2 * i] = static_cast<uint8_t>(value);
-    block[2 * i + 1] = static_cast<uint8_t>(value >> 8);
-}
-template <class Value>
-Bytes Block(int bits, size_t count, Value value) {
-    Bytes block(count * static_cast<size_t>(bits) / 8);
-    for (size_t i = 0; i < count; ++i)
-        PutSample(block, i, bits, value(static_cast<int>(i)));
-    return block;
-}
 Bytes EverySample(int bits) {
     return Block(bits, size_t{1} << bits, [&](int i) { return i - (1 << (bits - 1)); });
 }
@@ -90,11 +63,7 @@ void ExpectGained(const Bytes& samples, int bits, uint16_t channels, Gains gains
     ForPieces(frames, [&](size_t at, size_t length) {
         GainFrames(block.data() + 1 + at * layout.Bytes(), length, layout, gains);
     });
-    Bytes expected = samples;
-    for (size_t i = 0; i < frames * channels; ++i) {
-        const float gain = i % channels == 0 ? gains.left : i % channels == 1 ? gains.right : 1.0F;
-        PutSample(expected, i, bits, Limited(Product(SampleAt(samples, i, bits), gain), bits));
-    }
+    const Bytes expected = Gained(samples, {channels, bits, {gains.left, gains.right}});
     ASSERT_TRUE(Part(block, 1, block.size()) == expected)
         << bits << " bits, " << channels << " channels, " << gains.left << ", " << gains.right;
 }
@@ -125,35 +94,17 @@ TEST(SoftwareGain, EverySampleOf16BitsByManyGains) {
     ExpectGainedAlike(some, 16, ManyGains(3'000));
 }
 
-struct MixModel {
-    Bytes block, mixed;
-    bool limited = false;
-
-    MixModel(const Bytes& own, const Bytes& other, size_t from, size_t frames, const Mix& mix)
-        : block(own), mixed(other) {
-        const int bits = mix.layout.bits;
-        for (size_t i = from * mix.layout.channels; i < (from + frames) * mix.layout.channels; ++i) {
-            const size_t channel = i % mix.layout.channels;
-            if (channel > 1) continue;
-            const auto gained = [&](const Bytes& bytes, Gains gains) {
-                const int64_t value = Product(SampleAt(bytes, i, bits), channel ? gains.right : gains.left);
-                return bits == 8 ? value : Limited(value, 16);
-            };
-            const int64_t a = gained(own, mix.main), b = gained(other, mix.mixed);
-            const int64_t sum = mix.average ? a / 2 + b / 2 : a + b;
-            PutSample(block, i, bits, Limited(sum, bits));
-            if (bits == 16) PutSample(mixed, i, bits, b);
-            limited |= !mix.average && Limited(sum, bits) != sum;
-        }
-    }
-};
-
 void ExpectMixed(const Bytes& own, const Bytes& other, const Mix& mix) {
     const size_t frame = mix.layout.Bytes();
+    const MixRule rule{mix.layout.channels,
+                       mix.layout.bits,
+                       {mix.main.left, mix.main.right},
+                       {mix.mixed.left, mix.mixed.right},
+                       mix.average};
     ForPieces(own.size() / frame, [&](size_t at, size_t length) {
         Bytes block = Part(own, at * frame, (at + length) * frame);
         Bytes mixed = Part(other, at * frame, (at + length) * frame);
-        const MixModel model(block, mixed, 0, length, mix);
+        const Mixed model(block, mixed, rule);
         const bool limited = MixFrames(block.data(), mixed.data(), length, mix);
         ASSERT_TRUE(block == model.block && mixed == model.mixed && limited == model.limited)
             << mix.layout.bits << " bits, " << mix.layout.channels << " channels, " << mix.main.left << ", "

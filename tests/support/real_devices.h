@@ -1,12 +1,12 @@
-// A fixture for playbacks in real time.
+// A fixture for playbacks and recordings in real time.
 #pragma once
 
 #include <chrono>
 #include <string>
+#include <thread>
 
 #include <gtest/gtest.h>
 
-#include "platform.h"
 #include "support/host_window.h"
 #include "support/watchdog.h"
 #include "support/wave_files.h"
@@ -14,19 +14,21 @@
 
 namespace tolvane::test {
 
-// The parameter is the card: the machine's own (DEFAULT), or the virtual one at its real pace.
-class AnyCard : public ::testing::TestWithParam<PlatformCard> {
+// Seconds that a slow machine or a far server may take for a start or an end.
+inline constexpr double kStartAllowance = 2.5;
+
+inline void Sleep(double seconds) {
+    std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+}
+
+// The machine's own devices: natively those of the sound server, after which its suites are named.
+class RealDevices : public ::testing::Test {
   protected:
     void SetUp() override {
         AudioStop();
-        if (!PlatformUseCard(GetParam())) GTEST_SKIP() << "cards cannot be chosen here: no virtual card";
-        PlatformVirtualReset();
         if (GetNumberOfOutputDevices() == 0) GTEST_SKIP() << "there is no output device";
     }
-    void TearDown() override {
-        AudioStop();
-        PlatformUseCard(PLATFORM_CARD_DEFAULT);
-    }
+    void TearDown() override { AudioStop(); }
 
     std::string Write(const Format& format, double seconds) {
         const auto frames = static_cast<size_t>(format.rate * seconds);
