@@ -7,9 +7,9 @@
 namespace tolvane::test {
 namespace {
 
-using ServerCompressed = RealDevices;
+using ServerRealTimeCompressed = RealDevices;
 
-TEST_F(ServerCompressed, PlayToTheEndInAboutTheirLength) {
+TEST_F(ServerRealTimeCompressed, PlayToTheEndInAboutTheirLength) {
     constexpr Format kFormat{44100, 2, 16};
     constexpr struct {
         uint16_t tag;

@@ -11,7 +11,7 @@ namespace {
 constexpr Format kFormat{48000, 2, 16};
 constexpr size_t kHeader = 46;
 
-class ServerRecording : public RealDevices {
+class ServerRealTimeRecording : public RealDevices {
   protected:
     void SetUp() override {
         AudioStopRecord();
@@ -35,7 +35,7 @@ class ServerRecording : public RealDevices {
     std::string path_ = folder_.Path("record.wav");
 };
 
-TEST_F(ServerRecording, IsAboutAsLongAsItRan) {
+TEST_F(ServerRealTimeRecording, IsAboutAsLongAsItRan) {
     const Stopwatch all;
     ASSERT_EQ(Record(), TOLVANE_OK);
     const Stopwatch watch;
@@ -53,7 +53,7 @@ TEST_F(ServerRecording, IsAboutAsLongAsItRan) {
 }
 
 // Also where plug-ins are called as only a 32-bit system calls them.
-TEST_F(ServerRecording, GoesThroughAPlugin) {
+TEST_F(ServerRealTimeRecording, GoesThroughAPlugin) {
     ProbeLog log = {};
     const ProbeParameters probe = {&log, 1, 0, 0};
     ASSERT_EQ(LoadEffectFile(2, TOLVANE_PROBE_EFFECT), 1);
@@ -81,7 +81,7 @@ TEST_F(ServerRecording, GoesThroughAPlugin) {
 }
 
 // The server's input hears one of its outputs.
-class ServerRecordingOfAPlayback : public ServerRecording {
+class ServerRealTimeRecordingOfAPlayback : public ServerRealTimeRecording {
   protected:
     // How many pieces of 10 milliseconds of what this output plays are in the recording.
     size_t Heard(uint32_t output) {
@@ -104,7 +104,7 @@ class ServerRecordingOfAPlayback : public ServerRecording {
 };
 
 // A busy machine may lose a piece, or put silence between two.
-TEST_F(ServerRecordingOfAPlayback, HasEveryPieceOfIt) {
+TEST_F(ServerRealTimeRecordingOfAPlayback, HasEveryPieceOfIt) {
     if (GetNumberOfOutputDevices() < 2) GTEST_SKIP() << "no output that the input hears";
     size_t heard = 0;
     for (uint32_t output = 0; output < GetNumberOfOutputDevices() && heard == 0; ++output)
