@@ -56,18 +56,8 @@ FormatTagDescription Tag(uint16_t codec, uint16_t index) {
     return tag;
 }
 
-// No drivers but those of the test.
-class Catalogue : public testing::Test {
+class Catalogue : public OwnCodecs {
   protected:
-    void SetUp() override {
-        if (!PlatformShowBuiltInCodecs(0))
-            GTEST_SKIP() << "the system's codec manager takes no drivers from a test";
-    }
-    void TearDown() override {
-        EXPECT_EQ(PlatformOpenCodecs(), 0u);
-        PlatformShowBuiltInCodecs(1);
-    }
-
     const std::vector<PlatformCodecTag> tags_{{1, "PCM"}, {0x1234, "Twelve"}};
     const std::vector<PlatformCodecTag> pcm_{{1, "PCM"}};
 };
@@ -165,7 +155,6 @@ TEST_F(Catalogue, OutOfRangeAndNullAreAnsweredSafely) {
 }
 
 TEST_F(Catalogue, EveryServiceMayFail) {
-    if (!tolvane::test::FaultsAvailable()) GTEST_SKIP() << "services cannot be made to fail here";
     const RegisteredCodec a(CodecNamed("First", kCodec, tags_));
     const RegisteredCodec b(CodecNamed("Second", kCodec, tags_));
     const auto listed_when_failing = [](const char* service) {

@@ -10,6 +10,7 @@
 #include "support/virtual_card.h"
 #include "support/edit_jobs.h"
 #include "support/faults.h"
+#include "support/samples.h"
 #include "support/watchdog.h"
 #include "support/wave_files.h"
 #include "tolvane.h"
@@ -18,11 +19,6 @@ namespace tolvane::test {
 namespace {
 
 using ::testing::AnyOf;
-
-int SampleAt(const Bytes& data, size_t i, uint16_t bits) {
-    if (bits == 8) return data[i] - 128;
-    return static_cast<int16_t>(data[2 * i] | data[2 * i + 1] << 8);
-}
 
 void Append(Bytes* data, int sample, uint16_t bits) {
     if (bits == 8) sample += 128;

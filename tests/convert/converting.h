@@ -21,19 +21,15 @@ namespace tolvane::test {
 inline constexpr uint32_t kNoTag = 0xFFFFFFFF;
 inline constexpr WAVEFORMATEX kPcmTarget{1, 1, 8000, 8000, 1, 8, 0};
 
-class Converting : public testing::Test {
+class Converting : public OwnCodecs {
   protected:
     void SetUp() override {
-        if (!PlatformShowBuiltInCodecs(0))
-            GTEST_SKIP() << "the system's codec manager takes no drivers from a test";
-        Install();
+        OwnCodecs::SetUp();
+        if (!IsSkipped()) Install();
     }
     void TearDown() override {
-        PlatformFailNone();
         driver_.reset();
-        EXPECT_EQ(PlatformOpenCodecs(), 0u);
-        EXPECT_EQ(PlatformOpenStreams(), 0u);
-        PlatformShowBuiltInCodecs(1);
+        OwnCodecs::TearDown();
     }
 
     // The codec, as changed by `change`, alone in the catalogue.

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 class RegisteredCodec {
   public:
     explicit RegisteredCodec(const PlatformCodec& codec) : id_(PlatformAddCodec(&codec, 0)) {}
@@ -18,6 +20,19 @@ class RegisteredCodec {
 
   private:
     uint32_t id_;
+};
+
+// No drivers but those of the test, all of which are closed again.
+class OwnCodecs : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (!PlatformShowBuiltInCodecs(0))
+            GTEST_SKIP() << "the system's codec manager takes no drivers from a test";
+    }
+    void TearDown() override {
+        EXPECT_EQ(PlatformOpenCodecs() + PlatformOpenStreams(), 0u);
+        PlatformShowBuiltInCodecs(1);
+    }
 };
 
 inline PlatformCodec CodecNamed(const char* long_name, uint32_t support,

@@ -4,7 +4,8 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "support/wave_files.h"
+#include "support/edit_jobs.h"
+#include "support/samples.h"
 #include "tolvane.h"
 
 namespace tolvane::test {
@@ -58,18 +59,24 @@ inline uint16_t CallEdit(const EditStep& step, const EditFiles& files, EditJob**
     }
 }
 
+// As a job, with something done to it while it runs.
+template <class Meanwhile>
+uint16_t EditAsJob(const EditStep& step, const EditFiles& files, Meanwhile meanwhile) {
+    EditJob* job = nullptr;
+    if (const uint16_t refused = CallEdit(step, files, &job, 0)) return refused;
+    meanwhile(job);
+    return AwaitEdit(job);
+}
+
 // Bytes from a frame's first to behind another's last.
 struct Selection {
     size_t low, high;
 };
 
-inline bool IsLoud(const Format& format, const uint8_t* frame, uint32_t level) {
-    const size_t width = format.bits / 8;
-    const auto threshold = static_cast<int>(level * (width == 2 ? 32767u : 127u) / 10000);
-    for (const uint8_t* sample = frame; sample < frame + format.Block(); sample += width) {
-        const int value = width == 2 ? static_cast<int16_t>(sample[0] | sample[1] << 8) : *sample - 128;
-        if (std::abs(value) > threshold) return true;
-    }
+inline bool IsLoud(const Format& format, const Bytes& data, size_t frame, uint32_t level) {
+    const auto threshold = static_cast<int>(level * (format.bits == 16 ? 32767u : 127u) / 10000);
+    for (size_t i = frame * format.channels; i < (frame + 1) * format.channels; ++i)
+        if (std::abs(SampleAt(data, i, format.bits)) > threshold) return true;
     return false;
 }
 
@@ -78,7 +85,7 @@ inline Selection LoudPart(const Format& format, const Bytes& data, Selection all
     const size_t frame = format.Block();
     Selection loud{all.high, all.low};
     for (size_t at = all.low; at < all.high; at += frame) {
-        if (!IsLoud(format, &data[at], level)) continue;
+        if (!IsLoud(format, data, at / frame, level)) continue;
         loud.low = std::min(loud.low, at);
         loud.high = at + frame;
     }

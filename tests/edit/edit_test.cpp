@@ -35,16 +35,6 @@ class Editing : public testing::Test {
         return AudioClear(path, from, to, TOLVANE_BYTES, nullptr, 1, destination);
     }
 
-    // The progress of an edit begins anew after the undo copy.
-    static uint16_t Await(EditJob* job) {
-        while (!AudioEditProcessIsOver(job))
-            std::this_thread::sleep_for(std::chrono::microseconds(50));
-        const uint16_t reason = AudioEditGetReasonForProcessExit(job);
-        EXPECT_TRUE(reason == TOLVANE_NO_UNDO_COPY || AudioEditGetProcessProgress(job) == 100);
-        AudioEditCloseHandle(&job);
-        return reason;
-    }
-
     TempFolder folder_;
     std::string path_;
     const Bytes sound_ = Pattern(1000);
@@ -170,7 +160,7 @@ TEST_F(Editing, MeansTheFileThatTheNameMeantAtFirst) {
     EditJob* job = nullptr;
     EXPECT_EQ(AudioClear("x.wav", 0, 1000000, 2, &job, 0, "result.wav"), TOLVANE_OK);
     std::filesystem::current_path(other);
-    EXPECT_EQ(Await(job), TOLVANE_OK);
+    EXPECT_EQ(AwaitEdit(job), TOLVANE_OK);
     EXPECT_EQ(ReadAll(folder_.Path("result.wav")).size(), 44u + 1000000);
     std::filesystem::current_path(folder_.Path());
     EXPECT_EQ(Clear("x.wav", 0, 1000000), TOLVANE_OK);
@@ -269,7 +259,7 @@ TEST_F(Editing, SurvivesAChangedTempFolder) {
         ASSERT_EQ(AudioCut(Mono(sound), 0, 2000000, 2, &job, 0, nullptr), TOLVANE_OK);
         std::this_thread::sleep_for(std::chrono::microseconds(i * 300));
         ASSERT_EQ(SetTempPath(new_folder.c_str()), 0u);
-        const uint16_t reason = Await(job);
+        const uint16_t reason = AwaitEdit(job);
         const Bytes expected =
             WaveFile(kMono, reason == TOLVANE_OK ? Part(sound, 2000000, sound.size()) : sound);
         ASSERT_TRUE(ReadAll(path_) == expected) << reason;

@@ -77,18 +77,13 @@ class RandomEdits : public testing::Test {
     // Here or as a job, which is sometimes cancelled.
     uint16_t Do(const EditStep& step, const EditFiles& files) {
         if (!Chance(4)) return CallEdit(step, files);
-        EditJob* job = nullptr;
-        if (const uint16_t refused = CallEdit(step, files, &job, 0)) return refused;
-        if (Chance(2)) {
+        const uint16_t reason = EditAsJob(step, files, [this](EditJob* job) {
+            if (Chance(2)) return;
             const auto pause = std::chrono::microseconds(Any(200));
             if (Chance(2)) std::this_thread::sleep_for(pause);
             AudioEditCancelPressed(job);
-        }
-        while (!AudioEditProcessIsOver(job))
-            std::this_thread::yield();
-        const uint16_t reason = AudioEditGetReasonForProcessExit(job);
+        });
         cancelled_ += reason == TOLVANE_CANCELLED;
-        AudioEditCloseHandle(&job);
         return reason;
     }
 

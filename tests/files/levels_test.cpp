@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/wave_files.h"
+#include "support/samples.h"
 #include "tolvane.h"
 
 namespace tolvane::test {
@@ -44,9 +44,7 @@ Level Expected(uint16_t channels, uint16_t bits, const Bytes& data) {
     for (size_t channel = 0; channel < channels; ++channel) {
         int peak = 0;
         for (size_t at = 0; at + frame <= data.size(); at += step) {
-            const uint8_t* bytes = &data[at + channel * sample];
-            const int value = bits == 8 ? *bytes - 128 : static_cast<int16_t>(bytes[0] | bytes[1] << 8);
-            peak = std::max(peak, std::abs(value));
+            peak = std::max(peak, std::abs(SampleAt(data, at / sample + channel, bits)));
         }
         percent[channel] = static_cast<uint32_t>(bits == 16    ? peak * 100 / 32767
                                                  : peak == 128 ? 0

@@ -13,15 +13,6 @@ constexpr uint32_t kBuffer = 21 * 1024 / 4;  // frames
 
 class PlaybackFaults : public Playing {
   protected:
-    void SetUp() override {
-        if (!FaultsAvailable()) GTEST_SKIP() << "services cannot be made to fail here";
-        Playing::SetUp();
-    }
-    void TearDown() override {
-        PlatformFailNone();
-        Playing::TearDown();
-    }
-
     // After a fault, whatever came of it: the playback can be stopped, was told as ended at most once, and a
     // new one is heard whole.
     void ExpectGoodOrder() {

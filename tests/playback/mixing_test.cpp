@@ -99,7 +99,6 @@ TEST_F(MixedPlayback, RefusesWhatIsNoPcmFile) {
 }
 
 TEST_F(MixedPlayback, WithoutMemoryPlaysUnmixed) {
-    if (!FaultsAvailable()) GTEST_SKIP() << "services cannot be made to fail here";
     Make({44100, 2, 16}, 30000);
     const std::string mix_path = folder_.Write("mix.wav", WaveFile(format_, Pattern(30000 * 4, 9)));
     // Eight buffers of two allocations each come first, and two format records.

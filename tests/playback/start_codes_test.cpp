@@ -100,7 +100,6 @@ TEST_F(StartCodes, KeepALoadedFileUntilItIsPlayed) {
 
 // A start that fails is not told as an end, leaves nothing open and a loaded file loaded, and the next one works.
 TEST_F(StartCodes, TellWhichServiceFailed) {
-    if (!FaultsAvailable()) GTEST_SKIP() << "services cannot be made to fail here";
     Make(kStereo, kFrames);
     const struct {
         const char* service;
@@ -135,7 +134,6 @@ TEST_F(StartCodes, TellWhichServiceFailed) {
 }
 
 TEST_F(StartCodes, ComeFromMissingMemoryAndFilesThatCannotBePositioned) {
-    if (!FaultsAvailable()) GTEST_SKIP() << "services cannot be made to fail here";
     Make(kStereo, kFrames);
     std::set<uint16_t> seeking, memory;
     for (uint32_t nth = 1; nth <= 20; ++nth) {

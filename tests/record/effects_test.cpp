@@ -8,6 +8,7 @@
 #include "record/probe_effect.h"
 #include "record/recorder.h"
 #include "support/resources.h"
+#include "support/samples.h"
 
 namespace tolvane::test {
 namespace {
@@ -71,25 +72,17 @@ Bytes Plus(Bytes sound, int number) {
     return sound;
 }
 
-Bytes Louder(const Bytes& sound, uint16_t bits, int percent) {
-    Bytes louder;
-    for (size_t i = 0; i < sound.size(); i += bits / 8) {
-        const int sample = bits == 8 ? sound[i] - 128 : static_cast<int16_t>(sound[i] | sound[i + 1] << 8);
-        const int most = bits == 8 ? 127 : 32767;
-        const int scaled = std::clamp(sample * percent / 100, -most - 1, most);
-        louder =
-            std::move(louder) + Little(static_cast<uint64_t>(bits == 8 ? scaled + 128 : scaled), bits / 8);
-    }
-    return louder;
-}
-
 TEST_F(Effects, GainChangesTheVolume) {
     for (const Format& format : {kBytes, Format{8000, 2, 16}})
         for (const uint32_t percent : {0u, 50u, 100u, 333u}) {
             GainParameters gain = {percent, 0};
             Load(3, TOLVANE_GAIN_EFFECT, gain);
             const Bytes sound = Record(format, 7001);
-            EXPECT_EQ(File(), Recorded(Louder(sound, format.bits, static_cast<int>(percent)))) << percent;
+            const Bytes louder = Block(format.bits, sound.size() * 8 / format.bits, [&](int i) {
+                const int sample = SampleAt(sound, static_cast<size_t>(i), format.bits);
+                return Limited(sample * static_cast<int>(percent) / 100, format.bits);
+            });
+            EXPECT_EQ(File(), Recorded(louder)) << percent;
         }
 }
 
@@ -100,10 +93,7 @@ TEST_F(Effects, GateLeavesSilenceOut) {
     Load(0, TOLVANE_GATE_EFFECT, gate);
     ASSERT_EQ(Start(format), TOLVANE_OK);
     const auto tone = [](size_t frames, int peak) {
-        Bytes sound;
-        for (size_t i = 0; i < frames; ++i)
-            sound = std::move(sound) + Little(static_cast<uint64_t>(i % 2 ? peak : -peak), 2);
-        return sound;
+        return Block(16, frames, [=](int i) { return i % 2 ? peak : -peak; });
     };
     // Two buffers of 3,000 frames: 37 pieces and a half.
     Hear(tone(81, 20000) + tone(2919, 16000) + tone(40, 16000) + tone(1000, 20000) + tone(1960, 100));

@@ -8,6 +8,7 @@
 #include <mmsystem.h>
 
 #include "record/recorder.h"
+#include "support/samples.h"
 
 namespace tolvane::test {
 namespace {
@@ -113,11 +114,7 @@ TEST_F(Recording, MeasuresLevels) {
         return std::pair(left, right);
     };
     const auto wide = [](int left, int right, int odd_left) {
-        Bytes sound;
-        for (int i = 0; i < 8268; ++i)
-            sound = std::move(sound) + Little(static_cast<uint64_t>(i % 2 ? odd_left : left), 2) +
-                    Little(static_cast<uint64_t>(right), 2);
-        return sound;
+        return Block(16, 2 * 8268, [=](int i) { return i % 2 ? right : i % 4 ? odd_left : left; });
     };
     using Pair = std::pair<uint32_t, uint32_t>;
     EXPECT_EQ(levels({}), Pair(1000, 1000)) << "nothing runs";

@@ -10,6 +10,16 @@
 
 namespace tolvane::test {
 
+// The reason with which an edit ends. Its progress begins anew after the undo copy.
+inline uint16_t AwaitEdit(EditJob* job) {
+    while (!AudioEditProcessIsOver(job))
+        std::this_thread::sleep_for(std::chrono::microseconds(50));
+    const uint16_t reason = AudioEditGetReasonForProcessExit(job);
+    EXPECT_TRUE(reason != TOLVANE_OK || AudioEditGetProcessProgress(job) == 100);
+    AudioEditCloseHandle(&job);
+    return reason;
+}
+
 // Polls until the job is over; its progress never goes back and never beyond 100. Closes it and returns its reason.
 inline uint16_t FinishJob(EditJob* job) {
     uint32_t progress = 0;

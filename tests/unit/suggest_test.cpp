@@ -63,35 +63,23 @@ void ExpectPcm(const WAVEFORMATEX& format, WORD channels, DWORD rate, WORD bits)
     EXPECT_EQ(format.cbSize, 0);
 }
 
-class PcmSuggestion : public testing::Test {
-  protected:
-    PcmSuggestion()
-        : file_(mmioOpenA(folder_.Write("sound.mp3", tolvane::test::Bytes(100)).data(), nullptr, MMIO_READ)) {
-    }
-
+struct Question {
     TolvaneResult Ask() {
         memset(&out_, 0xEE, sizeof out_);
         return SuggestPcmFormat(file_.Get(), &mp3_.wfx, &out_);
     }
 
     tolvane::test::TempFolder folder_;
-    MmioFile file_;
+    MmioFile file_{
+        mmioOpenA(folder_.Write("sound.mp3", tolvane::test::Bytes(100)).data(), nullptr, MMIO_READ)};
     MPEGLAYER3WAVEFORMAT mp3_ = Mp3Format();
     alignas(8) WAVEFORMATEX out_{};
 };
 
-// The same with none but the test's drivers.
-class PcmSuggestionOfOwnCodecs : public PcmSuggestion {
-  protected:
-    void SetUp() override {
-        if (!PlatformShowBuiltInCodecs(0))
-            GTEST_SKIP() << "the system's codec manager takes no drivers from a test";
-    }
-    void TearDown() override {
-        EXPECT_EQ(PlatformOpenCodecs(), 0u);
-        PlatformShowBuiltInCodecs(1);
-    }
+class PcmSuggestion : public testing::Test, protected Question {};
 
+class PcmSuggestionOfOwnCodecs : public OwnCodecs, protected Question {
+  protected:
     Suggestion first_{{WAVE_FORMAT_PCM, 1, 8'000, 8'000, 1, 8, 0}};
     Suggestion second_{{WAVE_FORMAT_PCM, 2, 22'050, 88'200, 4, 16, 0}};
 };
