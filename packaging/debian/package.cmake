@@ -67,7 +67,8 @@ set(about "Tolvane plays, records, edits and converts sound files through one fl
 interface, from file to file and in constant memory.")
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "${PROJECT_DESCRIPTION} (library)\n${about}\n
 This package has the shared library, and the one that gives it the services
-of the system: sound server, codecs, files and messages.")
+of the system: sound server, codecs, files and messages. Its modules lie in a
+folder beside them.")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "${PROJECT_DESCRIPTION} (development files)\n${about}\n
 This package has the headers, what CMake and pkg-config ask for, and examples
 in C and Python, effect plug-ins among them.")

@@ -1,13 +1,14 @@
-// MPEG Layer-3 frames into PCM. Delay and padding that an encoder noted in its first frame are taken away.
+// MPEG Layer-3 frames into PCM: the module "mpeg-decoder", on libmpg123. Delay and padding that an encoder noted in its
+// first frame are taken away.
 #include "platform/codecs/frames.h"
 #include "platform/codecs/lagging_stream.h"
-#include "platform/codecs/mpeg_streams.h"
-#include "platform/codecs/rate_changer.h"
+#include "platform/codecs/modules.h"
+#include "platform/codecs/mpeg_frames.h"
+#include "platform/kernel/late_module.h"
 
 #include <mpg123.h>
 
 #include <new>
-#include <optional>
 
 namespace tolvane::platform {
 namespace {
@@ -86,11 +87,12 @@ class MpegDecoder final : public LaggingStream {
         frame_rate_ = static_cast<DWORD>(rate);
         return true;
     }
-    RateChanger& ChangerForFrames() {
+    // Null without the module that changes rates.
+    RateChanger* ChangerForFrames() {
         if (!changer_)
-            changer_.emplace(Rates{static_cast<double>(frame_rate_), static_cast<double>(rate_)},
-                             target_.channels, target_);
-        return *changer_;
+            changer_ = MakeRateChanger({static_cast<double>(frame_rate_), static_cast<double>(rate_)},
+                                       target_.channels, target_);
+        return changer_.get();
     }
     bool FinishRate(std::vector<uint8_t>& output) {
         const bool done = !changer_ || changer_->Finish(output);
@@ -98,7 +100,10 @@ class MpegDecoder final : public LaggingStream {
         return done;
     }
     bool Append(std::span<const uint8_t> wide, std::vector<uint8_t>& output) {
-        if (frame_rate_ != rate_) return ChangerForFrames().Change(wide, output);
+        if (frame_rate_ != rate_) {
+            RateChanger* const changer = ChangerForFrames();
+            return changer && changer->Change(wide, output);
+        }
         const FrameLayout layout{16, target_.channels};
         const size_t before = output.size(), frames = wide.size() / layout.Size();
         output.resize(before + frames * target_.Size());
@@ -110,14 +115,15 @@ class MpegDecoder final : public LaggingStream {
     const FrameLayout target_;
     Decoder decoder_;
     DWORD frame_rate_ = rate_;  // as the decoder told it last, maybe before a restart
-    std::optional<RateChanger> changer_;
+    std::unique_ptr<RateChanger> changer_;
     bool used_ = false;
 };
 
-}  // namespace
-
-std::unique_ptr<Stream> OpenMpegDecoder(const FormatView& pcm) {
+std::unique_ptr<Stream> OpenDecoder(const Driver&, const FormatView&, const FormatView& pcm) {
     return std::make_unique<MpegDecoder>(pcm.head.nSamplesPerSec, FrameLayout::Of(pcm));
 }
 
+}  // namespace
 }  // namespace tolvane::platform
+
+TOLVANE_MODULE_OFFERS(tolvane::platform::StreamOpener, tolvane::platform::OpenDecoder)

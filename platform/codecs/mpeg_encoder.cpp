@@ -1,7 +1,8 @@
-// PCM into MPEG Layer-3 frames of a constant bit rate.
+// PCM into MPEG Layer-3 frames of a constant bit rate: the module "mpeg-encoder", on LAME.
+#include "platform/codecs/driver.h"
 #include "platform/codecs/frames.h"
 #include "platform/codecs/lagging_stream.h"
-#include "platform/codecs/mpeg_streams.h"
+#include "platform/kernel/late_module.h"
 
 #include <lame/lame.h>
 
@@ -84,13 +85,15 @@ constexpr DWORD MostKilobits(DWORD rate) {
     return rate >= 32'000 ? 320 : 160;
 }
 
-}  // namespace
-
-std::unique_ptr<Stream> OpenMpegEncoder(const FormatView& pcm, const FormatView& mpeg) {
+// Null when the bit rate that is asked for is none.
+std::unique_ptr<Stream> OpenEncoder(const Driver&, const FormatView& pcm, const FormatView& mpeg) {
     const DWORD rate = pcm.head.nSamplesPerSec, kilobits = mpeg.head.nAvgBytesPerSec / 125;
     if (kilobits < 8 || kilobits > MostKilobits(rate)) return nullptr;
     const Sound sound{static_cast<int>(rate), pcm.head.nChannels, static_cast<int>(kilobits)};
     return std::make_unique<MpegEncoder>(FrameLayout::Of(pcm), sound);
 }
 
+}  // namespace
 }  // namespace tolvane::platform
+
+TOLVANE_MODULE_OFFERS(tolvane::platform::StreamOpener, tolvane::platform::OpenEncoder)

@@ -1,6 +1,7 @@
 // MPEG Layer-3 at the nine sample rates of MPEG-1, MPEG-2 and MPEG-2.5.
 #include "platform/codecs/driver.h"
-#include "platform/codecs/mpeg_streams.h"
+#include "platform/codecs/modules.h"
+#include "platform/codecs/mpeg_frames.h"
 
 #include <algorithm>
 #include <iterator>
@@ -54,9 +55,9 @@ void Vary(const FormatRecord& usual, std::vector<FormatRecord>& formats) {
     }
 }
 
-std::unique_ptr<Stream> Open(const Driver&, const FormatView& source, const FormatView& target) {
+std::unique_ptr<Stream> Open(const Driver& self, const FormatView& source, const FormatView& target) {
     if (!IsCodecPair(source, target)) return nullptr;
-    return source.IsPcm() ? OpenMpegEncoder(source, target) : OpenMpegDecoder(target);
+    return source.IsPcm() ? OpenMpegEncoder(self, source, target) : OpenMpegDecoder(self, source, target);
 }
 
 }  // namespace

@@ -8,8 +8,6 @@
 #include <span>
 #include <vector>
 
-struct soxr;
-
 namespace tolvane::platform {
 
 struct Rates {
@@ -18,33 +16,17 @@ struct Rates {
 
 class RateChanger {
   public:
-    // Throws where memory runs short. `channels` are those of what comes in.
-    RateChanger(Rates rates, WORD channels, FrameLayout target);
+    virtual ~RateChanger() = default;
 
     // Both append what is ready; false when that failed.
-    bool Change(std::span<const uint8_t> frames, std::vector<uint8_t>& output);
-    bool Finish(std::vector<uint8_t>& output);
+    virtual bool Change(std::span<const uint8_t> frames, std::vector<uint8_t>& output) = 0;
+    virtual bool Finish(std::vector<uint8_t>& output) = 0;
     // A new sound begins.
-    void Restart();
-
-  private:
-    struct Destroy {
-        void operator()(soxr* resampler) const;
-    };
-    using Resampler = std::unique_ptr<soxr, Destroy>;
-
-    static Resampler Make(Rates rates, unsigned channels);
-    bool Process(const uint8_t* input, size_t frames, size_t* taken, size_t* made,
-                 std::vector<uint8_t>& output);
-
-    static constexpr size_t kRoom = 4'096;  // frames
-
-    const Rates rates_;
-    const FrameLayout middle_, target_;
-    Resampler resampler_;
-    bool used_ = false;
-    int16_t room_[kRoom * 2];
+    virtual void Restart() = 0;
 };
+
+// Throws where memory runs short. `channels` are those of what comes in.
+using RateChangerMaker = std::unique_ptr<RateChanger>(Rates rates, WORD channels, FrameLayout target);
 
 }  // namespace tolvane::platform
 #endif

@@ -2,7 +2,7 @@
 #include "platform/codecs/rate_stream.h"
 
 #include "platform/codecs/lagging_stream.h"
-#include "platform/codecs/rate_changer.h"
+#include "platform/codecs/modules.h"
 
 namespace tolvane::platform {
 namespace {
@@ -13,13 +13,15 @@ constexpr uint64_t kMostLag = 2'048;
 
 class RateStream final : public LaggingStream {
   public:
-    RateStream(Rates rates, FrameLayout source, FrameLayout target)
+    // `changer` takes frames of `middle`.
+    RateStream(Rates rates, FrameLayout source, FrameLayout middle, FrameLayout target,
+               std::unique_ptr<RateChanger> changer)
         : LaggingStream(source.Size()),
           rates_(rates),
           source_(source),
+          middle_(middle),
           target_(target),
-          middle_{16, std::min(source.channels, target.channels)},
-          changer_(rates, middle_.channels, target) {}
+          changer_(std::move(changer)) {}
 
     uint64_t Bound(uint64_t source) override {
         const double frames = static_cast<double>(source / source_.Size() + kMostLag);
@@ -31,16 +33,16 @@ class RateStream final : public LaggingStream {
         const size_t frames = source.size() / source_.Size();
         input_.resize(frames * middle_.Size());
         FindFrameLoop(source_, middle_)(source.data(), input_.data(), frames);
-        return changer_.Change(input_, output) ? MMSYSERR_NOERROR : MMSYSERR_ERROR;
+        return changer_->Change(input_, output) ? MMSYSERR_NOERROR : MMSYSERR_ERROR;
     }
     MMRESULT Finish(std::vector<uint8_t>& output) override {
-        return changer_.Finish(output) ? MMSYSERR_NOERROR : MMSYSERR_ERROR;
+        return changer_->Finish(output) ? MMSYSERR_NOERROR : MMSYSERR_ERROR;
     }
-    void Restart() override { changer_.Restart(); }
+    void Restart() override { changer_->Restart(); }
 
     const Rates rates_;
-    const FrameLayout source_, target_, middle_;
-    RateChanger changer_;
+    const FrameLayout source_, middle_, target_;
+    const std::unique_ptr<RateChanger> changer_;
     std::vector<uint8_t> input_;
 };
 
@@ -51,7 +53,11 @@ std::unique_ptr<Stream> OpenRateStream(const FormatView& source, const FormatVie
                       static_cast<double>(target.head.nSamplesPerSec)};
     const auto [low, high] = std::minmax(rates.source, rates.target);
     if (high > low * kMostRatio) return nullptr;
-    return std::make_unique<RateStream>(rates, FrameLayout::Of(source), FrameLayout::Of(target));
+    const auto from = FrameLayout::Of(source), to = FrameLayout::Of(target);
+    const FrameLayout middle{16, std::min(from.channels, to.channels)};
+    auto changer = MakeRateChanger(rates, middle.channels, to);
+    if (!changer) return nullptr;
+    return std::make_unique<RateStream>(rates, from, middle, to, std::move(changer));
 }
 
 }  // namespace tolvane::platform

@@ -7,7 +7,7 @@
 
 namespace tolvane::platform {
 
-// Null when the rates are too far apart.
+// Null when the rates are too far apart, and without the module that changes rates.
 std::unique_ptr<Stream> OpenRateStream(const FormatView& source, const FormatView& target);
 
 }  // namespace tolvane::platform

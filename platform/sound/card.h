@@ -95,6 +95,9 @@ class Card {
                                std::unique_ptr<CardInput>& input) = 0;
 
     virtual CardMixer& Mixer() = 0;
+
+    // Whether there is anything behind it that could have devices.
+    virtual bool Answers() { return true; }
 };
 
 // The standard formats (WAVE_FORMAT_1M08 and so on) among those within the given limits.

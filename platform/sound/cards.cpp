@@ -7,6 +7,7 @@
 
 #include <platform.h>
 
+#include "platform/kernel/late_module.h"
 #include "platform/sound/server_card.h"
 #include "platform/sound/virtual_card.h"
 
@@ -25,6 +26,13 @@ Choice& TheChoice() {
     return choice;
 }
 
+// Null where the module cannot be loaded: the machine has no devices then.
+Card* ServerCard() {
+    static constinit LateModule<OfferedServerCard> module("sound-server");
+    OfferedServerCard* const card = module.Offered();
+    return card ? &card() : nullptr;
+}
+
 Card* Behind(PlatformCard choice) {
     switch (choice) {
         case PLATFORM_CARD_VIRTUAL:
@@ -32,7 +40,7 @@ Card* Behind(PlatformCard choice) {
         case PLATFORM_CARD_NONE:
             return nullptr;
         default:
-            return &ServerCard();
+            return ServerCard();
     }
 }
 
@@ -75,9 +83,13 @@ void SetDeviceName(CardDevice& device, const char* name) {
 
 CardLease::CardLease() {
     Choice& choice = TheChoice();
-    const std::lock_guard lock(choice.mutex);
-    choice.open_devices++;
-    card = Behind(choice.card);
+    PlatformCard chosen;
+    {
+        const std::lock_guard lock(choice.mutex);
+        choice.open_devices++;  // from here on the choice stays
+        chosen = choice.card;
+    }
+    card = Behind(chosen);
 }
 
 CardLease::~CardLease() {
@@ -103,5 +115,5 @@ int PlatformCardInUse(void) {
     const CardLease lease;
     if (!lease.card) return PLATFORM_CARD_NONE;
     if (lease.card == &VirtualCard::Get()) return PLATFORM_CARD_VIRTUAL;
-    return ServerAnswers() ? PLATFORM_CARD_SERVER : PLATFORM_CARD_NONE;
+    return lease.card->Answers() ? PLATFORM_CARD_SERVER : PLATFORM_CARD_NONE;
 }

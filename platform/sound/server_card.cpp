@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "platform/kernel/late_module.h"
 #include "platform/sound/server_connection.h"
 #include "platform/sound/server_input.h"
 #include "platform/sound/server_mixer.h"
@@ -51,6 +52,11 @@ class TheServerCard final : public Card {
 
     CardMixer& Mixer() override { return ServerMixer(); }
 
+    bool Answers() override {
+        const ServerLock lock;
+        return server_.Connect();
+    }
+
   private:
     template <typename Stream, typename Queue, typename Opened>
     MMRESULT Open(Direction direction, uint32_t index, Queue& queue, std::unique_ptr<Opened>& opened) {
@@ -69,16 +75,12 @@ class TheServerCard final : public Card {
     ServerConnection& server_ = ServerConnection::Get();
 };
 
-}  // namespace
-
-Card& ServerCard() {
+Card& TheCard() {
     static Card& card = *new TheServerCard;
     return card;
 }
 
-bool ServerAnswers() {
-    const ServerLock lock;
-    return ServerConnection::Get().Connect();
-}
-
+}  // namespace
 }  // namespace tolvane::platform
+
+TOLVANE_MODULE_OFFERS(tolvane::platform::OfferedServerCard, tolvane::platform::TheCard)

@@ -3,6 +3,7 @@ against them with CMake, pkg-config and a compiler alone, and work on real files
 import gzip
 import os
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -86,12 +87,31 @@ class Debian(Packages):
 
     def test_libraries(self):
         self.assertEqual(exports_test.exported_by_object("nm", self.libraries / "libtolvane.so"), EXPORTED)
-        for path in [*self.libraries.glob("*.so"), self.root / "usr/bin/tolvane"]:
-            dynamic = output("readelf", "-d", path)
-            self.assertNotRegex(dynamic, "RPATH|RUNPATH")
-            if path.suffix == ".so":
-                self.assertEqual(os.readlink(path), re.search(r"soname: \[(.+)\]", dynamic)[1])
+        linked, modules = [*self.libraries.glob("*.so")], [*self.libraries.glob("tolvane-*/*.so")]
+        for path in linked:
+            self.assertEqual(os.readlink(path), re.search(r"soname: \[(.+)\]", output("readelf", "-d", path))[1])
+        self.assertEqual(len(modules), 5)
+        for path in [*linked, *modules, self.root / "usr/bin/tolvane"]:
+            self.assertNotRegex(output("readelf", "-d", path), "RPATH|RUNPATH")
         self.assert_no_built_paths()
+
+    def test_without_modules(self):
+        """Where they do not load there are no devices and no streams of theirs; everything else works."""
+        bare = self.folder / "bare"
+        bare.mkdir()
+        for path in self.libraries.glob("libtolvane*.so.?"):
+            shutil.copy(path, bare)
+        program, sound = self.root / "usr/bin/tolvane", self.make_wave()
+        env = {**self.env, "LD_LIBRARY_PATH": str(bare)}
+        self.assertEqual(output(program, "codecs", env=env), output(program, "codecs", env=self.env))
+        output(program, "convert", sound, self.folder / "small.wav", "--codec", "ima", env=env)
+        self.assertIn("no sound output", output(program, "devices", env=env))
+        for arguments, told in ((["play", sound], "no sound device"),
+                                (["convert", sound, self.folder / "gsm.wav", "--codec", "gsm"], "cannot convert")):
+            failed = subprocess.run([program, *arguments], env=env, capture_output=True, text=True, timeout=20)
+            self.assertEqual(failed.returncode, 2, arguments)
+            self.assertIn(told, failed.stderr)
+        self.assertFalse((self.folder / "gsm.wav").exists())
 
     def test_a_project_with_cmake(self):
         build = self.build_examples(self.examples, f"-DCMAKE_PREFIX_PATH={self.root}/usr")

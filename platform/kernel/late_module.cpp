@@ -1,0 +1,49 @@
+#include "platform/kernel/late_module.h"
+
+#include <windows.h>
+
+#include <dlfcn.h>
+
+#include <climits>
+#include <cstdio>
+
+namespace tolvane::platform {
+namespace {
+
+// Big enough for what the loader knows a library by.
+using Path = char[PATH_MAX + NAME_MAX];
+
+// The folder that the layer was loaded from, as it was then: the current one may be another by now.
+bool FindOwnFolder(Path& folder) {
+    Dl_info own;
+    if (!dladdr(reinterpret_cast<const void*>(&LoadModule), &own)) return false;
+    void* const layer = dlopen(own.dli_fname, RTLD_LAZY | RTLD_NOLOAD);
+    if (!layer) return false;
+    const bool found = dlinfo(layer, RTLD_DI_ORIGIN, folder) == 0;
+    dlclose(layer);
+    return found;
+}
+
+void TellDebugger(const char* name, const char* why) {
+    char text[512];
+    std::snprintf(text, sizeof text, "Tolvane: the module %s cannot be loaded: %s", name,
+                  why ? why : "no reason given");
+    OutputDebugStringA(text);
+}
+
+}  // namespace
+
+const void* LoadModule(const char* name) {
+    Path folder, path;
+    if (!FindOwnFolder(folder)) return TellDebugger(name, dlerror()), nullptr;
+    const int length = std::snprintf(path, sizeof path, "%s/tolvane-" TOLVANE_VERSION "/%s.so", folder, name);
+    if (length < 0 || static_cast<size_t>(length) >= sizeof path)
+        return TellDebugger(name, "its path is too long"), nullptr;
+    // Bound as it is used: most of what these libraries lean on is never called.
+    void* const module = dlopen(path, RTLD_LAZY | RTLD_LOCAL);
+    const void* const offered = module ? dlsym(module, "tolvane_offered") : nullptr;
+    if (!offered) TellDebugger(name, dlerror());
+    return offered;
+}
+
+}  // namespace tolvane::platform
