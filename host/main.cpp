@@ -4,8 +4,11 @@
 
 #include <tolvane.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <iterator>
+#include <string_view>
 
 #include "commands.h"
 #include "drawing.h"
@@ -87,7 +90,8 @@ void AddInfo(CLI::App& app, Request& request) {
     command->footer("Examples:\n  tolvane info speech.wav song.mp3\n  tolvane info takes/*.wav");
 }
 
-void AddLevel(CLI::App& app, LevelRequest& level) {
+void AddLevel(CLI::App& app, Request& request) {
+    LevelRequest& level = request.level;
     CLI::App* command = app.add_subcommand("level", "Show how loud wave files are");
     command->add_option("FILE", level.files, "Wave files (PCM)")->required()->type_name("");
     AddPlace(command, "--from", level.from, "Begin at this time", false);
@@ -104,12 +108,13 @@ void AddDevices(CLI::App& app, Request& request) {
     command->footer("Examples:\n  tolvane devices\n  tolvane devices --card virtual");
 }
 
-void AddCodecs(CLI::App& app) {
+void AddCodecs(CLI::App& app, Request&) {
     app.add_subcommand("codecs", "List the installed codecs with their format tags")
         ->footer("Example:\n  tolvane codecs");
 }
 
-void AddVolume(CLI::App& app, VolumeRequest& volume) {
+void AddVolume(CLI::App& app, Request& request) {
+    VolumeRequest& volume = request.volume;
     CLI::App* command = app.add_subcommand("volume", "Show or set the volume of playback or of recording");
     command->add_option("PERCENT", volume.percent, "0 to 100; leave it out to show the volumes")
         ->check(CLI::Range(0, 100).description(""))
@@ -128,7 +133,8 @@ void AddVolume(CLI::App& app, VolumeRequest& volume) {
         "  tolvane volume 70 --source 'line in'");
 }
 
-void AddSources(CLI::App& app, SourcesRequest& sources) {
+void AddSources(CLI::App& app, Request& request) {
+    SourcesRequest& sources = request.sources;
     CLI::App* command = app.add_subcommand("sources", "List what can be recorded from, or choose it");
     command->add_option("SOURCE", sources.source, "Record from this one: number or (part of) its name")
         ->type_name("N|NAME");
@@ -236,7 +242,8 @@ void AddEffects(CLI::App* command, RecordRequest& record) {
         ->type_name("WAVE");
 }
 
-void AddRecord(CLI::App& app, RecordRequest& record) {
+void AddRecord(CLI::App& app, Request& request) {
+    RecordRequest& record = request.record;
     CLI::App* command = app.add_subcommand("record", "Record into a wave file");
     AddRecordOptions(command, record);
     AddEffects(command, record);
@@ -332,21 +339,34 @@ CLI::App* AddEdit(CLI::App& app, EditRequest& edit, EditKind kind, const char* h
     return command;
 }
 
-void AddEditsOfSelection(CLI::App& app, EditRequest& edit) {
-    AddEdit(app, edit, EditKind::kCut, "Take a part out of a file and put it into another",
+void AddCut(CLI::App& app, Request& request) {
+    AddEdit(app, request.edit, EditKind::kCut, "Take a part out of a file and put it into another",
             "tolvane cut music.wav 1:02.5 1:10 --to piece.wav")
-        ->add_option("--to", edit.other, "Wave file to write with what was cut")
+        ->add_option("--to", request.edit.other, "Wave file to write with what was cut")
         ->required()
         ->type_name("WAVE");
-    AddEdit(app, edit, EditKind::kCopy, "Write a part of a file into another",
+}
+
+void AddCopy(CLI::App& app, Request& request) {
+    AddEdit(app, request.edit, EditKind::kCopy, "Write a part of a file into another",
             "tolvane copy music.wav 44100s 88200s --to second.wav")
-        ->add_option("--to", edit.other, "Wave file to write")
+        ->add_option("--to", request.edit.other, "Wave file to write")
         ->required()
         ->type_name("WAVE");
-    AddEdit(app, edit, EditKind::kClear, "Take a part out of a file",
+}
+
+void AddClear(CLI::App& app, Request& request) {
+    AddEdit(app, request.edit, EditKind::kClear, "Take a part out of a file",
             "tolvane clear music.wav 1:02.5 1:10 -o shorter.wav");
-    AddEdit(app, edit, EditKind::kCrop, "Keep nothing but a part of a file",
+}
+
+void AddCrop(CLI::App& app, Request& request) {
+    AddEdit(app, request.edit, EditKind::kCrop, "Keep nothing but a part of a file",
             "tolvane crop music.wav 0:10 0:20");
+}
+
+void AddMute(CLI::App& app, Request& request) {
+    EditRequest& edit = request.edit;
     AddEdit(app, edit, EditKind::kMute, "Silence channels of a part",
             "tolvane mute music.wav 0:10 0:20 --channels left")
         ->add_option_function<std::string>(
@@ -354,6 +374,10 @@ void AddEditsOfSelection(CLI::App& app, EditRequest& edit) {
             "left, right, all (if left out) or numbers: 1,3")
         ->check(CLI::Validator(CheckChannels, ""))
         ->type_name("CHANNELS");
+}
+
+void AddTrim(CLI::App& app, Request& request) {
+    EditRequest& edit = request.edit;
     AddEdit(app, edit, EditKind::kTrim, "Take the silence off both ends of a file or a part",
             "tolvane trim speech.wav --level 2")
         ->add_option_function<double>(
@@ -363,15 +387,20 @@ void AddEditsOfSelection(CLI::App& app, EditRequest& edit) {
         ->type_name("PERCENT");
 }
 
-void AddInsertions(CLI::App& app, EditRequest& edit) {
-    CLI::App* paste = AddEdit(app, edit, EditKind::kPaste, "Insert the sound of another file",
-                              "tolvane paste music.wav --from piece.wav --at 0:30");
-    paste->add_option("--from", edit.other, "Wave file of the same format")->required()->type_name("WAVE");
-    AddPlace(paste, "--at", edit.start, "Where it is inserted", true);
-    CLI::App* silence = AddEdit(app, edit, EditKind::kSilence, "Insert silence",
+void AddPaste(CLI::App& app, Request& request) {
+    EditRequest& edit = request.edit;
+    CLI::App* command = AddEdit(app, edit, EditKind::kPaste, "Insert the sound of another file",
+                                "tolvane paste music.wav --from piece.wav --at 0:30");
+    command->add_option("--from", edit.other, "Wave file of the same format")->required()->type_name("WAVE");
+    AddPlace(command, "--at", edit.start, "Where it is inserted", true);
+}
+
+void AddSilence(CLI::App& app, Request& request) {
+    EditRequest& edit = request.edit;
+    CLI::App* command = AddEdit(app, edit, EditKind::kSilence, "Insert silence",
                                 "tolvane silence speech.wav --at 0:02 --length 500ms");
-    AddPlace(silence, "--at", edit.start, "Where it is inserted", true);
-    silence
+    AddPlace(command, "--at", edit.start, "Where it is inserted", true);
+    command
         ->add_option_function<std::string>(
             "--length", [&edit](const std::string& text) { edit.length = *ParseMoment(text); },
             "How long it is, in whole milliseconds")
@@ -380,7 +409,8 @@ void AddInsertions(CLI::App& app, EditRequest& edit) {
         ->type_name("TIME");
 }
 
-void AddDraw(CLI::App& app, DrawRequest& draw) {
+void AddDraw(CLI::App& app, Request& request) {
+    DrawRequest& draw = request.draw;
     CLI::App* command = app.add_subcommand("draw", "Draw the waveform in the terminal or as a picture");
     command->add_option("FILE", draw.file, "Wave file (PCM)")->required()->type_name("");
     command->add_option("-o,--output", draw.picture, "Write a picture instead")->type_name("PNG");
@@ -396,7 +426,8 @@ void AddDraw(CLI::App& app, DrawRequest& draw) {
         "  tolvane draw music.wav -o music.png --width 2000");
 }
 
-void AddSession(CLI::App& app, SessionRequest& session) {
+void AddSession(CLI::App& app, Request& request) {
+    SessionRequest& session = request.session;
     CLI::App* command = app.add_subcommand("edit", "Edit a file command by command, with clipboard and undo");
     command->add_option("FILE", session.file, "Wave file (PCM)")->required()->type_name("");
     command->add_option("-o,--output", session.target, "Edit a copy, and leave FILE as it is")
@@ -453,36 +484,81 @@ std::string WhyNoCommand(const CLI::App& app, int argc, char** argv) {
     return "'" + std::string(argv[1]) + "' is no command; there are " + names + ".";
 }
 
-int Run(const CLI::App& app, Request& request) {
-    if (app.got_subcommand("info")) return RunInfo(request.files);
-    if (app.got_subcommand("level")) return RunLevel(request.level);
-    if (app.got_subcommand("devices")) return RunDevices(request.card);
-    if (app.got_subcommand("codecs")) return RunCodecs();
-    if (app.got_subcommand("record")) {
-        if (!request.record.hear.empty()) request.record.card.name = "virtual";
-        return RunRecord(request.record);
-    }
-    if (app.got_subcommand("sources")) return RunSources(request.sources);
-    if (app.got_subcommand("volume")) {
-        request.volume.record |= !request.volume.source.empty();
-        const std::string why = Contradiction(request.volume);
-        return why.empty() ? RunVolume(request.volume) : ReportBadArguments(why, "volume ");
-    }
-    if (app.got_subcommand("reformat")) return RunReformat(request.reformat);
-    if (app.got_subcommand("draw")) return RunDraw(request.draw);
-    if (app.got_subcommand("edit")) {
-        if (!request.session.into.empty()) request.session.card.name = "virtual";
-        return RunSession(request.session);
-    }
-    if (FindEdit(app.get_subcommands().front()->get_name())) return RunEdit(request.edit);
-    if (app.got_subcommand("convert")) {
-        const std::string why = Contradiction(request.convert);
-        return why.empty() ? RunConvert(request.convert) : ReportBadArguments(why, "convert ");
-    }
-    if (const std::string why = Contradiction(request.play); !why.empty())
-        return ReportBadArguments(why, "play ");
-    if (!request.play.into.empty()) request.play.card.name = "virtual";
-    return RunPlay(request.play);
+int CheckAndPlay(Request& request) {
+    PlayRequest& play = request.play;
+    if (const std::string why = Contradiction(play); !why.empty()) return ReportBadArguments(why, "play ");
+    if (!play.into.empty()) play.card.name = "virtual";
+    return RunPlay(play);
+}
+
+int CheckAndRecord(Request& request) {
+    RecordRequest& record = request.record;
+    if (!record.hear.empty()) record.card.name = "virtual";
+    return RunRecord(record);
+}
+
+int CheckAndConvert(Request& request) {
+    const std::string why = Contradiction(request.convert);
+    return why.empty() ? RunConvert(request.convert) : ReportBadArguments(why, "convert ");
+}
+
+int CheckAndSetVolume(Request& request) {
+    VolumeRequest& volume = request.volume;
+    volume.record |= !volume.source.empty();
+    const std::string why = Contradiction(volume);
+    return why.empty() ? RunVolume(volume) : ReportBadArguments(why, "volume ");
+}
+
+int CheckAndRunSession(Request& request) {
+    SessionRequest& session = request.session;
+    if (!session.into.empty()) session.card.name = "virtual";
+    return RunSession(session);
+}
+
+int RunOneEdit(Request& request) {
+    return RunEdit(request.edit);
+}
+
+struct Command {
+    std::string_view name;
+    void (*add)(CLI::App&, Request&);
+    int (*run)(Request&);
+};
+
+constexpr Command kCommands[] = {
+    {"info", AddInfo, [](Request& request) { return RunInfo(request.files); }},
+    {"level", AddLevel, [](Request& request) { return RunLevel(request.level); }},
+    {"devices", AddDevices, [](Request& request) { return RunDevices(request.card); }},
+    {"codecs", AddCodecs, [](Request&) { return RunCodecs(); }},
+    {"volume", AddVolume, CheckAndSetVolume},
+    {"sources", AddSources, [](Request& request) { return RunSources(request.sources); }},
+    {"play", AddPlay, CheckAndPlay},
+    {"record", AddRecord, CheckAndRecord},
+    {"convert", AddConvert, CheckAndConvert},
+    {"reformat", AddReformat, [](Request& request) { return RunReformat(request.reformat); }},
+    {"cut", AddCut, RunOneEdit},
+    {"copy", AddCopy, RunOneEdit},
+    {"clear", AddClear, RunOneEdit},
+    {"crop", AddCrop, RunOneEdit},
+    {"mute", AddMute, RunOneEdit},
+    {"trim", AddTrim, RunOneEdit},
+    {"paste", AddPaste, RunOneEdit},
+    {"silence", AddSilence, RunOneEdit},
+    {"draw", AddDraw, [](Request& request) { return RunDraw(request.draw); }},
+    {"edit", AddSession, CheckAndRunSession},
+};
+
+const Command* FindCommand(std::string_view name) {
+    const auto found = std::ranges::find(kCommands, name, &Command::name);
+    return found == std::end(kCommands) ? nullptr : &*found;
+}
+
+// Describing all commands takes longer than most of them work, so the first word's is described alone where it is one.
+void AddCommands(CLI::App& app, Request& request, int argc, char** argv) {
+    if (const Command* const asked = argc > 1 ? FindCommand(argv[1]) : nullptr)
+        return asked->add(app, request);
+    for (const Command& command : kCommands)
+        command.add(app, request);
 }
 
 int ParseAndRun(int argc, char** argv) {
@@ -492,20 +568,7 @@ int ParseAndRun(int argc, char** argv) {
     app.allow_windows_style_options(false);  // a path may begin with a slash
     app.set_version_flag("--version", "tolvane " TOLVANE_VERSION);
     app.footer(kExitCodes);
-    AddInfo(app, request);
-    AddLevel(app, request.level);
-    AddDevices(app, request);
-    AddCodecs(app);
-    AddVolume(app, request.volume);
-    AddSources(app, request.sources);
-    AddPlay(app, request);
-    AddRecord(app, request.record);
-    AddConvert(app, request);
-    AddReformat(app, request);
-    AddEditsOfSelection(app, request.edit);
-    AddInsertions(app, request.edit);
-    AddDraw(app, request.draw);
-    AddSession(app, request.session);
+    AddCommands(app, request, argc, argv);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& asked) {
@@ -515,7 +578,7 @@ int ParseAndRun(int argc, char** argv) {
         if (!commands.empty()) return ReportBadArguments(error.what(), commands.front()->get_name() + ' ');
         return ReportBadArguments(WhyNoCommand(app, argc, argv), "");
     }
-    return Run(app, request);
+    return FindCommand(app.get_subcommands().front()->get_name())->run(request);
 }
 
 }  // namespace
