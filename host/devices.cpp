@@ -102,9 +102,11 @@ std::vector<std::string> InputNames() {
     return Names(GetNumberOfInputDevices(), GetInputDeviceDescription);
 }
 
-int SelectDevice(const std::vector<std::string>& names, uint32_t(TOLVANE_CALL* select)(uint32_t),
+// Without a wish no device is asked for: that takes its time, and a session that never plays needs none.
+int SelectDevice(std::vector<std::string> (*list)(), uint32_t(TOLVANE_CALL* select)(uint32_t),
                  const std::string& device) {
     if (device.empty()) return kExitDone;
+    const std::vector<std::string> names = list();
     const auto index = FindNamed(names, device);
     if (index && select(*index) == TOLVANE_OK) return kExitDone;
     if (names.empty()) return ReportNoSound("cannot use the device", device);
@@ -115,11 +117,11 @@ int SelectDevice(const std::vector<std::string>& names, uint32_t(TOLVANE_CALL* s
 }  // namespace
 
 int SelectOutput(const std::string& device) {
-    return SelectDevice(OutputNames(), SelectOutputDevice, device);
+    return SelectDevice(OutputNames, SelectOutputDevice, device);
 }
 
 int SelectInput(const std::string& device) {
-    return SelectDevice(InputNames(), SelectInputDevice, device);
+    return SelectDevice(InputNames, SelectInputDevice, device);
 }
 
 int RunDevices(const CardRequest& card) {

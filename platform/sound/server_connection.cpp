@@ -9,6 +9,10 @@
 namespace tolvane::platform {
 namespace {
 
+// The questions that go with the opening of a device follow one another within this time, and one answer serves them all.
+// Whoever changes something in another program needs longer.
+constexpr pa_usec_t kListsServe = 5 * PA_USEC_PER_MSEC;
+
 void SignalWaiting(void* connection) {
     static_cast<ServerConnection*>(connection)->Signal();
 }
@@ -131,15 +135,16 @@ std::optional<ServerDeviceLists> ServerConnection::AskDevices() {
 }
 
 bool ServerConnection::ReadDevices() {
+    if (DevicesAreKnown() && pa_rtclock_now() - read_at_ < kListsServe) return true;
     auto lists = AskDevices();
+    read_at_ = pa_rtclock_now();
     devices_known_ = lists.has_value();
     if (lists) devices_ = std::move(*lists);
     return devices_known_;
 }
 
 bool ServerConnection::KnowDevices() {
-    const bool same_connection = context_ && pa_context_get_state(context_) == PA_CONTEXT_READY;
-    return (same_connection && devices_known_) || ReadDevices();
+    return DevicesAreKnown() || ReadDevices();
 }
 
 }  // namespace tolvane::platform

@@ -70,10 +70,12 @@ class ServerConnection {
 
     // What the server has now.
     std::optional<ServerDeviceLists> AskDevices();
-    // Reads the lists anew, or only on a new connection (so that an index means what it meant when it was
-    // told).
+    // Reads the lists anew unless that was just done, or only on a new connection (so that an index means what it
+    // meant when it was told).
     bool ReadDevices();
     bool KnowDevices();
+    // This process has changed something: what was just read is old.
+    void Changed() { read_at_ = 0; }
     const ServerDevices& Devices(Direction direction) const {
         return devices_[direction == Direction::kInput];
     }
@@ -106,12 +108,16 @@ class ServerConnection {
     };
 
     ServerConnection();
+    bool DevicesAreKnown() const {
+        return devices_known_ && context_ && pa_context_get_state(context_) == PA_CONTEXT_READY;
+    }
     bool BeginConnecting();
     void Drop();
 
     pa_threaded_mainloop* const loop_;
     pa_context* context_ = nullptr;
     bool devices_known_ = false;
+    pa_usec_t read_at_ = 0;
     ServerDeviceLists devices_;
 };
 

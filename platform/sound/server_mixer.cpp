@@ -178,6 +178,7 @@ class TheServerMixer final : public CardMixer {
         };
         const ServerOperation operation(ask(server_.Context(), answer, &outcome));
         server_.WaitUntil([&] { return !operation.Runs(); });
+        server_.Changed();
         return operation.Done() && outcome.succeeded ? MMSYSERR_NOERROR : MMSYSERR_ERROR;
     }
 
