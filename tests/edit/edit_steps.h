@@ -119,7 +119,8 @@ inline Bytes Edited(const EditStep& step, const Format& format, Bytes sound, Sel
             return head + Part(sound, loud.low, loud.high) + tail;
         }
         case Kind::kSilence:
-            return with(Bytes(uint64_t{step.amount} * format.rate / 1000 * format.Block(), silence));
+            return with(Bytes(
+                static_cast<size_t>(uint64_t{step.amount} * format.rate / 1000 * format.Block()), silence));
         default:
             return sound;
     }

@@ -75,8 +75,8 @@ class RandomOperations : public Playing, public ::testing::WithParamInterface<ui
 
     void Start() {
         const Place from = PickPlace();
-        const auto near = static_cast<uint32_t>(std::min<uint64_t>(from.frame, kFrames)) + Pick(4);
-        const Place to = Pick(2) ? Place{} : At(Pick(3) ? Pick(kFrames) : near, from.unit);
+        const auto close_by = static_cast<uint32_t>(std::min<uint64_t>(from.frame, kFrames)) + Pick(4);
+        const Place to = Pick(2) ? Place{} : At(Pick(3) ? Pick(kFrames) : close_by, from.unit);
         const bool repeat = Pick(4) == 0, was_playing = model_.playing;
         log_ << "start " << from.value << ' ' << to.value << " unit " << from.unit << ' ' << repeat << "; ";
         ASSERT_EQ(Play(from.value, to.value, from.unit, repeat),
