@@ -13,10 +13,12 @@ namespace {
 // Big enough for what the loader knows a library by.
 using Path = char[PATH_MAX + NAME_MAX];
 
+const char marker = 0;  // an address inside the layer
+
 // The folder that the layer was loaded from, as it was then: the current one may be another by now.
 bool FindOwnFolder(Path& folder) {
     Dl_info own;
-    if (!dladdr(reinterpret_cast<const void*>(&LoadModule), &own)) return false;
+    if (!dladdr(&marker, &own)) return false;
     void* const layer = dlopen(own.dli_fname, RTLD_LAZY | RTLD_NOLOAD);
     if (!layer) return false;
     const bool found = dlinfo(layer, RTLD_DI_ORIGIN, folder) == 0;
@@ -33,7 +35,7 @@ void TellDebugger(const char* name, const char* why) {
 
 }  // namespace
 
-const void* LoadModule(const char* name) {
+AnyFunction* LoadModule(const char* name) {
     Path folder, path;
     if (!FindOwnFolder(folder)) return TellDebugger(name, dlerror()), nullptr;
     const int length = std::snprintf(path, sizeof path, "%s/tolvane-" TOLVANE_VERSION "/%s.so", folder, name);
@@ -41,9 +43,9 @@ const void* LoadModule(const char* name) {
         return TellDebugger(name, "its path is too long"), nullptr;
     // Bound as it is used: most of what these libraries lean on is never called.
     void* const module = dlopen(path, RTLD_LAZY | RTLD_LOCAL);
-    const void* const offered = module ? dlsym(module, "tolvane_offered") : nullptr;
-    if (!offered) TellDebugger(name, dlerror());
-    return offered;
+    void* const offers = module ? dlsym(module, "TolvaneModuleOffers") : nullptr;
+    if (!offers) return TellDebugger(name, dlerror()), nullptr;
+    return reinterpret_cast<AnyFunction* (*)()>(offers)();
 }
 
 }  // namespace tolvane::platform

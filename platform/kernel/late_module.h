@@ -1,8 +1,7 @@
 // Modules: parts of the layer that lean on libraries which take longer to load than most programs have work. They are
 // shared objects in a folder beside the layer, loaded by whoever needs one first, and stay.
 //
-// A module offers one function, by the pointer `tolvane_offered` (see TOLVANE_MODULE_OFFERS). It takes what it needs of
-// the layer from the layer itself.
+// A module offers one function (see TOLVANE_MODULE_OFFERS). It takes what it needs of the layer from the layer itself.
 #ifndef TOLVANE_PLATFORM_KERNEL_LATE_MODULE_H
 #define TOLVANE_PLATFORM_KERNEL_LATE_MODULE_H
 
@@ -10,8 +9,10 @@
 
 namespace tolvane::platform {
 
-// The pointer; null where the module cannot be loaded, which is said to the debugger.
-const void* LoadModule(const char* name);
+using AnyFunction = void();
+
+// What the module offers; null where it cannot be loaded, which is said to the debugger.
+AnyFunction* LoadModule(const char* name);
 
 template <typename Function>
 class LateModule {
@@ -23,9 +24,7 @@ class LateModule {
     // waited for, whose holder may be waiting for us.
     Function* Offered() {
         if (Function* const known = offered_.load(std::memory_order_acquire)) return known;
-        const void* const pointer = LoadModule(name_);
-        if (!pointer) return nullptr;
-        Function* const offered = *static_cast<Function* const*>(pointer);
+        Function* const offered = reinterpret_cast<Function*>(LoadModule(name_));
         offered_.store(offered, std::memory_order_release);
         return offered;
     }
@@ -38,10 +37,10 @@ class LateModule {
 }  // namespace tolvane::platform
 
 // In one source of a module, outside of namespaces: what LateModule<Type> is given by it.
-#define TOLVANE_MODULE_OFFERS(Type, function) \
-    extern "C" {                              \
-    extern Type* const tolvane_offered;       \
-    Type* const tolvane_offered = function;   \
+#define TOLVANE_MODULE_OFFERS(Type, function)                              \
+    extern "C" tolvane::platform::AnyFunction* TolvaneModuleOffers() {     \
+        Type* const offered = function;                                    \
+        return reinterpret_cast<tolvane::platform::AnyFunction*>(offered); \
     }
 
 #endif
