@@ -264,7 +264,7 @@ TEST_F(ChangeOfFormat, ReplacesWhatStoodThereAndReadsWhatMayOnlyBeRead) {
     std::filesystem::permissions(in, kWrite, std::filesystem::perm_options::remove);
     AudioLoadFile(in.c_str());
     ASSERT_EQ(AudioChangeFormat("", target_.c_str(), to.rate, to.bits, to.channels, nullptr, 0), TOLVANE_OK);
-    while (ReadAll(target_) != expected)
+    while (ReadAll(target_) != expected || temp_.Names() != scratch_)
         std::this_thread::yield();
     EXPECT_NE(std::filesystem::status(target_).permissions() & kWrite, perms::none);
     std::filesystem::permissions(in, perms::owner_write, std::filesystem::perm_options::add);

@@ -12,13 +12,6 @@
 
 namespace tolvane::test {
 
-inline uint32_t Number(const Bytes& bytes, size_t at, size_t size) {
-    uint32_t number = 0;
-    for (size_t i = 0; i < size && at + i < bytes.size(); ++i)
-        number |= uint32_t{bytes[at + i]} << (8 * i);
-    return number;
-}
-
 struct Wave {
     Bytes record, data;
 

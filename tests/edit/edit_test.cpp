@@ -107,6 +107,8 @@ TEST_F(Editing, PastesAtBlockBordersOnce) {
         Bytes file;
         uint16_t code;
     } cases[] = {{"another rate", WaveFile({11025, 1, 8}, clip), TOLVANE_PASTE_NOT_FITTING},
+                 {"another size", WaveFile({8000, 1, 16}, clip), TOLVANE_PASTE_NOT_FITTING},
+                 {"more channels", WaveFile({8000, 2, 8}, clip), TOLVANE_PASTE_NOT_FITTING},
                  {"no sound", WaveFile(kMono, {}), TOLVANE_PASTE_NOT_FITTING},
                  {"compressed", WaveFile({8000, 1, 8, 7}, clip), TOLVANE_PASTE_NOT_FITTING},
                  {"no wave file", Pattern(50), TOLVANE_PASTE_NOT_FITTING},
@@ -382,6 +384,8 @@ TEST_F(EditFaults, LeaveTheOldFileOrTheNewOne) {
     using Kind = EditStep::Kind;
     const std::string clip = folder_.Path("clip.wav"), cut = folder_.Path("cut.wav");
     Sweep("clear", Kind::kClear);
+    Sweep(
+        "clear elsewhere", [&] { return Clear(path_.c_str(), 100, 600, cut.c_str()); }, sound_);
     Sweep("crop", Kind::kCrop);
     Sweep("cut", Kind::kCut, 0, cut.c_str());
     Sweep("cut to the clipboard", Kind::kCut);

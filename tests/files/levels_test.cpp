@@ -5,28 +5,18 @@
 
 #include <gtest/gtest.h>
 
+#include "support/level.h"
 #include "support/samples.h"
 #include "tolvane.h"
 
 namespace tolvane::test {
 namespace {
 
-struct Level {
-    uint32_t left, right;
-    bool operator==(const Level&) const = default;
-};
-
-std::ostream& operator<<(std::ostream& out, const Level& level) {
-    return out << level.left << '|' << level.right;
-}
-
-constexpr Level kUntouched{777, 888};
-
 Level Measure(uint16_t channels, uint16_t bits, const uint8_t* data, size_t size) {
     InputFileInfo format{};
     format.nChannels = channels;
     format.wBitsPerSample = bits;
-    Level level = kUntouched;
+    Level level;
     EXPECT_EQ(AudioGetLevelInBuffer(&format, data, static_cast<uint32_t>(size), &level.left, &level.right),
               TOLVANE_OK);
     return level;
@@ -73,11 +63,11 @@ TEST(LevelInBuffer, IsTheLargestSample) {
 
 TEST(LevelInBuffer, LeavesTheValuesAloneWhereThereIsNothingToMeasure) {
     const Bytes loud(64, 255);
-    EXPECT_EQ(Measure(1, 8, nullptr, 10), kUntouched);
-    EXPECT_EQ(Measure(1, 8, loud.data(), 0), kUntouched);
+    EXPECT_EQ(Measure(1, 8, nullptr, 10), Level());
+    EXPECT_EQ(Measure(1, 8, loud.data(), 0), Level());
     for (const auto& [channels, bits] :
          {std::pair<uint16_t, uint16_t>{3, 16}, {0, 8}, {2, 24}, {1, 0}, {65535, 8}, {1, 32}})
-        EXPECT_EQ(Measure(channels, bits, loud), kUntouched) << channels << " channels, " << bits << " bits";
+        EXPECT_EQ(Measure(channels, bits, loud), Level()) << channels << " channels, " << bits << " bits";
     uint32_t left = 5;
     InputFileInfo format{};
     format.nChannels = 1, format.wBitsPerSample = 8;

@@ -1,6 +1,7 @@
 // What random operations on one file do not reach: formats, files that lie about their length, buffers, levels.
 #include <gmock/gmock.h>
 
+#include "support/level.h"
 #include "support/virtual_card.h"
 
 namespace tolvane::test {
@@ -119,24 +120,9 @@ TEST_F(Sequence, TellsThePositionInEveryUnit) {
     EXPECT_EQ(AudioGetPosition(TOLVANE_MILLISECONDS), 500u);
 }
 
-struct Level {
-    uint32_t left, right;
-    bool operator==(const Level&) const = default;
-};
-
-std::ostream& operator<<(std::ostream& out, const Level& level) {
-    return out << level.left << '|' << level.right;
-}
-
-Level PlaybackLevel() {
-    Level level{777, 888};
-    AudioGetPlaybackLevel(&level.left, &level.right);
-    return level;
-}
-
 // Buffer n of the file holds the constant peaks 5n and 3n percent (a trifle more, to be rounded down).
 TEST_F(Sequence, TellsTheLevelOfTheBufferThatIsHeard) {
-    EXPECT_EQ(PlaybackLevel(), (Level{777, 888})) << "nothing plays";
+    EXPECT_EQ(PlaybackLevel(), Level()) << "nothing plays";
     Make(kStereo, 12 * kBuffer);
     for (size_t frame = 0; frame < 12 * kBuffer; ++frame) {
         const auto n = static_cast<int>(frame / kBuffer);
@@ -158,7 +144,7 @@ TEST_F(Sequence, TellsTheLevelOfTheBufferThatIsHeard) {
     EXPECT_EQ(PlaybackLevel(), (Level{25, 15})) << "after a move";
     AudioGetPlaybackLevel(nullptr, nullptr);
     AudioStop();
-    EXPECT_EQ(PlaybackLevel(), (Level{777, 888}));
+    EXPECT_EQ(PlaybackLevel(), Level());
     StartAnew({8000, 2, 8}, 100);
     sound_.assign(200, 128);
     sound_[0] = 0, sound_[3] = 64;

@@ -5,6 +5,7 @@
 
 #include "record/recorder.h"
 #include "support/child.h"
+#include "support/level.h"
 
 namespace tolvane::test {
 namespace {
@@ -49,11 +50,6 @@ class EffectWave : public Recorder {
         PlatformVirtualSettle();
         PlatformSetDebugHook(nullptr, nullptr);
         return texts;
-    }
-    uint32_t Level() const {
-        uint32_t left = 1000, right = 1000;
-        AudioGetRecordLevel(&left, &right);
-        return left;
     }
     const Bytes effect_ = Pattern(10000, 99);
 };
@@ -108,12 +104,12 @@ TEST_F(EffectWave, IsMeasuredAndUsedUpInPausesAndLevelTests) {
         ASSERT_EQ(Drop(WaveFile(kBytes, Bytes(kBuffer, 128 + 64) + Bytes(kBuffer, 128 + 32))), TOLVANE_OK);
         PauseRecording();
         Hear(Bytes(kBuffer, 128));
-        EXPECT_EQ(Level(), 50u);
+        EXPECT_EQ(RecordLevel().left, 50u);
         ResumeRecording();
         Hear(Bytes(kBuffer, 128));
-        EXPECT_EQ(Level(), 25u);
+        EXPECT_EQ(RecordLevel().left, 25u);
         Hear(Bytes(kBuffer, 128));
-        EXPECT_EQ(Level(), 0u);
+        EXPECT_EQ(RecordLevel().left, 0u);
         AudioStopRecord();
         EXPECT_EQ(File(), RecordedFile(kBytes, Bytes(kBuffer, 128 + 32) + Bytes(kBuffer, 128)));
     }

@@ -176,7 +176,7 @@ class RecordFaults : public Recorder {
         const Bytes file = File();
         if (!file.empty()) {
             ASSERT_GE(file.size(), kHeaderBytes);
-            const size_t size = file[42] + file[43] * 256u;
+            const size_t size = Number(file, 42, 4);
             EXPECT_EQ(Part(file, 0, kHeaderBytes + size),
                       Part(RecordedFile(format_, Part(file, kHeaderBytes, kHeaderBytes + size)), 0,
                            kHeaderBytes + size));

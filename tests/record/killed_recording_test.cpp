@@ -19,11 +19,6 @@ namespace {
 
 constexpr size_t kHeader = 46;
 
-uint32_t Number(const Bytes& file, size_t at) {
-    return file[at] | uint32_t{file[at + 1]} << 8 | uint32_t{file[at + 2]} << 16 |
-           uint32_t{file[at + 3]} << 24;
-}
-
 class KilledRecording : public testing::Test {
   protected:
     void Once(uint32_t seed, bool ask_others);
@@ -37,9 +32,9 @@ class KilledRecording : public testing::Test {
 void KilledRecording::CheckFile(uint32_t seed, const Format& format, size_t tenths) {
     const Bytes file = ReadAll(folder_.Path("record.wav"));
     ASSERT_GE(file.size(), kHeader);
-    const size_t size = Number(file, 42);
+    const size_t size = Number(file, 42, 4);
     ASSERT_LE(kHeader + size, file.size());
-    EXPECT_EQ(Number(file, 4), kHeader - 8 + size);
+    EXPECT_EQ(Number(file, 4, 4), kHeader - 8 + size);
     EXPECT_EQ(Part(file, 12, 38), Chunk("fmt ", FormatRecord(format) + Little(0, 2)));
     EXPECT_EQ(size % format.Block(), 0u);
     Bytes heard;

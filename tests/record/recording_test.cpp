@@ -8,6 +8,7 @@
 #include <mmsystem.h>
 
 #include "record/recorder.h"
+#include "support/level.h"
 #include "support/samples.h"
 
 namespace tolvane::test {
@@ -93,10 +94,8 @@ TEST_F(Recording, DropsWhatComesInAPause) {
     PauseRecording();
     PauseRecording();
     HearBuffers(3);
-    uint32_t left = 0, right = 0;
     Hear(Bytes(3000, 128 + 64));
-    AudioGetRecordLevel(&left, &right);
-    EXPECT_EQ(left, 50u) << "measured all the same";
+    EXPECT_EQ(RecordLevel(), (Level{50, 50})) << "measured all the same";
     ResumeRecording();
     sound = std::move(sound) + HearBuffers();
     PauseRecording();
@@ -109,30 +108,27 @@ TEST_F(Recording, DropsWhatComesInAPause) {
 TEST_F(Recording, MeasuresLevels) {
     const auto levels = [this](const Bytes& sound) {
         Hear(sound);
-        uint32_t left = 1000, right = 1000;
-        AudioGetRecordLevel(&left, &right);
-        return std::pair(left, right);
+        return RecordLevel();
     };
     const auto wide = [](int left, int right, int odd_left) {
         return Block(16, 2 * 8268, [=](int i) { return i % 2 ? right : i % 4 ? odd_left : left; });
     };
-    using Pair = std::pair<uint32_t, uint32_t>;
-    EXPECT_EQ(levels({}), Pair(1000, 1000)) << "nothing runs";
+    EXPECT_EQ(levels({}), Level()) << "nothing runs";
     ASSERT_EQ(AudioStartRecordLevelTest(8000, 8, 1), TOLVANE_OK);
     format_ = kBytes;
-    EXPECT_EQ(levels({}), Pair(0, 0));
-    EXPECT_EQ(levels(Bytes(3000, 128)), Pair(0, 0));
-    EXPECT_EQ(levels(Bytes(3000, 0)), Pair(100, 100));
-    EXPECT_EQ(levels(Bytes(2999, 128) + Bytes{255}), Pair(99, 99));
-    EXPECT_EQ(levels(Bytes(1000, 0)), Pair(99, 99)) << "of whole buffers";
+    EXPECT_EQ(levels({}), (Level{0, 0}));
+    EXPECT_EQ(levels(Bytes(3000, 128)), (Level{0, 0}));
+    EXPECT_EQ(levels(Bytes(3000, 0)), (Level{100, 100}));
+    EXPECT_EQ(levels(Bytes(2999, 128) + Bytes{255}), (Level{99, 99}));
+    EXPECT_EQ(levels(Bytes(1000, 0)), (Level{99, 99})) << "of whole buffers";
     AudioGetRecordLevel(nullptr, nullptr);
     AudioStopRecord();
     ASSERT_EQ(Start({22050, 2, 16}), TOLVANE_OK);
-    EXPECT_EQ(levels({}), Pair(0, 0)) << "forgotten with the last recording";
-    EXPECT_EQ(levels(wide(16384, -3277, 32767)), Pair(50, 10)) << "every second frame counts";
-    EXPECT_EQ(levels(wide(-32768, 32767, 0)), Pair(100, 100));
+    EXPECT_EQ(levels({}), (Level{0, 0})) << "forgotten with the last recording";
+    EXPECT_EQ(levels(wide(16384, -3277, 32767)), (Level{50, 10})) << "every second frame counts";
+    EXPECT_EQ(levels(wide(-32768, 32767, 0)), (Level{100, 100}));
     AudioStopRecord();
-    EXPECT_EQ(levels({}), Pair(1000, 1000));
+    EXPECT_EQ(levels({}), Level());
 }
 
 TEST_F(Recording, OnlyOneRuns) {
@@ -142,9 +138,7 @@ TEST_F(Recording, OnlyOneRuns) {
     EXPECT_EQ(AudioStartRecordLevelTest(44100, 16, 2), TOLVANE_ALREADY_RECORDING);
     format_ = kBytes;
     Hear(Bytes(3000, 0));
-    uint32_t left = 0, right = 0;
-    AudioGetRecordLevel(&left, &right);
-    EXPECT_EQ(right, 100u) << "undisturbed";
+    EXPECT_EQ(RecordLevel(), (Level{100, 100})) << "undisturbed";
     EXPECT_EQ(AudioStopRecordLevelTest(), TOLVANE_OK);
     EXPECT_EQ(File(), Bytes({1, 2, 3})) << "a level test writes nothing";
     ASSERT_EQ(Start(kBytes), TOLVANE_OK);

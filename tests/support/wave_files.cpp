@@ -27,6 +27,13 @@ Bytes Little(uint64_t value, size_t size) {
     return bytes;
 }
 
+uint32_t Number(const Bytes& bytes, size_t at, size_t size) {
+    uint32_t number = 0;
+    for (size_t i = 0; i < size && at + i < bytes.size(); ++i)
+        number |= uint32_t{bytes[at + i]} << (8 * i);
+    return number;
+}
+
 static Bytes Text(std::string_view text) {
     return Bytes(text.begin(), text.end());
 }

@@ -30,6 +30,7 @@ Bytes Pattern(size_t size, uint32_t seed = 1);
 
 Bytes operator+(Bytes left, const Bytes& right);
 Bytes Little(uint64_t value, size_t size);
+uint32_t Number(const Bytes& bytes, size_t at, size_t size);  // as far as there are bytes
 
 // A chunk with its pad byte; `claimed` is the size it states instead of its true one.
 Bytes Chunk(std::string_view id, const Bytes& content, std::optional<uint32_t> claimed = {});

@@ -11,6 +11,7 @@
 
 #include "convert/registered_codec.h"
 #include "frame/handles.h"
+#include "support/faults.h"
 #include "support/temp_folder.h"
 
 namespace {
@@ -133,6 +134,17 @@ TEST_F(PcmSuggestionOfOwnCodecs, CopiesNoMoreThanTheLargestFormat) {
     ASSERT_EQ(Ask(), TOLVANE_OK);
     EXPECT_EQ(out_.wBitsPerSample, 8);
     EXPECT_EQ(out_.cbSize, 0xEEEE);
+}
+
+TEST_F(PcmSuggestionOfOwnCodecs, TellsWhichServiceFailed) {
+    const RegisteredCodec codec(Suggesting("First", first_));
+    const auto asked_when_failing = [this](const char* service) {
+        const tolvane::test::FaultScope fault(service, 1);
+        return Ask();
+    };
+    EXPECT_EQ(asked_when_failing("acmMetrics"), TOLVANE_NO_FORMAT_SIZE);
+    EXPECT_EQ(asked_when_failing("GlobalAlloc"), TOLVANE_NO_FORMAT_MEMORY);
+    EXPECT_EQ(asked_when_failing("acmDriverEnum"), TOLVANE_NO_PCM_SUGGESTION);
 }
 
 }  // namespace
