@@ -49,6 +49,18 @@ TEST(MixData, FollowsTheRule) {
                 }
 }
 
+// The last samples of a block fill no whole vector.
+TEST(MixData, OfQuietSoundClipsNothingAtAnyLength) {
+    for (const uint16_t bits : {uint16_t{8}, uint16_t{16}})
+        for (uint32_t frames = 1; frames < 70; ++frames) {
+            Bytes a = Block(bits, frames, [](int) { return 2; }), b = a;
+            const auto size = static_cast<uint32_t>(a.size());
+            uint32_t clipped = 0;
+            MixData(a.data(), size, b.data(), size, 1, bits, 0, &clipped);
+            EXPECT_EQ(clipped, 0u) << frames << " samples of " << bits << " bits";
+        }
+}
+
 TEST(MixData, LeavesAloneWhatItCannotMix) {
     for (const auto& [channels, bits] : {std::pair<uint16_t, uint16_t>{0, 16}, {2, 24}, {1, 0}, {1, 32}}) {
         Bytes block = Pattern(24), mix = Pattern(24, 2);

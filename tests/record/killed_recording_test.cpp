@@ -54,7 +54,8 @@ void KilledRecording::Once(uint32_t seed, bool ask_others) {
     const Victim victim({TOLVANE_KILLED_RECORDER, folder_.Path(), std::to_string(seed)});
     ASSERT_TRUE(victim.KillAfterAStep(folder_.Path("steps"), random_));
     CheckFile(seed, KilledFormat(seed), std::filesystem::file_size(folder_.Path("steps")));
-    if (!ask_others || ReadAll(folder_.Path("record.wav")).size() <= kHeader) return;  // no sound yet
+    const bool has_sound = Number(ReadAll(folder_.Path("record.wav")), 42, 4) > 0;
+    if (!ask_others || !has_sound) return;
     EXPECT_TRUE(RunTools(folder_.Path(),
                          "sox record.wav -n stat 2> said && ! grep -qi warn said\n"
                          "ffmpeg -v error -xerror -i record.wav -f null - > said 2>&1 && ! grep . said"));
