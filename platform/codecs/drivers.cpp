@@ -32,8 +32,7 @@ ACMDRIVERDETAILSA Describe(const Installed& installed) {
 
 MMRESULT EnumerateDrivers(ACMDRIVERENUMCB callback, DWORD_PTR instance, DWORD flags) {
     if (!callback) return MMSYSERR_INVALPARAM;
-    if (flags & ~static_cast<DWORD>(ACM_DRIVERENUMF_NOLOCAL | ACM_DRIVERENUMF_DISABLED))
-        return MMSYSERR_INVALFLAG;
+    if (flags & ~static_cast<DWORD>(ACM_DRIVERENUMF_DISABLED)) return MMSYSERR_INVALFLAG;
     for (const InstalledDriver& installed : ListDrivers(flags))
         if (!callback(installed->Handle(), instance, installed->driver->support)) break;
     return MMSYSERR_NOERROR;
@@ -62,34 +61,11 @@ MMRESULT Open(HACMDRIVER* open, HACMDRIVERID driver, DWORD flags) {
     return MMSYSERR_NOERROR;
 }
 
-// How many enabled drivers have the flag (all of them when it is 0).
-DWORD CountDrivers(DWORD support) {
-    const auto list = ListDrivers(0);
-    return static_cast<DWORD>(std::ranges::count_if(
-        list, [=](const auto& d) { return (d->driver->support & support) == support; }));
-}
-
-std::optional<DWORD> MeasureManager(UINT metric) {
-    switch (metric) {
-        case ACM_METRIC_COUNT_DRIVERS:
-            return CountDrivers(0);
-        case ACM_METRIC_COUNT_CODECS:
-            return CountDrivers(ACMDRIVERDETAILS_SUPPORTF_CODEC);
-        case ACM_METRIC_COUNT_CONVERTERS:
-            return CountDrivers(ACMDRIVERDETAILS_SUPPORTF_CONVERTER);
-        case ACM_METRIC_COUNT_FILTERS:
-            return CountDrivers(ACMDRIVERDETAILS_SUPPORTF_FILTER);
-        case ACM_METRIC_COUNT_DISABLED:
-            return static_cast<DWORD>(ListDrivers(ACM_DRIVERENUMF_DISABLED).size()) - CountDrivers(0);
-        case ACM_METRIC_MAX_SIZE_FORMAT: {
-            DWORD largest = 0;
-            for (const InstalledDriver& installed : ListDrivers(0))
-                largest = std::max(largest, installed->LargestFormat());
-            return largest;
-        }
-        default:
-            return std::nullopt;
-    }
+DWORD LargestFormat() {
+    DWORD largest = 0;
+    for (const InstalledDriver& installed : ListDrivers(0))
+        largest = std::max(largest, installed->LargestFormat());
+    return largest;
 }
 
 DWORD PriorityOf(const Installed& installed) {
@@ -103,8 +79,6 @@ std::optional<DWORD> MeasureDriver(const Installed& installed, UINT metric) {
     switch (metric) {
         case ACM_METRIC_MAX_SIZE_FORMAT:
             return installed.LargestFormat();
-        case ACM_METRIC_DRIVER_SUPPORT:
-            return installed.driver->support;
         case ACM_METRIC_DRIVER_PRIORITY:
             return PriorityOf(installed);
         default:
@@ -117,7 +91,11 @@ MMRESULT Measure(HACMOBJ object, UINT metric, void* answer) {
     const InstalledDriver installed = object ? FindEither(object) : nullptr;
     if (object && !installed) return MMSYSERR_INVALHANDLE;
     if (installed && installed->metrics_result) return installed->metrics_result;
-    const auto figure = installed ? MeasureDriver(*installed, metric) : MeasureManager(metric);
+    std::optional<DWORD> figure;
+    if (installed)
+        figure = MeasureDriver(*installed, metric);
+    else if (metric == ACM_METRIC_MAX_SIZE_FORMAT)
+        figure = LargestFormat();
     if (!figure) return MMSYSERR_NOTSUPPORTED;
     std::memcpy(answer, &*figure, sizeof *figure);
     return MMSYSERR_NOERROR;
@@ -127,10 +105,6 @@ MMRESULT Measure(HACMOBJ object, UINT metric, void* answer) {
 }  // namespace tolvane::platform
 
 using namespace tolvane::platform;
-
-DWORD WINAPI acmGetVersion(void) {
-    return kManagerVersion;
-}
 
 MMRESULT WINAPI acmDriverEnum(ACMDRIVERENUMCB callback, DWORD_PTR instance, DWORD flags) {
     return Serve("acmDriverEnum", MMSYSERR_NOMEM,

@@ -55,33 +55,6 @@ MMRESULT EnumerateTags(HACMDRIVER open, ACMFORMATTAGDETAILSA* details, ACMFORMAT
     return MMSYSERR_NOERROR;
 }
 
-MMRESULT FindTag(const std::vector<TagPlace>& places, const ACMFORMATTAGDETAILSA& asked, DWORD query,
-                 TagPlace* found) {
-    auto place = places.end();
-    if (query == ACM_FORMATTAGDETAILSF_INDEX)
-        place = std::ranges::find(places, asked.dwFormatTagIndex, &TagPlace::index);
-    else if (query == ACM_FORMATTAGDETAILSF_LARGESTSIZE && !asked.dwFormatTag)
-        place =
-            std::ranges::max_element(places, {}, [](const TagPlace& p) { return p.Tag().largest_format; });
-    else
-        place = std::ranges::find(places, asked.dwFormatTag, [](const TagPlace& p) { return p.Tag().tag; });
-    if (place == places.end()) return ACMERR_NOTPOSSIBLE;
-    *found = *place;
-    return MMSYSERR_NOERROR;
-}
-
-MMRESULT GetTagDetails(HACMDRIVER open, ACMFORMATTAGDETAILSA* details, DWORD query) {
-    if (!IsWhole(details)) return MMSYSERR_INVALPARAM;
-    if (query > ACM_FORMATTAGDETAILSF_LARGESTSIZE) return MMSYSERR_INVALFLAG;
-    if (!open && query == ACM_FORMATTAGDETAILSF_INDEX) return MMSYSERR_INVALHANDLE;
-    const auto drivers = DriversBehind(open);
-    if (open && drivers.empty()) return MMSYSERR_INVALHANDLE;
-    TagPlace place;
-    if (const MMRESULT result = FindTag(TagsOf(drivers), *details, query, &place)) return result;
-    Describe(place, *details);
-    return MMSYSERR_NOERROR;
-}
-
 // Hands the suggestion over if it fits; a PCM record may come without its last field.
 MMRESULT Deliver(const FormatRecord& record, WAVEFORMATEX* target, DWORD size) {
     const WAVEFORMATEX& head = record.head();
@@ -127,11 +100,6 @@ MMRESULT WINAPI acmFormatTagEnumA(HACMDRIVER open, LPACMFORMATTAGDETAILSA detail
                                   ACMFORMATTAGENUMCBA callback, DWORD_PTR instance, DWORD flags) {
     return Serve("acmFormatTagEnumA", MMSYSERR_NOMEM,
                  [=] { return EnumerateTags(open, details, callback, instance, flags); });
-}
-
-MMRESULT WINAPI acmFormatTagDetailsA(HACMDRIVER open, LPACMFORMATTAGDETAILSA details, DWORD flags) {
-    return Serve("acmFormatTagDetailsA", ACMERR_NOTPOSSIBLE,
-                 [=] { return GetTagDetails(open, details, flags); });
 }
 
 MMRESULT WINAPI acmFormatSuggest(HACMDRIVER open, LPWAVEFORMATEX source, LPWAVEFORMATEX target,

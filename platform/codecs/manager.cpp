@@ -93,8 +93,7 @@ std::vector<InstalledDriver> ListDrivers(DWORD flags) {
     const std::lock_guard lock(manager.mutex);
     std::vector<InstalledDriver> list;
     for (const InstalledDriver& driver : manager.drivers) {
-        const bool wanted = (!driver->IsDisabled() || (flags & ACM_DRIVERENUMF_DISABLED)) &&
-                            (!driver->IsLocal() || !(flags & ACM_DRIVERENUMF_NOLOCAL));
+        const bool wanted = !driver->IsDisabled() || (flags & ACM_DRIVERENUMF_DISABLED);
         if (wanted && manager.Shows(*driver)) list.push_back(driver);
     }
     return list;

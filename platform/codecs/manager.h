@@ -25,7 +25,6 @@ struct Installed {
     DWORD id = 0;  // given at installation
 
     bool IsDisabled() const { return (driver->support & ACMDRIVERDETAILS_SUPPORTF_DISABLED) != 0; }
-    bool IsLocal() const { return (driver->support & ACMDRIVERDETAILS_SUPPORTF_LOCAL) != 0; }
     DWORD TagCount() const { return reported_tags ? reported_tags : static_cast<DWORD>(driver->tags.size()); }
     DWORD LargestFormat() const;
     HACMDRIVERID Handle() const { return reinterpret_cast<HACMDRIVERID>(uintptr_t{id}); }
@@ -36,7 +35,7 @@ DWORD InstallDriver(Installed driver, bool in_front);
 bool RemoveDriver(DWORD id);
 void ShowBuiltInDrivers(bool show);
 
-// All drivers in the order of their priority, without those that ACM_DRIVERENUMF_ flags leave out.
+// All drivers in the order of their priority, the disabled ones where the flags ask for them.
 std::vector<InstalledDriver> ListDrivers(DWORD flags);
 
 // Null for a handle that is none of theirs.

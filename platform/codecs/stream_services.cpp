@@ -23,7 +23,6 @@ struct OpenStream {
     InstalledDriver driver;  // goes after its stream
     std::unique_ptr<Stream> stream;
     std::atomic_flag in_use;
-    bool was_reset = false;
 };
 
 struct Streams {
@@ -189,8 +188,6 @@ MMRESULT Unprepare(HACMSTREAM stream, ACMSTREAMHEADER& header) {
 }
 
 MMRESULT Convert(OpenStream& open, ACMSTREAMHEADER& header, DWORD flags) {
-    if (open.was_reset) flags |= ACM_STREAMCONVERTF_START;
-    open.was_reset = false;
     Piece piece{{header.pbSrc, header.cbSrcLength}, {header.pbDst, header.cbDstLength}, flags};
     header.cbSrcLengthUsed = header.cbDstLengthUsed = 0;
     if (const MMRESULT result = open.stream->Convert(piece)) return result;
@@ -213,18 +210,15 @@ MMRESULT Convert(HACMSTREAM stream, ACMSTREAMHEADER* header, DWORD flags) {
     });
 }
 
-// The frame of the services that take no flags: of a stream, and of a header for it.
-template <class Work>
-MMRESULT ServePlain(const char* service, MMRESULT usual, HACMSTREAM stream, DWORD flags, Work&& work) {
-    return Serve(service, usual,
-                 [&] { return flags ? MMRESULT{MMSYSERR_INVALFLAG} : WithStream(stream, work); });
-}
-
+// The frame of the services for a header, which take no flags.
 template <class Work>
 MMRESULT ServeHeader(const char* service, MMRESULT usual, HACMSTREAM stream, ACMSTREAMHEADER* header,
                      DWORD flags, Work&& work) {
-    return ServePlain(service, usual, stream, flags, [&](OpenStream&) -> MMRESULT {
-        return IsWhole(header) ? work(stream, *header) : MMRESULT{MMSYSERR_INVALPARAM};
+    return Serve(service, usual, [&]() -> MMRESULT {
+        if (flags) return MMSYSERR_INVALFLAG;
+        return WithStream(stream, [&](OpenStream&) -> MMRESULT {
+            return IsWhole(header) ? work(stream, *header) : MMRESULT{MMSYSERR_INVALPARAM};
+        });
     });
 }
 
@@ -252,14 +246,6 @@ MMRESULT WINAPI acmStreamSize(HACMSTREAM stream, DWORD input, LPDWORD output, DW
         if (flags > ACM_STREAMSIZEF_DESTINATION) return MMSYSERR_INVALFLAG;
         return WithStream(stream, [=](OpenStream& open) { return Size(*open.stream, input, output, flags); });
     });
-}
-
-MMRESULT WINAPI acmStreamReset(HACMSTREAM stream, DWORD flags) {
-    return ServePlain("acmStreamReset", MMSYSERR_INVALHANDLE, stream, flags,
-                      [](OpenStream& open) -> MMRESULT {
-                          open.was_reset = true;
-                          return MMSYSERR_NOERROR;
-                      });
 }
 
 MMRESULT WINAPI acmStreamPrepareHeader(HACMSTREAM stream, LPACMSTREAMHEADER header, DWORD flags) {

@@ -21,7 +21,6 @@ DECLARE_HANDLE(HMMIO);
 #define FOURCC_RIFF mmioFOURCC('R', 'I', 'F', 'F')
 #define FOURCC_LIST mmioFOURCC('L', 'I', 'S', 'T')
 #define FOURCC_DOS mmioFOURCC('D', 'O', 'S', ' ')
-#define FOURCC_MEM mmioFOURCC('M', 'E', 'M', ' ')
 
 /* ---- Results ---- */
 #define MMIOERR_BASE 256
@@ -53,8 +52,6 @@ DECLARE_HANDLE(HMMIO);
 #define MMIO_DENYWRITE 0x00000020u
 #define MMIO_DENYREAD 0x00000030u
 #define MMIO_DENYNONE 0x00000040u
-#define MMIO_PARSE 0x00000100u
-#define MMIO_DELETE 0x00000200u
 #define MMIO_CREATE 0x00001000u
 #define MMIO_EXIST 0x00004000u
 #define MMIO_ALLOCBUF 0x00010000u
@@ -62,14 +59,9 @@ DECLARE_HANDLE(HMMIO);
 #define MMIO_DEFAULTBUFFER 8192
 
 /* ---- The other calls ---- */
-#define MMIO_FHOPEN 0x0010u
-#define MMIO_EMPTYBUF 0x0010u
-#define MMIO_TOUPPER 0x0010u
 #define MMIO_FINDCHUNK 0x0010u
 #define MMIO_FINDRIFF 0x0020u
-#define MMIO_FINDLIST 0x0040u
 #define MMIO_CREATERIFF 0x0020u
-#define MMIO_CREATELIST 0x0040u
 #ifndef SEEK_SET
 #define SEEK_SET 0
 #define SEEK_CUR 1
@@ -97,7 +89,6 @@ typedef struct _MMIOINFO {
     DWORD dwReserved2;
     HMMIO hmmio;
 } MMIOINFO, *LPMMIOINFO;
-typedef const MMIOINFO* LPCMMIOINFO;
 
 typedef struct _MMCKINFO {
     FOURCC ckid;
@@ -106,16 +97,14 @@ typedef struct _MMCKINFO {
     DWORD dwDataOffset;
     DWORD dwFlags;
 } MMCKINFO, *LPMMCKINFO;
-typedef const MMCKINFO* LPCMMCKINFO;
 #pragma pack(pop)
 
-FOURCC WINAPI mmioStringToFOURCCA(LPCSTR text, UINT flags);
 HMMIO WINAPI mmioOpenA(LPSTR name, LPMMIOINFO info, DWORD flags);
 MMRESULT WINAPI mmioClose(HMMIO file, UINT flags);
 LONG WINAPI mmioRead(HMMIO file, HPSTR buffer, LONG size);
 LONG WINAPI mmioWrite(HMMIO file, HPCSTR buffer, LONG size);
 LONG WINAPI mmioSeek(HMMIO file, LONG offset, int origin);
-MMRESULT WINAPI mmioGetInfo(HMMIO file, LPMMIOINFO info, UINT flags);
+/* The file allocates its own: `buffer` is always null. */
 MMRESULT WINAPI mmioSetBuffer(HMMIO file, LPSTR buffer, LONG size, UINT flags);
 MMRESULT WINAPI mmioFlush(HMMIO file, UINT flags);
 MMRESULT WINAPI mmioDescend(HMMIO file, LPMMCKINFO chunk, const MMCKINFO* parent, UINT flags);

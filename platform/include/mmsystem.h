@@ -17,7 +17,6 @@ typedef UINT MMRESULT;
 typedef UINT MMVERSION;
 
 #define MAXPNAMELEN 32
-#define MAXERRORLENGTH 256
 
 /* ---- Results of every multimedia service ---- */
 
@@ -202,8 +201,6 @@ MMRESULT WINAPI waveOutPause(HWAVEOUT handle);
 MMRESULT WINAPI waveOutRestart(HWAVEOUT handle);
 MMRESULT WINAPI waveOutReset(HWAVEOUT handle);
 MMRESULT WINAPI waveOutGetPosition(HWAVEOUT handle, LPMMTIME time, UINT size);
-MMRESULT WINAPI waveOutGetID(HWAVEOUT handle, UINT* device);
-MMRESULT WINAPI waveOutGetErrorTextA(MMRESULT error, LPSTR text, UINT size);
 MMRESULT WINAPI waveOutMessage(HWAVEOUT handle, UINT message, DWORD_PTR first, DWORD_PTR second);
 
 UINT WINAPI waveInGetNumDevs(void);
@@ -216,9 +213,7 @@ MMRESULT WINAPI waveInPrepareHeader(HWAVEIN handle, LPWAVEHDR header, UINT size)
 MMRESULT WINAPI waveInUnprepareHeader(HWAVEIN handle, LPWAVEHDR header, UINT size);
 MMRESULT WINAPI waveInAddBuffer(HWAVEIN handle, LPWAVEHDR header, UINT size);
 MMRESULT WINAPI waveInStart(HWAVEIN handle);
-MMRESULT WINAPI waveInStop(HWAVEIN handle);
 MMRESULT WINAPI waveInReset(HWAVEIN handle);
-MMRESULT WINAPI waveInGetPosition(HWAVEIN handle, LPMMTIME time, UINT size);
 
 /* ---- The mixer ---- */
 

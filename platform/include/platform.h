@@ -110,8 +110,6 @@ int PlatformVirtualGetState(uint32_t output, PlatformVirtualState* state);
  * taken from it. PlatformVirtualReset and PlatformVirtualSetInputs take all of it back. Part of a frame waits until
  * the rest of it is fed. */
 int PlatformVirtualFeed(uint32_t input, const void* bytes, size_t size);
-/* Bytes fed that were not recorded yet. */
-size_t PlatformVirtualUnheard(uint32_t input);
 /* The sound of a PCM wave file, once; null ends that. While some of it is left the device takes the file's format and
  * no other. 0 where it cannot be read, or the device is open in another format. */
 int PlatformVirtualRecordFrom(uint32_t input, const char* wave_path);

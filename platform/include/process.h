@@ -15,7 +15,6 @@ extern "C" {
 /* Returns the thread's handle, the caller's to close, or 0. */
 uintptr_t _beginthreadex(void* security, unsigned stack, unsigned(__stdcall* start)(void*), void* argument,
                          unsigned flags, unsigned* id);
-void _endthreadex(unsigned code) __attribute__((noreturn));
 
 #ifdef __cplusplus
 }

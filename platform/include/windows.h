@@ -157,7 +157,6 @@ BOOL WINAPI CloseHandle(HANDLE object);
 #define ERROR_MOD_NOT_FOUND 126u
 #define ERROR_PROC_NOT_FOUND 127u
 #define ERROR_NEGATIVE_SEEK 131u
-#define ERROR_DIR_NOT_EMPTY 145u
 #define ERROR_NOT_LOCKED 158u
 #define ERROR_BUSY 170u
 #define ERROR_ALREADY_EXISTS 183u
@@ -186,7 +185,6 @@ void WINAPI SetLastError(DWORD code);
 #define CREATE_ALWAYS 2u
 #define OPEN_EXISTING 3u
 #define OPEN_ALWAYS 4u
-#define TRUNCATE_EXISTING 5u
 #define FILE_ATTRIBUTE_READONLY 0x1u
 #define FILE_ATTRIBUTE_HIDDEN 0x2u
 #define FILE_ATTRIBUTE_SYSTEM 0x4u
@@ -194,13 +192,8 @@ void WINAPI SetLastError(DWORD code);
 #define FILE_ATTRIBUTE_ARCHIVE 0x20u
 #define FILE_ATTRIBUTE_NORMAL 0x80u
 #define FILE_ATTRIBUTE_TEMPORARY 0x100u
-#define FILE_FLAG_WRITE_THROUGH 0x80000000u
-#define FILE_FLAG_RANDOM_ACCESS 0x10000000u
-#define FILE_FLAG_SEQUENTIAL_SCAN 0x08000000u
-#define FILE_FLAG_DELETE_ON_CLOSE 0x04000000u
 #define INVALID_FILE_ATTRIBUTES 0xFFFFFFFFu
 #define INVALID_SET_FILE_POINTER 0xFFFFFFFFu
-#define INVALID_FILE_SIZE 0xFFFFFFFFu
 #define FILE_TYPE_UNKNOWN 0u
 #define FILE_TYPE_DISK 1u
 #define FILE_TYPE_CHAR 2u
@@ -210,7 +203,6 @@ void WINAPI SetLastError(DWORD code);
 #define FILE_END 2u
 #define MOVEFILE_REPLACE_EXISTING 1u
 #define MOVEFILE_COPY_ALLOWED 2u
-#define MOVEFILE_WRITE_THROUGH 8u
 
 typedef struct _BY_HANDLE_FILE_INFORMATION {
     DWORD dwFileAttributes;
@@ -225,18 +217,10 @@ typedef struct _BY_HANDLE_FILE_INFORMATION {
     DWORD nFileIndexLow;
 } BY_HANDLE_FILE_INFORMATION, *LPBY_HANDLE_FILE_INFORMATION;
 
-typedef struct _OVERLAPPED OVERLAPPED, *LPOVERLAPPED; /* always null */
-
 HANDLE WINAPI CreateFileA(LPCSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
                           DWORD disposition, DWORD flags, HANDLE model);
-BOOL WINAPI ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD done, LPOVERLAPPED overlapped);
-BOOL WINAPI WriteFile(HANDLE file, LPCVOID buffer, DWORD size, LPDWORD done, LPOVERLAPPED overlapped);
 DWORD WINAPI SetFilePointer(HANDLE file, LONG distance, PLONG distance_high, DWORD method);
-BOOL WINAPI SetFilePointerEx(HANDLE file, LARGE_INTEGER distance, PLARGE_INTEGER position, DWORD method);
 BOOL WINAPI SetEndOfFile(HANDLE file);
-BOOL WINAPI FlushFileBuffers(HANDLE file);
-DWORD WINAPI GetFileSize(HANDLE file, LPDWORD size_high);
-BOOL WINAPI GetFileSizeEx(HANDLE file, PLARGE_INTEGER size);
 BOOL WINAPI GetFileInformationByHandle(HANDLE file, LPBY_HANDLE_FILE_INFORMATION information);
 DWORD WINAPI GetFileType(HANDLE file); /* a folder is of the disk too */
 DWORD WINAPI GetFileAttributesA(LPCSTR name);
@@ -246,11 +230,9 @@ BOOL WINAPI MoveFileA(LPCSTR from, LPCSTR to);
 BOOL WINAPI MoveFileExA(LPCSTR from, LPCSTR to, DWORD flags);
 BOOL WINAPI CopyFileA(LPCSTR from, LPCSTR to, BOOL fail_if_exists);
 /* `replacement` takes the place of `replaced`, whose rights (and, where it is a link, whose place behind it) it keeps;
- * no backup is made, so that name is always null. */
+ * what it replaces becomes `backup`, where one is named. */
 BOOL WINAPI ReplaceFileA(LPCSTR replaced, LPCSTR replacement, LPCSTR backup, DWORD flags, LPVOID exclude,
                          LPVOID reserved);
-BOOL WINAPI CreateDirectoryA(LPCSTR name, LPSECURITY_ATTRIBUTES security);
-BOOL WINAPI RemoveDirectoryA(LPCSTR name);
 DWORD WINAPI GetFullPathNameA(LPCSTR name, DWORD size, LPSTR buffer, LPSTR* file_part);
 DWORD WINAPI GetTempPathA(DWORD size, LPSTR buffer);
 UINT WINAPI GetTempFileNameA(LPCSTR folder, LPCSTR prefix, UINT unique, LPSTR name);
@@ -281,19 +263,14 @@ BOOL WINAPI GetVersionExA(LPOSVERSIONINFOA version);
 #define GMEM_FIXED 0u
 #define GMEM_MOVEABLE 2u
 #define GMEM_ZEROINIT 0x40u
-#define GMEM_MODIFY 0x80u
 #define GMEM_SHARE 0x2000u
 #define GHND (GMEM_MOVEABLE | GMEM_ZEROINIT)
 #define GPTR (GMEM_FIXED | GMEM_ZEROINIT)
 HGLOBAL WINAPI GlobalAlloc(UINT flags, SIZE_T bytes);
-HGLOBAL WINAPI GlobalReAlloc(HGLOBAL memory, SIZE_T bytes, UINT flags);
 LPVOID WINAPI GlobalLock(HGLOBAL memory);
-BOOL WINAPI GlobalUnlock(HGLOBAL memory); /* 0 with NO_ERROR: unlocked for good */
-SIZE_T WINAPI GlobalSize(HGLOBAL memory);
-HGLOBAL WINAPI GlobalHandle(LPCVOID memory);
+BOOL WINAPI GlobalUnlock(HGLOBAL memory);  /* 0 with NO_ERROR: unlocked for good */
 HGLOBAL WINAPI GlobalFree(HGLOBAL memory); /* null when done */
 BOOL WINAPI IsBadReadPtr(const void* memory, UINT_PTR size);
-BOOL WINAPI IsBadWritePtr(LPVOID memory, UINT_PTR size);
 
 /* ---- Modules ---- */
 #define DLL_PROCESS_DETACH 0u
@@ -307,7 +284,6 @@ HMODULE WINAPI LoadLibraryA(LPCSTR name);
 HMODULE WINAPI LoadLibraryExA(LPCSTR name, HANDLE file, DWORD flags);
 BOOL WINAPI FreeLibrary(HMODULE module);
 FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name);
-HMODULE WINAPI GetModuleHandleA(LPCSTR name);
 #define GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT 2u
 #define GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS 4u
 /* Only by an address inside the module. */
@@ -322,34 +298,23 @@ BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved);
 #define WAIT_OBJECT_0 0u
 #define WAIT_ABANDONED 0x80u
 #define WAIT_ABANDONED_0 0x80u
-#define WAIT_IO_COMPLETION 0xC0u
 #define WAIT_TIMEOUT 258u
 #define WAIT_FAILED 0xFFFFFFFFu
 #define MAXIMUM_WAIT_OBJECTS 64
 #define STILL_ACTIVE 259u
 #define STACK_SIZE_PARAM_IS_A_RESERVATION 0x10000u
-#define THREAD_PRIORITY_NORMAL 0
-#define THREAD_PRIORITY_ABOVE_NORMAL 1
-#define THREAD_PRIORITY_HIGHEST 2
-#define THREAD_PRIORITY_TIME_CRITICAL 15
 typedef DWORD(WINAPI* LPTHREAD_START_ROUTINE)(LPVOID argument);
 HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES security, SIZE_T stack, LPTHREAD_START_ROUTINE start,
                            LPVOID argument, DWORD flags, LPDWORD id);
-void WINAPI ExitThread(DWORD code) __attribute__((noreturn));
 BOOL WINAPI GetExitCodeThread(HANDLE thread, LPDWORD code);
 /* Ends the thread in the wait it is in, or at its next one, and returns when none of its code runs any more.
  */
 BOOL WINAPI TerminateThread(HANDLE thread, DWORD code);
-BOOL WINAPI SetThreadPriority(HANDLE thread, int priority); /* accepted, without effect */
-HANDLE WINAPI GetCurrentThread(void);
 DWORD WINAPI GetCurrentThreadId(void);
-HANDLE WINAPI GetCurrentProcess(void);
 DWORD WINAPI GetCurrentProcessId(void);
 DWORD WINAPI WaitForSingleObject(HANDLE object, DWORD milliseconds);
-DWORD WINAPI WaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL all, DWORD milliseconds);
 HANDLE WINAPI CreateEventA(LPSECURITY_ATTRIBUTES security, BOOL manual_reset, BOOL set, LPCSTR name);
 BOOL WINAPI SetEvent(HANDLE event);
-BOOL WINAPI ResetEvent(HANDLE event);
 HANDLE WINAPI CreateMutexA(LPSECURITY_ATTRIBUTES security, BOOL owned, LPCSTR name);
 BOOL WINAPI ReleaseMutex(HANDLE mutex);
 
@@ -361,30 +326,9 @@ typedef struct _SRWLOCK {
     {                \
         { 0 }        \
     }
-void WINAPI InitializeSRWLock(PSRWLOCK lock);
 void WINAPI AcquireSRWLockExclusive(PSRWLOCK lock);
-void WINAPI AcquireSRWLockShared(PSRWLOCK lock);
 void WINAPI ReleaseSRWLockExclusive(PSRWLOCK lock);
-void WINAPI ReleaseSRWLockShared(PSRWLOCK lock);
 BYTE WINAPI TryAcquireSRWLockExclusive(PSRWLOCK lock);
-BYTE WINAPI TryAcquireSRWLockShared(PSRWLOCK lock);
-
-static inline LONG InterlockedIncrement(LONG volatile* value) {
-    return __atomic_add_fetch(value, 1, __ATOMIC_SEQ_CST);
-}
-static inline LONG InterlockedDecrement(LONG volatile* value) {
-    return __atomic_sub_fetch(value, 1, __ATOMIC_SEQ_CST);
-}
-static inline LONG InterlockedExchange(LONG volatile* target, LONG value) {
-    return __atomic_exchange_n(target, value, __ATOMIC_SEQ_CST);
-}
-static inline LONG InterlockedExchangeAdd(LONG volatile* target, LONG value) {
-    return __atomic_fetch_add(target, value, __ATOMIC_SEQ_CST);
-}
-static inline LONG InterlockedCompareExchange(LONG volatile* target, LONG value, LONG expected) {
-    __atomic_compare_exchange_n(target, &expected, value, 0, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST);
-    return expected;
-}
 
 /* ---- Windows and messages: message-only windows ---- */
 #define WM_NULL 0x0000u
@@ -394,7 +338,6 @@ static inline LONG InterlockedCompareExchange(LONG volatile* target, LONG value,
 #define WM_QUIT 0x0012u
 #define WM_NCCREATE 0x0081u
 #define WM_NCDESTROY 0x0082u
-#define WM_TIMER 0x0113u
 #define WM_USER 0x0400u
 #define WM_APP 0x8000u
 #define PM_NOREMOVE 0u
@@ -402,18 +345,11 @@ static inline LONG InterlockedCompareExchange(LONG volatile* target, LONG value,
 #define GWLP_WNDPROC (-4)
 #define GWLP_HINSTANCE (-6)
 #define GWLP_USERDATA (-21)
-#define QS_POSTMESSAGE 0x0008u
-#define QS_TIMER 0x0010u
-#define QS_SENDMESSAGE 0x0040u
-#define QS_ALLEVENTS 0x04BFu
 #define QS_ALLINPUT 0x04FFu
-#define USER_TIMER_MINIMUM 0x0000000Au
-#define USER_TIMER_MAXIMUM 0x7FFFFFFFu
 #define HWND_MESSAGE ((HWND)(LONG_PTR)-3)
 #define CW_USEDEFAULT ((int)0x80000000)
 
 typedef LRESULT(CALLBACK* WNDPROC)(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
-typedef void(CALLBACK* TIMERPROC)(HWND window, UINT message, UINT_PTR timer, DWORD time);
 
 typedef struct tagPOINT {
     LONG x;
@@ -466,7 +402,7 @@ LRESULT WINAPI DispatchMessageA(const MSG* message);
 BOOL WINAPI PostMessageA(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
 BOOL WINAPI PostThreadMessageA(DWORD thread, UINT message, WPARAM wparam, LPARAM lparam);
 void WINAPI PostQuitMessage(int code);
-LRESULT WINAPI SendMessageA(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
+/* Any of the objects: `all` is not looked at. */
 DWORD WINAPI MsgWaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL all, DWORD milliseconds,
                                        DWORD wake);
 ATOM WINAPI RegisterClassExA(const WNDCLASSEXA* window_class);
@@ -479,8 +415,6 @@ BOOL WINAPI IsWindow(HWND window);
 LRESULT WINAPI DefWindowProcA(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
 LONG_PTR WINAPI GetWindowLongPtrA(HWND window, int index);
 LONG_PTR WINAPI SetWindowLongPtrA(HWND window, int index, LONG_PTR value);
-UINT_PTR WINAPI SetTimer(HWND window, UINT_PTR id, UINT milliseconds, TIMERPROC procedure);
-BOOL WINAPI KillTimer(HWND window, UINT_PTR id);
 
 /* ---- The desktop: one, which a user can see ---- */
 #define UOI_FLAGS 1
@@ -537,7 +471,6 @@ BOOL WINAPI GetConsoleMode(HANDLE console, LPDWORD mode);
 BOOL WINAPI SetConsoleMode(HANDLE console, DWORD mode);
 BOOL WINAPI GetConsoleScreenBufferInfo(HANDLE console, PCONSOLE_SCREEN_BUFFER_INFO information);
 UINT WINAPI GetConsoleOutputCP(void);
-BOOL WINAPI SetConsoleOutputCP(UINT code_page);
 BOOL WINAPI SetConsoleCtrlHandler(PHANDLER_ROUTINE handler, BOOL add);
 
 /* ---- Debugger output: goes to the hook of platform.h ---- */

@@ -8,13 +8,12 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <new>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <termios.h>
+#include <utility>
 
 #include "platform/kernel/error.h"
-#include "platform/kernel/file.h"
 
 namespace tolvane::platform {
 
@@ -190,14 +189,6 @@ void RestoreTerminal() {
     if (terminal_changed.exchange(false)) tcsetattr(STDIN_FILENO, TCSANOW, &found_terminal);
 }
 
-Object* StandardStream(HANDLE handle) {
-    static File* const streams[kStreams] = {new (std::nothrow) File(UniqueFd(0), false),
-                                            new (std::nothrow) File(UniqueFd(1), false),
-                                            new (std::nothrow) File(UniqueFd(2), false)};
-    const int fd = StreamOf(handle);
-    return fd < 0 ? nullptr : streams[fd];
-}
-
 }  // namespace tolvane::platform
 
 using namespace tolvane::platform;
@@ -242,9 +233,6 @@ BOOL WINAPI GetConsoleScreenBufferInfo(HANDLE console, PCONSOLE_SCREEN_BUFFER_IN
 
 UINT WINAPI GetConsoleOutputCP(void) {
     return CP_UTF8;
-}
-BOOL WINAPI SetConsoleOutputCP(UINT code_page) {
-    return code_page == CP_UTF8 ? TRUE : Fail(ERROR_INVALID_PARAMETER);
 }
 
 int _isatty(int descriptor) {

@@ -1,13 +1,8 @@
-// The terminal's part of the handle table.
+// What others have to know of the terminal.
 #ifndef TOLVANE_PLATFORM_KERNEL_CONSOLE_H
 #define TOLVANE_PLATFORM_KERNEL_CONSOLE_H
 
-#include "platform/kernel/object.h"
-
 namespace tolvane::platform {
-
-// What a handle of GetStdHandle stands for, null for any other.
-Object* StandardStream(HANDLE handle);
 
 // Puts the terminal back as it was found. May be called from a signal's handler.
 void RestoreTerminal();

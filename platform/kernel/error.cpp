@@ -56,8 +56,6 @@ DWORD ErrorOfErrno(int number) {
             return ERROR_FILE_TOO_LARGE;
         case ENAMETOOLONG:
             return ERROR_FILENAME_EXCED_RANGE;
-        case ENOTEMPTY:
-            return ERROR_DIR_NOT_EMPTY;
         case EBUSY:
             return ERROR_BUSY;
         case ESPIPE:

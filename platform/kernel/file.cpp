@@ -1,8 +1,7 @@
-// File handles: reading, writing, positions, sizes and the identity record.
+// File handles: positions, the end, kinds and the identity record.
 #include "platform/kernel/file.h"
 
 #include <cerrno>
-#include <cstring>
 #include <new>
 #include <fcntl.h>
 #include <sys/sysmacros.h>
@@ -12,22 +11,11 @@
 
 namespace tolvane::platform {
 
-void File::HandleClosed() {
-    if (*delete_on_close) unlink(delete_on_close);
-}
-
 namespace {
 
 HANDLE Refuse(DWORD code) {
     SetLastError(code);
     return INVALID_HANDLE_VALUE;
-}
-
-// `done` of a caller that gave no place for it.
-DWORD& DoneOf(LPDWORD done, DWORD& unused) {
-    DWORD& target = done ? *done : unused;
-    target = 0;
-    return target;
 }
 
 LONGLONG Seek(int fd, LONGLONG distance, DWORD method) {
@@ -93,55 +81,17 @@ bool StatusOf(HANDLE file, struct stat& status, Ref<File>& object) {
 
 using namespace tolvane::platform;
 
-HANDLE WINAPI CreateFileA(LPCSTR name, DWORD access, DWORD, LPSECURITY_ATTRIBUTES, DWORD disposition,
-                          DWORD flags, HANDLE) {
+HANDLE WINAPI CreateFileA(LPCSTR name, DWORD access, DWORD, LPSECURITY_ATTRIBUTES, DWORD disposition, DWORD,
+                          HANDLE) {
     if (FaultStrikes("CreateFileA", ERROR_ACCESS_DENIED)) return INVALID_HANDLE_VALUE;
-    if (disposition < CREATE_NEW || disposition > TRUNCATE_EXISTING) return Refuse(ERROR_INVALID_PARAMETER);
+    if (disposition < CREATE_NEW || disposition > OPEN_ALWAYS) return Refuse(ERROR_INVALID_PARAMETER);
     const OpenMode mode{(access & GENERIC_READ) != 0, (access & GENERIC_WRITE) != 0, disposition};
-    if (disposition == TRUNCATE_EXISTING && !mode.write) return Refuse(ERROR_INVALID_PARAMETER);
     OpenResult opened = OpenFile(name, mode);
     if (!opened.fd) return Refuse(opened.error);
-    Ref<File> file(new (std::nothrow) File(std::move(opened.fd), true));
-    if (file && (flags & FILE_FLAG_DELETE_ON_CLOSE)) std::strcpy(file->delete_on_close, name);
-    const HANDLE handle = MakeHandle(Ref<Object>(file.Detach()));
+    const HANDLE handle = MakeHandle(Ref<Object>(new (std::nothrow) File(std::move(opened.fd))));
     if (!handle) return INVALID_HANDLE_VALUE;
     SetLastError(opened.error);
     return handle;
-}
-
-BOOL WINAPI ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD done, LPOVERLAPPED) {
-    DWORD unused;
-    DWORD& count = DoneOf(done, unused);
-    if (FaultStrikes("ReadFile", ERROR_READ_FAULT)) return FALSE;
-    const Ref<File> object = FromHandle<File>(file);
-    if (!object) return FALSE;
-    // A terminal gives what there is; a file all that is asked for.
-    const int fd = object->fd.get();
-    const ssize_t got = isatty(fd) ? read(fd, buffer, size) : ReadFully(fd, buffer, size);
-    if (got < 0) return Fail(errno == EBADF ? ERROR_ACCESS_DENIED : ErrorOfErrno(errno));
-    count = static_cast<DWORD>(got);
-    return TRUE;
-}
-
-BOOL WINAPI WriteFile(HANDLE file, LPCVOID buffer, DWORD size, LPDWORD done, LPOVERLAPPED) {
-    DWORD unused;
-    DWORD& count = DoneOf(done, unused);
-    if (FaultStrikes("WriteFile", ERROR_DISK_FULL)) return FALSE;
-    const Ref<File> object = FromHandle<File>(file);
-    if (!object) return FALSE;
-    size_t written;
-    const bool whole = WriteFully(object->fd.get(), buffer, size, written);
-    count = static_cast<DWORD>(written);
-    return whole ? TRUE : Fail(errno == EBADF ? ERROR_ACCESS_DENIED : ErrorOfErrno(errno));
-}
-
-BOOL WINAPI SetFilePointerEx(HANDLE file, LARGE_INTEGER distance, PLARGE_INTEGER position, DWORD method) {
-    if (FaultStrikes("SetFilePointerEx", ERROR_SEEK)) return FALSE;
-    const Ref<File> object = FromHandle<File>(file);
-    if (!object) return FALSE;
-    const LONGLONG reached = Seek(object->fd.get(), distance.QuadPart, method);
-    if (reached >= 0 && position) position->QuadPart = reached;
-    return reached >= 0;
 }
 
 // Without room for the upper half neither distance nor result may need one; a refused move moves nothing.
@@ -176,13 +126,6 @@ BOOL WINAPI SetEndOfFile(HANDLE file) {
     return end >= 0 && ftruncate(object->fd.get(), end) == 0 ? TRUE : Fail(ErrorOfErrno(errno));
 }
 
-BOOL WINAPI FlushFileBuffers(HANDLE file) {
-    if (FaultStrikes("FlushFileBuffers", ERROR_DISK_FULL)) return FALSE;
-    const Ref<File> object = FromHandle<File>(file);
-    if (!object) return FALSE;
-    return fsync(object->fd.get()) == 0 ? TRUE : Fail(ErrorOfErrno(errno));
-}
-
 DWORD WINAPI GetFileType(HANDLE file) {
     if (FaultStrikes("GetFileType", ERROR_INVALID_HANDLE)) return FILE_TYPE_UNKNOWN;
     struct stat status;
@@ -191,24 +134,6 @@ DWORD WINAPI GetFileType(HANDLE file) {
     SetLastError(NO_ERROR);
     if (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode)) return FILE_TYPE_PIPE;
     return S_ISREG(status.st_mode) || S_ISDIR(status.st_mode) ? FILE_TYPE_DISK : FILE_TYPE_CHAR;
-}
-
-BOOL WINAPI GetFileSizeEx(HANDLE file, PLARGE_INTEGER size) {
-    if (FaultStrikes("GetFileSizeEx", ERROR_INVALID_HANDLE)) return FALSE;
-    struct stat status;
-    Ref<File> object;
-    if (!StatusOf(file, status, object)) return FALSE;
-    if (!size) return Fail(ERROR_INVALID_PARAMETER);
-    size->QuadPart = status.st_size;
-    return TRUE;
-}
-
-DWORD WINAPI GetFileSize(HANDLE file, LPDWORD size_high) {
-    LARGE_INTEGER size;
-    if (!GetFileSizeEx(file, &size)) return INVALID_FILE_SIZE;
-    if (size_high) *size_high = static_cast<DWORD>(size.HighPart);
-    SetLastError(NO_ERROR);
-    return size.LowPart;
 }
 
 BOOL WINAPI GetFileInformationByHandle(HANDLE file, LPBY_HANDLE_FILE_INFORMATION information) {

@@ -1,4 +1,4 @@
-// Open files: what CreateFileA, the RIFF services and the standard streams share.
+// Open files: what CreateFileA and the RIFF services share.
 #ifndef TOLVANE_PLATFORM_KERNEL_FILE_H
 #define TOLVANE_PLATFORM_KERNEL_FILE_H
 
@@ -10,13 +10,9 @@
 namespace tolvane::platform {
 
 struct File final : Object {
-    File(UniqueFd opened, bool closable) : fd(std::move(opened)), closes(closable) {}
-    bool ClosesByHandle() const override { return closes; }
-    void HandleClosed() override;
+    explicit File(UniqueFd opened) : fd(std::move(opened)) {}
 
     UniqueFd fd;
-    const bool closes;
-    char delete_on_close[MAX_PATH] = "";  // empty: keep it
 };
 
 struct OpenMode {

@@ -1,4 +1,4 @@
-// Services that work on names: attributes, deleting, moving, folders, full names.
+// Services that work on names: attributes, deleting, moving, full names.
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -77,23 +77,13 @@ DWORD MoveByCopy(const char* from, const char* to, bool replace) {
     return unlink(from) == 0 ? ERROR_SUCCESS : ErrorOfErrno(errno);
 }
 
-// The new name is on the disk itself when this returns.
-void SyncFolder(const char* name) {
-    char folder[MAX_PATH];
-    FolderOf(name, folder);
-    const UniqueFd fd(open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (fd) fsync(fd.get());
-}
-
 DWORD Move(const char* from, const char* to, DWORD flags) {
     if (const DWORD wrong = CheckName(from)) return wrong;
     if (const DWORD wrong = CheckName(to)) return wrong;
     const bool replace = (flags & MOVEFILE_REPLACE_EXISTING) != 0;
-    DWORD error = replace ? RenameOver(from, to) : RenameUnlessThere(from, to);
-    if (error == ERROR_NOT_SAME_DEVICE && (flags & MOVEFILE_COPY_ALLOWED))
-        error = MoveByCopy(from, to, replace);
-    if (error == ERROR_SUCCESS && (flags & MOVEFILE_WRITE_THROUGH)) SyncFolder(to);
-    return error;
+    const DWORD error = replace ? RenameOver(from, to) : RenameUnlessThere(from, to);
+    const bool copies = error == ERROR_NOT_SAME_DEVICE && (flags & MOVEFILE_COPY_ALLOWED);
+    return copies ? MoveByCopy(from, to, replace) : error;
 }
 
 // A folder, a device or a file that may not be written is not replaced.
@@ -250,20 +240,6 @@ BOOL WINAPI CopyFileA(LPCSTR from, LPCSTR to, BOOL fail_if_exists) {
 BOOL WINAPI ReplaceFileA(LPCSTR replaced, LPCSTR replacement, LPCSTR backup, DWORD, LPVOID, LPVOID) {
     if (FaultStrikes("ReplaceFileA", ERROR_ACCESS_DENIED)) return FALSE;
     return Answer(Replace(replaced, replacement, backup));
-}
-
-BOOL WINAPI CreateDirectoryA(LPCSTR name, LPSECURITY_ATTRIBUTES) {
-    if (FaultStrikes("CreateDirectoryA", ERROR_ACCESS_DENIED)) return FALSE;
-    if (const DWORD wrong = CheckName(name)) return Fail(wrong);
-    if (mkdir(name, 0777) == 0) return TRUE;
-    return Fail(errno == ENOENT ? ERROR_PATH_NOT_FOUND : ErrorOfErrno(errno));
-}
-
-BOOL WINAPI RemoveDirectoryA(LPCSTR name) {
-    if (FaultStrikes("RemoveDirectoryA", ERROR_ACCESS_DENIED)) return FALSE;
-    if (const DWORD wrong = CheckName(name)) return Fail(wrong);
-    if (rmdir(name) == 0) return TRUE;
-    return Fail(errno == ENOTDIR ? ERROR_DIRECTORY : ErrorOfName(errno, name));
 }
 
 DWORD WINAPI GetFullPathNameA(LPCSTR name, DWORD size, LPSTR buffer, LPSTR* file_part) {

@@ -7,6 +7,7 @@
 
 #include "platform/kernel/error.h"
 #include "platform/kernel/names.h"
+#include "platform/kernel/thread.h"
 
 namespace tolvane::platform {
 
@@ -118,14 +119,6 @@ FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name) {
             dlsym(module == &program_module ? RTLD_DEFAULT : static_cast<void*>(module), name));
     if (!found) SetLastError(module ? ERROR_PROC_NOT_FOUND : ERROR_INVALID_HANDLE);
     return found;
-}
-
-HMODULE WINAPI GetModuleHandleA(LPCSTR name) {
-    if (FaultStrikes("GetModuleHandleA", ERROR_MOD_NOT_FOUND)) return nullptr;
-    if (!name) return &program_module;
-    const HMODULE module = Load(name, RTLD_NOW | RTLD_NOLOAD);
-    if (module && !IsBuiltIn(module)) dlclose(module);  // this handle is not counted
-    return module;
 }
 
 DWORD WINAPI GetModuleFileNameA(HMODULE module, LPSTR name, DWORD size) {

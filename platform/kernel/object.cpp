@@ -4,7 +4,6 @@
 
 #include <cstdlib>
 
-#include "platform/kernel/console.h"
 #include "platform/kernel/error.h"
 
 namespace tolvane::platform {
@@ -80,7 +79,6 @@ Object* ObjectOfLocked(HANDLE handle, const Lock& lock) {
 Ref<Object> ObjectOf(HANDLE handle) {
     Lock lock(kernel_lock);
     Object* object = ObjectOfLocked(handle, lock);
-    if (!object) object = StandardStream(handle);
     if (object) object->AddRef();
     return Ref<Object>(object);
 }
@@ -112,9 +110,7 @@ using namespace tolvane::platform;
 BOOL WINAPI CloseHandle(HANDLE handle) {
     const bool fault = FaultStrikes("CloseHandle", ERROR_INVALID_HANDLE);
     Ref<Object> object = ObjectOf(handle);
-    if (!object)
-        return handle == GetCurrentProcess() || handle == GetCurrentThread() || Fail(ERROR_INVALID_HANDLE);
-    if (!object->ClosesByHandle()) return Fail(ERROR_INVALID_HANDLE);
+    if (!object || !object->ClosesByHandle()) return Fail(ERROR_INVALID_HANDLE);
     Ref<Object> taken = TakeHandle(handle);
     if (taken) taken->HandleClosed();
     return fault ? FALSE : TRUE;

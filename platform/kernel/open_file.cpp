@@ -32,7 +32,7 @@ struct Opened {
 // Tells a file that was there from one that is made now, although another process may be quicker at either.
 Opened OpenOrMake(const char* name, const OpenMode& mode) {
     const int flags = AccessFlags(mode);
-    const bool may_make = mode.disposition != OPEN_EXISTING && mode.disposition != TRUNCATE_EXISTING;
+    const bool may_make = mode.disposition != OPEN_EXISTING;
     const bool may_exist = mode.disposition != CREATE_NEW;
     for (int attempt = 0;; ++attempt) {
         if (may_make) {
@@ -53,16 +53,12 @@ DWORD CheckKind(int fd, const OpenMode& mode) {
     return mode.write && IsReadOnly(status) ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
 }
 
-bool Empties(DWORD disposition) {
-    return disposition == CREATE_ALWAYS || disposition == TRUNCATE_EXISTING;
-}
-
 DWORD Settle(const Opened& opened, const OpenMode& mode) {
     if (!opened.existed) return ERROR_SUCCESS;
     if (const DWORD refused = CheckKind(opened.fd, mode)) return refused;
     struct stat status;
     // What is empty is left alone: some file systems send a file to the disk, and wait, when it is closed after that.
-    if (Empties(mode.disposition) && fstat(opened.fd, &status) == 0 && S_ISREG(status.st_mode) &&
+    if (mode.disposition == CREATE_ALWAYS && fstat(opened.fd, &status) == 0 && S_ISREG(status.st_mode) &&
         status.st_size != 0 && ftruncate(opened.fd, 0) != 0)
         return ErrorOfErrno(errno);
     return ERROR_SUCCESS;

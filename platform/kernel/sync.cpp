@@ -61,20 +61,13 @@ HANDLE WINAPI CreateEventA(LPSECURITY_ATTRIBUTES, BOOL manual_reset, BOOL set, L
     return MakeHandle(Ref<Object>(new (std::nothrow) Event(manual_reset != 0, set != 0)));
 }
 
-static BOOL ChangeEvent(HANDLE event, bool set) {
+BOOL WINAPI SetEvent(HANDLE event) {
+    if (FaultStrikes("SetEvent", ERROR_INVALID_HANDLE)) return FALSE;
     const Ref<Event> object = FromHandle<Event>(event);
     if (!object) return FALSE;
     Lock lock(kernel_lock);
-    object->Set(set, lock);
+    object->Set(lock);
     return TRUE;
-}
-
-BOOL WINAPI SetEvent(HANDLE event) {
-    return FaultStrikes("SetEvent", ERROR_INVALID_HANDLE) ? FALSE : ChangeEvent(event, true);
-}
-
-BOOL WINAPI ResetEvent(HANDLE event) {
-    return FaultStrikes("ResetEvent", ERROR_INVALID_HANDLE) ? FALSE : ChangeEvent(event, false);
 }
 
 HANDLE WINAPI CreateMutexA(LPSECURITY_ATTRIBUTES, BOOL owned, LPCSTR name) {
@@ -111,24 +104,12 @@ static void MustSucceed(int result) {
     if (result) __builtin_trap();
 }
 
-void WINAPI InitializeSRWLock(PSRWLOCK lock) {
-    *lock = SRWLOCK SRWLOCK_INIT;
-}
 void WINAPI AcquireSRWLockExclusive(PSRWLOCK lock) {
     MustSucceed(pthread_rwlock_wrlock(Native(lock)));
-}
-void WINAPI AcquireSRWLockShared(PSRWLOCK lock) {
-    MustSucceed(pthread_rwlock_rdlock(Native(lock)));
 }
 void WINAPI ReleaseSRWLockExclusive(PSRWLOCK lock) {
     pthread_rwlock_unlock(Native(lock));
 }
-void WINAPI ReleaseSRWLockShared(PSRWLOCK lock) {
-    pthread_rwlock_unlock(Native(lock));
-}
 BYTE WINAPI TryAcquireSRWLockExclusive(PSRWLOCK lock) {
     return pthread_rwlock_trywrlock(Native(lock)) == 0;
-}
-BYTE WINAPI TryAcquireSRWLockShared(PSRWLOCK lock) {
-    return pthread_rwlock_tryrdlock(Native(lock)) == 0;
 }

@@ -14,9 +14,9 @@ class Event final : public Waitable {
         set_ = set_ && manual_reset_;
         return WAIT_OBJECT_0;
     }
-    void Set(bool set, const Lock& lock) {
-        set_ = set;
-        if (set) WakeWaiters(this, lock);
+    void Set(const Lock& lock) {
+        set_ = true;
+        WakeWaiters(this, lock);
     }
 
   private:

@@ -26,7 +26,7 @@ bool IsSeparator(char c) {
 
 // The folder with one separator behind it.
 struct TempFolder {
-    char text[MAX_PATH];
+    char text[kLongestTempFolder + 2];
     size_t length = 0;
 };
 

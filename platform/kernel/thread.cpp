@@ -73,7 +73,6 @@ void EndThread(Thread& thread) {
     Lock lock(kernel_lock);
     RemoveThread(thread, lock);
     Mutex::AbandonAll(thread, lock);
-    AnswerAllSent(thread, lock);
     thread.ended = true;
     thread.queue.dealing_with_device = false;
     thread.queue.device_messages = 0;
@@ -229,6 +228,13 @@ void LeaveIfTerminated() {
     if (current && current->must_end.load(std::memory_order_relaxed)) std::longjmp(current->leave, 1);
 }
 
+void ExitThread(DWORD code) {
+    Thread& self = CurrentThread();
+    if (!self.ours) pthread_exit(nullptr);
+    EndTermination(self, code);
+    std::longjmp(self.leave, 1);
+}
+
 }  // namespace tolvane::platform
 
 using namespace tolvane::platform;
@@ -244,21 +250,10 @@ uintptr_t _beginthreadex(void*, unsigned stack, unsigned(__stdcall* start)(void*
     return reinterpret_cast<uintptr_t>(thread);
 }
 
-void _endthreadex(unsigned code) {
-    ExitThread(code);
-}
-
 HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T stack, LPTHREAD_START_ROUTINE start, LPVOID argument,
                            DWORD flags, LPDWORD id) {
     if (FaultStrikes("CreateThread", ERROR_NOT_ENOUGH_MEMORY)) return nullptr;
     return StartThread({start, argument, stack, flags}, id);
-}
-
-void WINAPI ExitThread(DWORD code) {
-    Thread& self = CurrentThread();
-    if (!self.ours) pthread_exit(nullptr);
-    EndTermination(self, code);
-    std::longjmp(self.leave, 1);
 }
 
 BOOL WINAPI GetExitCodeThread(HANDLE thread, LPDWORD code) {
@@ -285,7 +280,6 @@ static void TerminateOther(Thread& thread, DWORD code) {
 
 BOOL WINAPI TerminateThread(HANDLE thread, DWORD code) {
     const bool fault = FaultStrikes("TerminateThread", ERROR_ACCESS_DENIED);
-    if (thread == GetCurrentThread()) ExitThread(code);
     bool own = false;
     {
         const Ref<Thread> object = FromHandle<Thread>(thread);
@@ -297,18 +291,8 @@ BOOL WINAPI TerminateThread(HANDLE thread, DWORD code) {
     return fault ? FALSE : TRUE;
 }
 
-BOOL WINAPI SetThreadPriority(HANDLE thread, int) {
-    return thread == GetCurrentThread() || FromHandle<Thread>(thread) ? TRUE : FALSE;
-}
-
-HANDLE WINAPI GetCurrentThread(void) {
-    return reinterpret_cast<HANDLE>(static_cast<LONG_PTR>(-2));
-}
 DWORD WINAPI GetCurrentThreadId(void) {
     return CurrentThread().id;
-}
-HANDLE WINAPI GetCurrentProcess(void) {
-    return INVALID_HANDLE_VALUE;
 }
 DWORD WINAPI GetCurrentProcessId(void) {
     return static_cast<DWORD>(getpid());

@@ -107,5 +107,8 @@ WaitEnd WaitUntil(Lock& lock, Thread& self, Deadline deadline, Ready ready) {
 // with a destructor may be alive in the service then.
 void LeaveIfTerminated();
 
+// The same for a thread that ends itself.
+[[noreturn]] void ExitThread(DWORD code);
+
 }  // namespace tolvane::platform
 #endif

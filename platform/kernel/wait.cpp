@@ -1,13 +1,18 @@
 // Waiting: for time to pass, for objects, for objects or messages.
-#include "platform/kernel/wait.h"
-
 #include <sched.h>
 
 #include "platform/kernel/error.h"
+#include "platform/kernel/thread.h"
+#include "platform/messages/window.h"
 
 namespace tolvane::platform {
 
 namespace {
+
+struct WaitRequest {
+    Deadline deadline;
+    bool messages;  // a message ends the wait as well
+};
 
 bool WaitsFor(const Thread& thread, const Waitable* object) {
     for (size_t i = 0; i < thread.waits_for_count; ++i) {
@@ -43,32 +48,17 @@ class WaitSet {
     size_t count() const { return count_; }
 
     // The result of the wait, or WAIT_TIMEOUT while it has to go on. What was waited for is taken.
-    DWORD Take(Thread& self, bool all) const { return all ? TakeAll(self) : TakeFirst(self); }
-    void Waited(DWORD result, bool all) const {
-        if (all)
-            for (size_t i = 0; i < count_; ++i)
-                objects_[i]->Waited();
-        else if (const DWORD index = result & ~WAIT_ABANDONED_0; index < count_)
-            objects_[index]->Waited();
-    }
-
-  private:
-    DWORD TakeFirst(Thread& self) const {
+    DWORD Take(Thread& self) const {
         for (DWORD i = 0; i < count_; ++i) {
             if (objects_[i]->IsSignalled(self)) return objects_[i]->Take(self) + i;
         }
         return WAIT_TIMEOUT;
     }
-    DWORD TakeAll(Thread& self) const {
-        for (size_t i = 0; i < count_; ++i) {
-            if (!objects_[i]->IsSignalled(self)) return WAIT_TIMEOUT;
-        }
-        DWORD result = WAIT_OBJECT_0;
-        for (size_t i = 0; i < count_; ++i)
-            result |= objects_[i]->Take(self);
-        return result;
+    void Waited(DWORD result) const {
+        if (const DWORD index = result & ~WAIT_ABANDONED_0; index < count_) objects_[index]->Waited();
     }
 
+  private:
     Waitable* objects_[MAXIMUM_WAIT_OBJECTS];
     size_t count_ = 0;
 };
@@ -80,15 +70,15 @@ DWORD WaitForSet(const WaitSet& set, const WaitRequest& request) {
     self.waits_for = set.objects();
     self.waits_for_count = set.count();
     if (request.messages) BeginMessageWait(self, lock);
-    const WaitEnd end = WaitUntilOrTimer(lock, self, request, [&] {
-        if (set.count()) result = set.Take(self, request.all);
+    const WaitEnd end = WaitUntil(lock, self, request.deadline, [&] {
+        if (set.count()) result = set.Take(self);
         if (result == WAIT_TIMEOUT && request.messages && HasMessage(self, lock))
             result = static_cast<DWORD>(set.count());
         return result != WAIT_TIMEOUT;
     });
     self.waits_for_count = 0;
     lock.unlock();
-    if (end == WaitEnd::kReady) set.Waited(result, request.all);
+    if (end == WaitEnd::kReady) set.Waited(result);
     return result;
 }
 
@@ -115,26 +105,15 @@ using namespace tolvane::platform;
 
 DWORD WINAPI WaitForSingleObject(HANDLE object, DWORD milliseconds) {
     if (FaultStrikes("WaitForSingleObject", ERROR_INVALID_HANDLE)) return WAIT_FAILED;
-    const DWORD result = WaitForHandles(1, &object, {After(milliseconds), false, false});
+    const DWORD result = WaitForHandles(1, &object, {After(milliseconds), false});
     LeaveIfTerminated();
     return result;
 }
 
-DWORD WINAPI WaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL all, DWORD milliseconds) {
-    if (FaultStrikes("WaitForMultipleObjects", ERROR_INVALID_HANDLE)) return WAIT_FAILED;
-    if (count == 0) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return WAIT_FAILED;
-    }
-    const DWORD result = WaitForHandles(count, objects, {After(milliseconds), all != 0, false});
-    LeaveIfTerminated();
-    return result;
-}
-
-DWORD WINAPI MsgWaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL all, DWORD milliseconds,
+DWORD WINAPI MsgWaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL, DWORD milliseconds,
                                        DWORD wake) {
     if (FaultStrikes("MsgWaitForMultipleObjects", ERROR_INVALID_HANDLE)) return WAIT_FAILED;
-    const DWORD result = WaitForHandles(count, objects, {After(milliseconds), all != 0, wake != 0});
+    const DWORD result = WaitForHandles(count, objects, {After(milliseconds), wake != 0});
     LeaveIfTerminated();
     return result;
 }

@@ -19,10 +19,6 @@ bool MessageFilter::Takes(const MSG& message) const {
 
 MessageQueue::~MessageQueue() {
     std::free(ring_);
-    while (Timer* timer = timers) {
-        timers = timer->next;
-        delete timer;
-    }
 }
 
 bool MessageQueue::Prepare() {

@@ -11,27 +11,6 @@ struct QueuedMessage {
     bool from_device;
 };
 
-// A message that another thread sent and waits for; lives on that thread's stack.
-struct SentMessage {
-    HWND window;
-    UINT message;
-    WPARAM wparam;
-    LPARAM lparam;
-    LRESULT result;
-    bool done;
-    struct Thread* sender;
-    SentMessage* next;
-};
-
-struct Timer {
-    HWND window;
-    UINT_PTR id;
-    UINT period;
-    uint64_t due;
-    TIMERPROC procedure;
-    Timer* next;
-};
-
 // What GetMessageA was asked for.
 struct MessageFilter {
     HWND window;  // null: all; -1: only those of no window
@@ -56,8 +35,6 @@ class MessageQueue {
     // Drops the messages of a window that is gone.
     void Drop(HWND window);
 
-    SentMessage* sent = nullptr;  // oldest first
-    Timer* timers = nullptr;
     bool quit_posted = false;
     int quit_code = 0;
     bool waits_for_idle = false;

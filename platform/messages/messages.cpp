@@ -1,8 +1,7 @@
-// Posting, sending and getting messages.
-#include <cstring>
+// Posting and getting messages.
 
 #include "platform/kernel/error.h"
-#include "platform/kernel/wait.h"
+#include "platform/kernel/thread.h"
 #include "platform/messages/queue.h"
 #include "platform/messages/window.h"
 
@@ -16,26 +15,6 @@ MSG MakeMessage(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
     return {window, message, wparam, lparam, GetTickCount(), {0, 0}};
 }
 
-void WakeForMessage(Thread& thread) {
-    thread.wake.Signal();
-}
-
-// Calls the procedures that other threads wait for.
-void AnswerSent(Thread& self, Lock& lock) {
-    while (SentMessage* sent = self.queue.sent) {
-        self.queue.sent = sent->next;
-        const Window* window = WindowOf(sent->window, lock);
-        const WNDPROC procedure = window ? window->procedure : nullptr;
-        lock.unlock();
-        const LRESULT result =
-            procedure ? procedure(sent->window, sent->message, sent->wparam, sent->lparam) : 0;
-        lock.lock();
-        sent->result = result;
-        sent->done = true;
-        WakeForMessage(*sent->sender);
-    }
-}
-
 bool TakeQuit(Thread& self, MSG& message, bool remove) {
     if (!self.queue.quit_posted) return false;
     message = MakeMessage(nullptr, WM_QUIT, static_cast<WPARAM>(self.queue.quit_code), 0);
@@ -43,10 +22,8 @@ bool TakeQuit(Thread& self, MSG& message, bool remove) {
     return true;
 }
 
-bool FindMessage(Thread& self, const MessageFilter& filter, MSG& message, bool remove, Lock& lock) {
-    AnswerSent(self, lock);
-    return self.queue.Find(filter, message, remove) || TakeQuit(self, message, remove) ||
-           FindTimer(self, filter, message, remove, lock);
+bool FindMessage(Thread& self, const MessageFilter& filter, MSG& message, bool remove) {
+    return self.queue.Find(filter, message, remove) || TakeQuit(self, message, remove);
 }
 
 bool IsIdle(const Thread& thread) {
@@ -69,8 +46,8 @@ int WaitForMessage(const MessageFilter& filter, MSG& message) {
     Thread& self = CurrentThread();
     Lock lock(kernel_lock);
     if (IsWindowFilter(filter.window) && !WindowOf(filter.window, lock)) return -1;
-    const WaitEnd end = WaitUntilOrTimer(lock, self, {kNever, false, true}, [&] {
-        if (FindMessage(self, filter, message, true, lock)) return true;
+    const WaitEnd end = WaitUntil(lock, self, kNever, [&] {
+        if (FindMessage(self, filter, message, true)) return true;
         BeginMessageWait(self, lock);
         return false;
     });
@@ -81,29 +58,19 @@ int WaitForMessage(const MessageFilter& filter, MSG& message) {
 
 bool PostLocked(Thread& thread, const MSG& message, bool from_device, const Lock&) {
     if (!thread.queue.Post(message, from_device)) return false;
-    WakeForMessage(thread);
+    thread.wake.Signal();
     return true;
 }
 
-bool HasMessage(Thread& self, const Lock& lock) {
+bool HasMessage(Thread& self, const Lock&) {
     MSG message;
-    const MessageFilter all{nullptr, 0, 0};
-    return self.queue.sent || self.queue.quit_posted || self.queue.Find(all, message, false) ||
-           FindTimer(self, all, message, false, lock);
+    return FindMessage(self, {nullptr, 0, 0}, message, false);
 }
 
 void BeginMessageWait(Thread& self, const Lock& lock) {
     if (!self.queue.dealing_with_device) return;
     self.queue.dealing_with_device = false;
     WakeIdleWatchers(lock);
-}
-
-void AnswerAllSent(Thread& thread, const Lock&) {
-    while (SentMessage* sent = thread.queue.sent) {
-        thread.queue.sent = sent->next;
-        sent->done = true;
-        WakeForMessage(*sent->sender);
-    }
 }
 
 void WakeIdleWatchers(const Lock& lock) {
@@ -138,26 +105,6 @@ BOOL PostTo(HWND window, const MSG& message) {
     return PostLocked(*target->owner, message, false, lock) ? TRUE : Fail(ERROR_NOT_ENOUGH_QUOTA);
 }
 
-void Append(SentMessage*& list, SentMessage& sent) {
-    SentMessage** link = &list;
-    while (*link)
-        link = &(*link)->next;
-    *link = &sent;
-}
-
-// The sender answers what is sent to it meanwhile. It can't be ended here: the receiver still uses `sent`.
-void SendAndWait(Thread& target, SentMessage& sent, Lock& lock) {
-    Thread& self = *sent.sender;
-    Append(target.queue.sent, sent);
-    WakeForMessage(target);
-    while (!sent.done) {
-        if (self.queue.sent)
-            AnswerSent(self, lock);
-        else
-            self.wake.WaitUntil(lock, kNever);
-    }
-}
-
 }  // namespace
 
 }  // namespace tolvane::platform
@@ -176,7 +123,7 @@ static BOOL PeekAt(const MessageFilter& filter, MSG& message, bool remove) {
     Thread& self = CurrentThread();
     Lock lock(kernel_lock);
     if (self.told_to_end) return FALSE;
-    if (FindMessage(self, filter, message, remove, lock)) return TRUE;
+    if (FindMessage(self, filter, message, remove)) return TRUE;
     BeginMessageWait(self, lock);
     return FALSE;
 }
@@ -196,19 +143,8 @@ BOOL WINAPI TranslateMessage(const MSG*) {
 }
 
 LRESULT WINAPI DispatchMessageA(const MSG* message) {
-    if (!message || !message->hwnd) {
-        if (message && message->message == WM_TIMER && message->lParam)
-            reinterpret_cast<TIMERPROC>(message->lParam)(nullptr, WM_TIMER, message->wParam, GetTickCount());
-        return 0;
-    }
-    const WNDPROC procedure = ProcedureOf(message->hwnd);
-    if (!procedure) return 0;
-    if (message->message == WM_TIMER && message->lParam) {
-        reinterpret_cast<TIMERPROC>(message->lParam)(message->hwnd, WM_TIMER, message->wParam,
-                                                     GetTickCount());
-        return 0;
-    }
-    return procedure(message->hwnd, message->message, message->wParam, message->lParam);
+    const WNDPROC procedure = message && message->hwnd ? ProcedureOf(message->hwnd) : nullptr;
+    return procedure ? procedure(message->hwnd, message->message, message->wParam, message->lParam) : 0;
 }
 
 BOOL WINAPI PostMessageA(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
@@ -231,21 +167,4 @@ void WINAPI PostQuitMessage(int code) {
     Lock lock(kernel_lock);
     self.queue.quit_posted = true;
     self.queue.quit_code = code;
-}
-
-LRESULT WINAPI SendMessageA(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
-    if (FaultStrikes("SendMessageA", ERROR_INVALID_WINDOW_HANDLE)) return 0;
-    Thread& self = CurrentThread();
-    SentMessage sent{window, message, wparam, lparam, 0, false, &self, nullptr};
-    {
-        Lock lock(kernel_lock);
-        const Window* target = WindowOf(window, lock);
-        if (!target) return Fail(ERROR_INVALID_WINDOW_HANDLE);
-        if (target->owner != &self) {
-            SendAndWait(*target->owner, sent, lock);
-            return sent.result;
-        }
-    }
-    const WNDPROC procedure = ProcedureOf(window);
-    return procedure ? procedure(window, message, wparam, lparam) : 0;
 }

@@ -67,7 +67,6 @@ bool RemoveWindow(HWND handle) {
     if (!window) return false;
     Unlink(*window, lock);
     window->owner->queue.Drop(handle);
-    DropTimers(*window->owner, handle, lock);
     taken = Ref<Object>(TakeHandleLocked(handle, lock));
     lock.unlock();
     return true;

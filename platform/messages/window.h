@@ -1,4 +1,4 @@
-// Message-only windows, and what a thread does with the messages, timers and windows that are its own.
+// Message-only windows, and what a thread does with the messages and windows that are its own.
 #ifndef TOLVANE_PLATFORM_MESSAGES_WINDOW_H
 #define TOLVANE_PLATFORM_MESSAGES_WINDOW_H
 
@@ -47,18 +47,8 @@ bool HasMessage(Thread& self, const Lock&);
 // The thread found nothing to do and is about to wait: what devices told it is dealt with.
 void BeginMessageWait(Thread& self, const Lock&);
 
-// Senders that wait for a thread that ends are answered with 0.
-void AnswerAllSent(Thread& thread, const Lock&);
-
 // Lets WaitUntilIdle look again.
 void WakeIdleWatchers(const Lock&);
-
-// When the thread's next timer is due.
-Deadline NextTimer(const Thread& self, const Lock&);
-// The WM_TIMER of a timer that is due and passes; starts its next period when it is taken.
-bool FindTimer(Thread& self, const MessageFilter& filter, MSG& message, bool remove, const Lock&);
-// Ends the timers of a window.
-void DropTimers(Thread& owner, HWND window, const Lock&);
 
 }  // namespace tolvane::platform
 #endif

@@ -54,7 +54,6 @@ struct Wanted {
 
 Wanted WantedBy(const MMCKINFO& chunk, UINT flags) {
     if (flags & MMIO_FINDRIFF) return {FOURCC_RIFF, chunk.fccType};
-    if (flags & MMIO_FINDLIST) return {FOURCC_LIST, chunk.fccType};
     if (flags & MMIO_FINDCHUNK) return {chunk.ckid, 0};
     return {0, 0};
 }
@@ -97,7 +96,6 @@ MMRESULT Ascend(MmioFile& file, MMCKINFO& chunk) {
 
 MMRESULT CreateChunk(MmioFile& file, MMCKINFO& chunk, UINT flags) {
     if (flags & MMIO_CREATERIFF) chunk.ckid = FOURCC_RIFF;
-    if (flags & MMIO_CREATELIST) chunk.ckid = FOURCC_LIST;
     const int64_t data = int64_t{file.position()} + kHeader;
     if (data > kLastOffset) return MMIOERR_CANNOTWRITE;
     const Header header{chunk.ckid, chunk.cksize};

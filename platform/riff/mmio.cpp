@@ -1,12 +1,8 @@
 // The multimedia file services by name: arguments, handles, codes.
-#include <cctype>
-#include <cstdlib>
-#include <cstring>
 #include <new>
 
 #include "platform/kernel/error.h"
 #include "platform/kernel/file.h"
-#include "platform/kernel/names.h"
 #include "platform/riff/chunks.h"
 
 namespace tolvane::platform {
@@ -43,19 +39,11 @@ HMMIO Answer(LPMMIOINFO info, MMRESULT code, HMMIO handle = nullptr) {
     return handle;
 }
 
-// What deleting and asking for existence answer with in place of a handle.
-HMMIO AnswerBool(LPMMIOINFO info, bool done, MMRESULT code) {
-    return Answer(info, done ? 0 : code, reinterpret_cast<HMMIO>(static_cast<uintptr_t>(done)));
-}
-
-HMMIO DeleteByName(const char* name, LPMMIOINFO info) {
-    return AnswerBool(info, CheckName(name) == ERROR_SUCCESS && unlink(name) == 0, MMIOERR_FILENOTFOUND);
-}
-
-// The caller's name is left as it is, however much room it has.
+// Answers with 1 in place of a handle; the caller's name is left as it is, however much room it has.
 HMMIO AskForExistence(const char* name, LPMMIOINFO info) {
     const OpenResult found = OpenFile(name, {true, false, OPEN_EXISTING});
-    return AnswerBool(info, static_cast<bool>(found.fd), MMIOERR_FILENOTFOUND);
+    const bool exists = static_cast<bool>(found.fd);
+    return Answer(info, exists ? 0 : MMIOERR_FILENOTFOUND, reinterpret_cast<HMMIO>(uintptr_t{exists}));
 }
 
 OpenMode ModeOf(DWORD flags) {
@@ -64,17 +52,13 @@ OpenMode ModeOf(DWORD flags) {
     return {mode != MMIO_WRITE, mode != MMIO_READ || creates, creates ? CREATE_ALWAYS : OPEN_EXISTING};
 }
 
-// With the buffer that the flags or the record ask for. A file made for nothing but reading can be written
-// all the same.
+// With the buffer that the flags ask for. A file made for nothing but reading can be written all the same.
 HMMIO OpenByName(const char* name, LPMMIOINFO info, DWORD flags) {
     OpenResult opened = OpenFile(name, ModeOf(flags));
     if (!opened.fd) return Answer(info, ResultOf(opened.error));
     Ref<MmioFile> file(new (std::nothrow) MmioFile(std::move(opened.fd), flags));
     if (!file) return Answer(info, MMIOERR_OUTOFMEMORY);
-    const LONG asked = info ? info->cchBuffer : 0;
-    const bool default_size = asked <= 0 && (flags & MMIO_ALLOCBUF);
-    if (const MMRESULT error =
-            file->SetBuffer(info ? info->pchBuffer : nullptr, default_size ? MMIO_DEFAULTBUFFER : asked))
+    if (const MMRESULT error = file->SetBuffer(flags & MMIO_ALLOCBUF ? MMIO_DEFAULTBUFFER : 0))
         return Answer(info, error);
     const HANDLE handle = MakeHandle(Ref<Object>(file.Detach()));
     return handle ? Answer(info, 0, static_cast<HMMIO>(handle)) : Answer(info, MMIOERR_OUTOFMEMORY);
@@ -92,20 +76,10 @@ using namespace tolvane::platform;
 
 constexpr MMRESULT kInvalidHandle = 5;  // the multimedia services' code for a handle of no file
 
-FOURCC WINAPI mmioStringToFOURCCA(LPCSTR text, UINT flags) {
-    unsigned char code[4] = {' ', ' ', ' ', ' '};
-    for (int i = 0; i < 4 && text && *text; ++i, ++text) {
-        const auto letter = static_cast<unsigned char>(*text);
-        code[i] = flags & MMIO_TOUPPER ? static_cast<unsigned char>(std::toupper(letter)) : letter;
-    }
-    return mmioFOURCC(code[0], code[1], code[2], code[3]);
-}
-
 HMMIO WINAPI mmioOpenA(LPSTR name, LPMMIOINFO info, DWORD flags) {
     MMRESULT code;
     if (FaultStrikesCode("mmioOpenA", MMIOERR_CANNOTOPEN, code)) return Answer(info, code);
     if (info && info->pIOProc) return Answer(info, MMIOERR_CANNOTOPEN);
-    if (flags & MMIO_DELETE) return DeleteByName(name, info);
     if (flags & MMIO_EXIST) return AskForExistence(name, info);
     return OpenByName(name, info, flags);
 }
@@ -138,28 +112,18 @@ LONG WINAPI mmioSeek(HMMIO file, LONG offset, int origin) {
     return object ? object->Seek(offset, origin) : -1;
 }
 
-MMRESULT WINAPI mmioGetInfo(HMMIO file, LPMMIOINFO info, UINT) {
-    MMRESULT code;
-    if (FaultStrikesCode("mmioGetInfo", kInvalidHandle, code)) return code;
-    const Ref<MmioFile> object = FileOf(file);
-    if (!object || !info) return kInvalidHandle;
-    object->Describe(*info);
-    info->hmmio = file;
-    return 0;
-}
-
-MMRESULT WINAPI mmioSetBuffer(HMMIO file, LPSTR buffer, LONG size, UINT) {
+MMRESULT WINAPI mmioSetBuffer(HMMIO file, LPSTR, LONG size, UINT) {
     MMRESULT code;
     if (FaultStrikesCode("mmioSetBuffer", MMIOERR_OUTOFMEMORY, code)) return code;
     const Ref<MmioFile> object = FileOf(file);
-    return object ? object->SetBuffer(buffer, size) : kInvalidHandle;
+    return object ? object->SetBuffer(size) : kInvalidHandle;
 }
 
-MMRESULT WINAPI mmioFlush(HMMIO file, UINT flags) {
+MMRESULT WINAPI mmioFlush(HMMIO file, UINT) {
     MMRESULT code;
     if (FaultStrikesCode("mmioFlush", MMIOERR_CANNOTWRITE, code)) return code;
     const Ref<MmioFile> object = FileOf(file);
-    return object ? object->Flush((flags & MMIO_EMPTYBUF) != 0) : kInvalidHandle;
+    return object ? object->Flush() : kInvalidHandle;
 }
 
 MMRESULT WINAPI mmioDescend(HMMIO file, LPMMCKINFO chunk, const MMCKINFO* parent, UINT flags) {

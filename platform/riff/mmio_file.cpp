@@ -75,7 +75,7 @@ LONG MmioFile::WriteAt(const char* bytes, LONG size, int64_t offset) {
 }
 
 void MmioFile::DropBuffer() {
-    if (own_buffer_) std::free(buffer_);
+    std::free(buffer_);
     buffer_ = nullptr;
     capacity_ = filled_ = 0;
 }
@@ -180,42 +180,24 @@ LONG MmioFile::Seek(int64_t offset, int origin) {
     return static_cast<LONG>(target);
 }
 
-MMRESULT MmioFile::SetBuffer(char* memory, LONG size) {
+MMRESULT MmioFile::SetBuffer(LONG size) {
     if (size < 0) return MMIOERR_OUTOFMEMORY;
-    char* fresh = memory;
-    if (!fresh && size > 0) fresh = static_cast<char*>(std::malloc(static_cast<size_t>(size)));
-    if (!fresh && size > 0) return MMIOERR_OUTOFMEMORY;
+    char* const fresh = size > 0 ? static_cast<char*>(std::malloc(static_cast<size_t>(size))) : nullptr;
+    if (size > 0 && !fresh) return MMIOERR_OUTOFMEMORY;
     const bool kept = Empty();
     DropBuffer();
-    buffer_ = size > 0 ? fresh : nullptr;
+    buffer_ = fresh;
     capacity_ = size;
-    own_buffer_ = !memory;
     return kept ? 0 : MMIOERR_CANNOTWRITE;
 }
 
-MMRESULT MmioFile::Flush(bool empty) {
-    if (!dirty_ && !empty) return 0;
-    return Empty() ? 0 : MMIOERR_CANNOTWRITE;
+MMRESULT MmioFile::Flush() {
+    return !dirty_ || Empty() ? 0 : MMIOERR_CANNOTWRITE;
 }
 
 MMRESULT MmioFile::Close() {
     const bool kept = Empty() && GiveBackReserve();
     return fd_.Reset() && kept ? 0 : MMIOERR_CANNOTWRITE;
-}
-
-void MmioFile::Describe(MMIOINFO& info) const {
-    info = {};
-    info.dwFlags = flags_ | (dirty_ ? MMIO_DIRTY : 0);
-    info.fccIOProc = FOURCC_DOS;
-    info.cchBuffer = capacity_;
-    info.pchBuffer = buffer_;
-    if (buffer_) {
-        info.pchNext = buffer_ + std::clamp<int64_t>(position_ - start_, 0, filled_);
-        info.pchEndRead = buffer_ + filled_;
-        info.pchEndWrite = buffer_ + RoomFrom(start_);
-    }
-    info.lBufOffset = static_cast<LONG>(start_);
-    info.lDiskOffset = static_cast<LONG>(position_);
 }
 
 }  // namespace tolvane::platform

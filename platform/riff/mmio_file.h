@@ -29,12 +29,11 @@ class MmioFile final : public Object {
     LONG Seek(int64_t offset, int origin);
     LONG position() const { return static_cast<LONG>(position_); }
 
-    // A size of 0 takes the buffer away; without memory of the caller's the file allocates its own.
-    MMRESULT SetBuffer(char* memory, LONG size);
-    // Writes what is not yet written; with `empty` what was read ahead is forgotten too.
-    MMRESULT Flush(bool empty);
+    // A size of 0 takes the buffer away.
+    MMRESULT SetBuffer(LONG size);
+    // Writes what is not yet written.
+    MMRESULT Flush();
     MMRESULT Close();
-    void Describe(MMIOINFO& info) const;
 
   private:
     bool reads() const { return (flags_ & MMIO_RWMODE) != MMIO_WRITE; }
@@ -59,7 +58,6 @@ class MmioFile final : public Object {
     int64_t position_ = 0;
     char* buffer_ = nullptr;
     LONG capacity_ = 0;
-    bool own_buffer_ = false;
     int64_t start_ = 0;  // where in the file the buffer's first byte lies
     LONG filled_ = 0;
     bool dirty_ = false;

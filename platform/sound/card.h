@@ -53,8 +53,6 @@ class CardInput : public CardStream {
     // Locked: begins to record, or ends: what was heard before that is in the queue then, and nothing of it
     // comes later. A device is opened at rest.
     virtual void SetRunning(bool running) = 0;
-    // Locked: puts into the queue what was heard by now.
-    virtual void CatchUp() = 0;
 };
 
 // The lock of a device as a scope.

@@ -66,7 +66,6 @@ class HeardSound {
   public:
     // False without memory.
     bool Feed(std::span<const std::byte> bytes) { return fed_.Feed(bytes); }
-    size_t Unheard() const { return fed_.Left(); }
     void SetFile(std::unique_ptr<WaveFileSource> file) { file_ = std::move(file); }
     // A file that has sound left can be heard in its own format only.
     bool MayBeHeardIn(const PcmFormat& format) const { return !file_ || file_->Format() == format; }

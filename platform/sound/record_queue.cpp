@@ -16,10 +16,6 @@ MMRESULT RecordQueue::Append(WAVEHDR& header) {
     return MMSYSERR_NOERROR;
 }
 
-void RecordQueue::EndOldest() {
-    if (filled_ > 0) GiveBackOldest(filled_);
-}
-
 void RecordQueue::Reset() {
     GiveBackAll();
     recorded_ = 0;

@@ -21,8 +21,6 @@ class RecordQueue {
     // ---- For the services ----
 
     MMRESULT Append(WAVEHDR& header);
-    // Hands the oldest header back if there is anything in it.
-    void EndOldest();
     // Hands every header back, oldest first, and counts from 0 again.
     void Reset();
     bool Empty() const { return ring_.Count() == 0; }

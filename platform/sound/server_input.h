@@ -24,7 +24,6 @@ class ServerInput final : public CardInput {
     void RoomAdded() override { Read(); }
     // An end waits for its last piece; others may start or close the device meanwhile.
     void SetRunning(bool running) override;
-    void CatchUp() override { Read(); }
     void Close() override;
 
   private:

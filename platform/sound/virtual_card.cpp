@@ -313,10 +313,6 @@ int PlatformVirtualFeed(uint32_t input, const void* bytes, size_t size) {
     });
 }
 
-size_t PlatformVirtualUnheard(uint32_t input) {
-    return VirtualCard::Get().WithSound(input, [](const HeardSound& sound) { return sound.Unheard(); });
-}
-
 int PlatformVirtualRecordFrom(uint32_t input, const char* wave_path) {
     return VirtualCard::Get().RecordFrom(input, wave_path);
 }

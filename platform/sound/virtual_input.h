@@ -18,7 +18,6 @@ class VirtualInput final : public CardInput, public VirtualStream {
     void Unlock() override;
     void RoomAdded() override { StartIfReady(); }
     void SetRunning(bool running) override { Hold(!running); }
-    void CatchUp() override { VirtualStream::CatchUp(); }
     void Close() override;
 
     const PcmFormat& Format() const override { return queue_.Format(); }

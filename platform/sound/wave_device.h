@@ -10,12 +10,11 @@ namespace tolvane::platform {
 
 class WaveDevice {
   public:
-    WaveDevice(UINT id, const WaveEvents& events) : id_(id), events_(events) {}
+    explicit WaveDevice(const WaveEvents& events) : events_(events) {}
     virtual ~WaveDevice() = default;
     WaveDevice(const WaveDevice&) = delete;
     WaveDevice& operator=(const WaveDevice&) = delete;
 
-    UINT Id() const { return id_; }
     const WaveEvents& Events() const { return events_; }
     // Null until the card has opened it.
     virtual CardStream* Stream() const = 0;
@@ -37,7 +36,6 @@ class WaveDevice {
 
   private:
     const CardLease lease_;
-    const UINT id_;
     const WaveEvents events_;
     bool closed_ = false;
 };

@@ -47,7 +47,7 @@ MMRESULT waveInOpen(LPHWAVEIN handle, UINT device, LPCWAVEFORMATEX format, DWORD
     DeviceTarget target = {};
     const MMRESULT result = FindInput(lease.card, device, *format, target);
     if (result || flags & WAVE_FORMAT_QUERY) return result;
-    return OpenDevice(std::make_shared<WaveInDevice>(device, target.format, events), target.index, *handle);
+    return OpenDevice(std::make_shared<WaveInDevice>(target.format, events), target.index, *handle);
 } catch (const std::exception&) {
     return MMSYSERR_NOMEM;
 }
@@ -78,24 +78,10 @@ MMRESULT waveInStart(HWAVEIN handle) {
     });
 }
 
-MMRESULT waveInStop(HWAVEIN handle) {
-    return WithInput("waveInStop", handle, [](WaveInDevice& device) -> MMRESULT {
-        device.Stop();
-        return MMSYSERR_NOERROR;
-    });
-}
-
 MMRESULT waveInReset(HWAVEIN handle) {
     return WithInput("waveInReset", handle, [](WaveInDevice& device) -> MMRESULT {
         device.Reset();
         return MMSYSERR_NOERROR;
-    });
-}
-
-MMRESULT waveInGetPosition(HWAVEIN handle, LPMMTIME time, UINT size) {
-    return WithInput("waveInGetPosition", handle, [=](WaveInDevice& device) {
-        const uint64_t position = device.Position();
-        return FillTime(device.Format(), position, position, time, size);
     });
 }
 

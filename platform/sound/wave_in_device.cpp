@@ -15,19 +15,9 @@ void WaveInDevice::Start() {
     if (!std::exchange(running_, true)) input_->SetRunning(true);
 }
 
-void WaveInDevice::Stop() {
-    if (std::exchange(running_, false)) input_->SetRunning(false);
-    queue_.EndOldest();
-}
-
 void WaveInDevice::Reset() {
-    Stop();
+    if (std::exchange(running_, false)) input_->SetRunning(false);
     queue_.Reset();
-}
-
-uint64_t WaveInDevice::Position() {
-    input_->CatchUp();
-    return queue_.Recorded();
 }
 
 }  // namespace tolvane::platform

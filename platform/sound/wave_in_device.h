@@ -11,8 +11,8 @@ class WaveInDevice final : public WaveDevice {
   public:
     static constexpr Direction kDirection = Direction::kInput;
 
-    WaveInDevice(UINT id, const PcmFormat& format, const WaveEvents& events)
-        : WaveDevice(id, events), queue_(format, events) {}
+    WaveInDevice(const PcmFormat& format, const WaveEvents& events)
+        : WaveDevice(events), queue_(format, events) {}
     ~WaveInDevice() override { Close(); }
 
     MMRESULT Open(uint32_t index) { return Lease().card->OpenInput(index, queue_.Format(), queue_, input_); }
@@ -23,12 +23,8 @@ class WaveInDevice final : public WaveDevice {
     bool IsLost() const override { return queue_.IsLost(); }
     MMRESULT Add(WAVEHDR& header) override;
     void Start();
-    // Hands the header back that is being filled.
-    void Stop();
     // Stops, hands every header back and counts from 0 again.
     void Reset();
-    const PcmFormat& Format() const { return queue_.Format(); }
-    uint64_t Position();
 
   private:
     void Lose() override { queue_.Lost(); }

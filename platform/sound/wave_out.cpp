@@ -11,31 +11,6 @@ using namespace tolvane::platform;
 
 namespace {
 
-struct ErrorText {
-    MMRESULT error;
-    const char* text;
-};
-
-constexpr ErrorText kErrorTexts[] = {
-    {MMSYSERR_NOERROR, "There is no error."},
-    {MMSYSERR_ERROR, "The device failed for a reason of its own."},
-    {MMSYSERR_BADDEVICEID, "There is no such sound device."},
-    {MMSYSERR_NOTENABLED, "The sound device could not be switched on."},
-    {MMSYSERR_ALLOCATED, "The sound device is in use already."},
-    {MMSYSERR_INVALHANDLE, "The handle is not that of an open device."},
-    {MMSYSERR_NODRIVER, "The sound device is gone."},
-    {MMSYSERR_NOMEM, "There is not enough memory."},
-    {MMSYSERR_NOTSUPPORTED, "The device does not do that."},
-    {MMSYSERR_BADERRNUM, "There is no such error number."},
-    {MMSYSERR_INVALFLAG, "A flag is not valid here."},
-    {MMSYSERR_INVALPARAM, "An argument is not valid."},
-    {MMSYSERR_HANDLEBUSY, "Another thread is using the handle."},
-    {WAVERR_BADFORMAT, "The device does not take this wave format."},
-    {WAVERR_STILLPLAYING, "The device still has buffers to deal with."},
-    {WAVERR_UNPREPARED, "The buffer was not prepared for the device."},
-    {WAVERR_SYNC, "The device works only synchronously."},
-};
-
 constexpr auto WithOutput = [](const char* service, HWAVEOUT handle, auto action) -> MMRESULT {
     return WithDevice<WaveOutDevice>(service, handle, action);
 };
@@ -70,9 +45,8 @@ MMRESULT waveOutOpen(LPHWAVEOUT handle, UINT device, LPCWAVEFORMATEX format, DWO
     OutputTarget target = {};
     const MMRESULT result = FindOutput(lease.card, device, *format, flags, target);
     if (result || flags & WAVE_FORMAT_QUERY) return result;
-    return OpenDevice(
-        std::make_shared<WaveOutDevice>(device, target.format, std::move(target.decoder), events),
-        target.index, *handle);
+    return OpenDevice(std::make_shared<WaveOutDevice>(target.format, std::move(target.decoder), events),
+                      target.index, *handle);
 } catch (const std::exception&) {
     return MMSYSERR_NOMEM;
 }
@@ -123,25 +97,6 @@ MMRESULT waveOutGetPosition(HWAVEOUT handle, LPMMTIME time, UINT size) {
         const WaveQueue& queue = device.Queue();
         return FillTime(queue.Format(), position, queue.SourceAt(position), time, size);
     });
-}
-
-MMRESULT waveOutGetID(HWAVEOUT handle, UINT* id) {
-    return WithOutput("waveOutGetID", handle, [=](WaveOutDevice& device) -> MMRESULT {
-        if (!id) return MMSYSERR_INVALPARAM;
-        *id = device.Id();
-        return MMSYSERR_NOERROR;
-    });
-}
-
-MMRESULT waveOutGetErrorTextA(MMRESULT error, LPSTR text, UINT size) {
-    if (const MMRESULT fault = FaultIn("waveOutGetErrorTextA")) return fault;
-    if (!text || size == 0) return MMSYSERR_INVALPARAM;
-    const auto known = std::ranges::find(kErrorTexts, error, &ErrorText::error);
-    if (known == std::end(kErrorTexts)) return MMSYSERR_BADERRNUM;
-    const size_t length = std::min<size_t>(strlen(known->text), size - 1);
-    memcpy(text, known->text, length);
-    text[length] = 0;
-    return MMSYSERR_NOERROR;
 }
 
 MMRESULT waveOutMessage(HWAVEOUT handle, UINT message, DWORD_PTR first, DWORD_PTR second) {

@@ -13,9 +13,8 @@ class WaveOutDevice final : public WaveDevice {
     static constexpr Direction kDirection = Direction::kOutput;
 
     // With a decoder, what is written is in the decoder's format.
-    WaveOutDevice(UINT id, const PcmFormat& format, std::unique_ptr<PcmDecoder> decoder,
-                  const WaveEvents& events)
-        : WaveDevice(id, events), queue_(format, events), decoder_(std::move(decoder)) {}
+    WaveOutDevice(const PcmFormat& format, std::unique_ptr<PcmDecoder> decoder, const WaveEvents& events)
+        : WaveDevice(events), queue_(format, events), decoder_(std::move(decoder)) {}
     ~WaveOutDevice() override { Close(); }
 
     MMRESULT Open(uint32_t index) {

@@ -84,9 +84,6 @@ static inline int PlatformVirtualGetState(uint32_t o, PlatformVirtualState* stat
 static inline int PlatformVirtualFeed(uint32_t i, const void* b, size_t n) {
     return (void)i, (void)b, (void)n, 0;
 }
-static inline size_t PlatformVirtualUnheard(uint32_t i) {
-    return (void)i, (size_t)0;
-}
 static inline int PlatformVirtualRecordFrom(uint32_t i, const char* path) {
     return (void)i, (void)path, 0;
 }

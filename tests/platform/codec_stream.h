@@ -145,24 +145,3 @@ inline Bytes Sound(WORD channels, DWORD rate, WORD bits, size_t frames) {
     }
     return bytes;
 }
-
-inline std::vector<double> Samples(const Bytes& bytes, WORD bits) {
-    std::vector<double> samples(bytes.size() * 8 / bits);
-    for (size_t i = 0; i < samples.size(); ++i) {
-        int16_t wide = 0;
-        if (bits == 16) memcpy(&wide, &bytes[i * 2], 2);
-        samples[i] = bits == 16 ? wide : (bytes[i] - 128) * 256.0;
-    }
-    return samples;
-}
-
-// Decibels of `reference` over the difference, where both have sound.
-inline double SignalToNoise(const std::vector<double>& reference, const std::vector<double>& heard,
-                            size_t offset = 0) {
-    double signal = 0, noise = 0;
-    for (size_t i = 0; i < reference.size() && i + offset < heard.size(); ++i) {
-        signal += reference[i] * reference[i];
-        noise += (reference[i] - heard[i + offset]) * (reference[i] - heard[i + offset]);
-    }
-    return noise > 0 ? 10 * std::log10(signal / noise) : 200;
-}

@@ -56,8 +56,6 @@ TEST_F(Faults, StickAndCountAllNames) {
     EXPECT_TRUE(MakesEvent());
     EXPECT_EQ(PlatformFaultsStruck(), 0u);
     EXPECT_EQ(PlatformCallCount("*"), 2u) << "counted from 0 again";
-    EXPECT_FALSE(PlatformFailCall("", 1, 0, 0));
-    EXPECT_FALSE(PlatformFailCall("CreateEventA", 0, 0, 0));
 }
 
 TEST_F(Faults, ReleasingIsDoneAllTheSame) {
@@ -78,19 +76,4 @@ TEST_F(Faults, ReleasingIsDoneAllTheSame) {
     EXPECT_EQ(GlobalLock(memory), nullptr);
     EXPECT_FALSE(SetEvent(event));
     EXPECT_EQ(WaitForSingleObject(thread, 0), WAIT_FAILED);
-}
-
-TEST_F(Faults, ManyThreadsAreCountedExactly) {
-    PlatformFailCall("SetEvent", 1000, 0, 1);
-    const HANDLE event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-    std::atomic<int> failed{0};
-    const auto body = [&] {
-        for (int i = 0; i < 500; ++i)
-            failed += !SetEvent(event);
-    };
-    std::thread a(body), b(body), c(body);
-    a.join(), b.join(), c.join();
-    EXPECT_EQ(failed, 501);
-    EXPECT_EQ(PlatformCallCount("SetEvent"), 1500u);
-    CloseHandle(event);
 }

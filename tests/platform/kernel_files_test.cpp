@@ -1,5 +1,5 @@
 // Files, names, temporary files, space, against real files.
-#include <windows.h>
+#include <mmiscapi.h>
 
 #include <gtest/gtest.h>
 #include <sched.h>
@@ -32,14 +32,6 @@ struct FailsWith {
     }
 };
 
-BY_HANDLE_FILE_INFORMATION Identity(const std::string& name) {
-    BY_HANDLE_FILE_INFORMATION record{};
-    const HANDLE file = Open(name, GENERIC_READ, OPEN_EXISTING);
-    EXPECT_TRUE(GetFileInformationByHandle(file, &record));
-    CloseHandle(file);
-    return record;
-}
-
 struct LimitedFileSize {
     explicit LimitedFileSize(rlim_t size) {
         std::signal(SIGXFSZ, SIG_IGN);
@@ -53,80 +45,23 @@ struct LimitedFileSize {
 
 }  // namespace
 
-TEST(Files, ReadWriteSeekAndCut) {
+TEST(Files, MoveToAPositionAndEndThere) {
     Workspace space;
-    const HANDLE file = Open(space.Name("a"), GENERIC_READ | GENERIC_WRITE, CREATE_ALWAYS);
-    ASSERT_NE(file, INVALID_HANDLE_VALUE);
-    DWORD done = 99;
-    ASSERT_TRUE(WriteFile(file, "0123456789", 10, &done, nullptr));
-    EXPECT_EQ(done, 10u);
+    Put(space.Name("a"), "0123456789");
+    const HANDLE file = Open(space.Name("a"), GENERIC_WRITE, OPEN_EXISTING);
     EXPECT_EQ(SetFilePointer(file, -4, nullptr, FILE_END), 6u);
-    char bytes[16] = "";
-    ASSERT_TRUE(ReadFile(file, bytes, 16, &done, nullptr));
-    EXPECT_EQ(std::string(bytes, done), "6789");
-    ASSERT_TRUE(ReadFile(file, bytes, 16, &done, nullptr)) << "the end of the file is no failure";
-    EXPECT_EQ(done, 0u);
     EXPECT_TRUE(FailsWith{ERROR_NEGATIVE_SEEK}(SetFilePointer(file, -1, nullptr, FILE_BEGIN) !=
                                                INVALID_SET_FILE_POINTER));
-    EXPECT_EQ(SetFilePointer(file, 0, nullptr, FILE_CURRENT), 10u);
-    SetFilePointer(file, 3, nullptr, FILE_BEGIN);
+    EXPECT_EQ(SetFilePointer(file, -3, nullptr, FILE_CURRENT), 3u);
     ASSERT_TRUE(SetEndOfFile(file));
-    LARGE_INTEGER far_away, reached;
-    far_away.QuadPart = 5'000'000'000;
-    ASSERT_TRUE(SetFilePointerEx(file, far_away, &reached, FILE_BEGIN));
-    EXPECT_EQ(reached.QuadPart, 5'000'000'000);
+    LONG high = 1;
+    EXPECT_EQ(SetFilePointer(file, 5, &high, FILE_BEGIN), 5u);
     EXPECT_TRUE(FailsWith{ERROR_INVALID_PARAMETER}(SetFilePointer(file, 1, nullptr, FILE_CURRENT) !=
-                                                   INVALID_SET_FILE_POINTER));
-    LONG high = 0;
-    EXPECT_EQ(SetFilePointer(file, 0, &high, FILE_CURRENT), static_cast<DWORD>(5'000'000'000 & 0xFFFFFFFF));
-    EXPECT_EQ(high, 1);
-    LARGE_INTEGER size;
-    ASSERT_TRUE(GetFileSizeEx(file, &size));
-    EXPECT_EQ(size.QuadPart, 3);
-    EXPECT_TRUE(FlushFileBuffers(file));
+                                                   INVALID_SET_FILE_POINTER))
+        << "a position beyond 4 GiB needs room for its upper half";
     ASSERT_TRUE(CloseHandle(file));
-    EXPECT_TRUE(FailsWith{ERROR_INVALID_HANDLE}(CloseHandle(file)));
-    EXPECT_TRUE(FailsWith{ERROR_INVALID_HANDLE}(ReadFile(file, bytes, 1, &done, nullptr)));
+    EXPECT_TRUE(FailsWith{ERROR_INVALID_HANDLE}(SetEndOfFile(file)));
     EXPECT_EQ(Contents(space.Name("a")), "012");
-}
-
-TEST(Files, DispositionsDecideWhatIsOpenedMadeAndEmptied) {
-    struct Case {
-        DWORD disposition;
-        bool exists;
-        bool opens;
-        DWORD error;
-        const char* left;
-    };
-    const Case cases[] = {
-        {CREATE_NEW, false, true, ERROR_SUCCESS, ""},
-        {CREATE_NEW, true, false, ERROR_FILE_EXISTS, "old"},
-        {CREATE_ALWAYS, false, true, ERROR_SUCCESS, ""},
-        {CREATE_ALWAYS, true, true, ERROR_ALREADY_EXISTS, ""},
-        {OPEN_EXISTING, true, true, ERROR_SUCCESS, "old"},
-        {OPEN_ALWAYS, true, true, ERROR_ALREADY_EXISTS, "old"},
-        {OPEN_ALWAYS, false, true, ERROR_SUCCESS, ""},
-        {TRUNCATE_EXISTING, true, true, ERROR_SUCCESS, ""},
-    };
-    Workspace space;
-    for (const Case& c : cases) {
-        const std::string name = space.Name("f");
-        DeleteFileA(name.c_str());
-        if (c.exists) Put(name, "old");
-        SetLastError(77);
-        const HANDLE file = Open(name, GENERIC_READ | GENERIC_WRITE, c.disposition);
-        EXPECT_EQ(file != INVALID_HANDLE_VALUE, c.opens) << c.disposition;
-        EXPECT_EQ(GetLastError(), c.error) << c.disposition;
-        CloseHandle(file);
-        EXPECT_EQ(Contents(name), c.left) << c.disposition;
-    }
-    for (const DWORD disposition : {OPEN_EXISTING, TRUNCATE_EXISTING}) {
-        EXPECT_TRUE(FailsWith{ERROR_FILE_NOT_FOUND}(Open(space.Name("none"), GENERIC_WRITE, disposition) !=
-                                                    INVALID_HANDLE_VALUE));
-        EXPECT_TRUE(FailsWith{ERROR_PATH_NOT_FOUND}(Open(space.Name("no/ne"), GENERIC_WRITE, disposition) !=
-                                                    INVALID_HANDLE_VALUE));
-    }
-    EXPECT_EQ(space.Files(), 1u);
 }
 
 TEST(Files, WhatIsNoFileIsRefusedAtOnce) {
@@ -134,20 +69,21 @@ TEST(Files, WhatIsNoFileIsRefusedAtOnce) {
     ASSERT_EQ(mkfifo(space.Name("pipe").c_str(), 0600), 0);
     Put(space.Name("locked"), "x");
     ASSERT_TRUE(SetFileAttributesA(space.Name("locked").c_str(), FILE_ATTRIBUTE_READONLY));
-    const auto opens = [](const std::string& name, DWORD access) {
-        return Open(name, access, OPEN_ALWAYS) != INVALID_HANDLE_VALUE;
-    };
-    EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(opens(space.Name("pipe"), GENERIC_READ)));
-    EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(opens(space.Name("pipe"), GENERIC_WRITE)));
-    EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(opens(space.folder(), GENERIC_READ)));
-    EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(opens(space.folder(), GENERIC_WRITE)));
-    EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(opens(space.Name("locked"), GENERIC_WRITE)));
-    EXPECT_TRUE(FailsWith{ERROR_PATH_NOT_FOUND}(opens("", GENERIC_READ)));
-    EXPECT_TRUE(FailsWith{ERROR_PATH_NOT_FOUND}(
-        CreateFileA(nullptr, GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr) != INVALID_HANDLE_VALUE));
-    EXPECT_TRUE(FailsWith{ERROR_FILENAME_EXCED_RANGE}(opens(std::string(260, 'n'), GENERIC_READ)));
-    EXPECT_TRUE(FailsWith{ERROR_FILE_NOT_FOUND}(GetFileAttributesA(std::string(200, 'n').c_str()) !=
-                                                INVALID_FILE_ATTRIBUTES));
+    const struct {
+        std::string name;
+        DWORD access, disposition, error;
+    } cases[] = {{space.Name("pipe"), GENERIC_READ, OPEN_ALWAYS, ERROR_ACCESS_DENIED},
+                 {space.Name("pipe"), GENERIC_WRITE, OPEN_ALWAYS, ERROR_ACCESS_DENIED},
+                 {space.folder(), GENERIC_READ, OPEN_ALWAYS, ERROR_ACCESS_DENIED},
+                 {space.folder(), GENERIC_WRITE, OPEN_ALWAYS, ERROR_ACCESS_DENIED},
+                 {space.Name("locked"), GENERIC_WRITE, OPEN_ALWAYS, ERROR_ACCESS_DENIED},
+                 {"", GENERIC_READ, OPEN_ALWAYS, ERROR_PATH_NOT_FOUND},
+                 {std::string(260, 'n'), GENERIC_READ, OPEN_ALWAYS, ERROR_FILENAME_EXCED_RANGE},
+                 {space.Name("none"), GENERIC_WRITE, OPEN_EXISTING, ERROR_FILE_NOT_FOUND},
+                 {space.Name("no/ne"), GENERIC_WRITE, OPEN_EXISTING, ERROR_PATH_NOT_FOUND}};
+    for (const auto& c : cases)
+        EXPECT_TRUE(FailsWith{c.error}(Open(c.name, c.access, c.disposition) != INVALID_HANDLE_VALUE))
+            << c.name;
     EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(DeleteFileA(space.Name("locked").c_str())));
     EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(DeleteFileA(space.folder().c_str())));
     EXPECT_EQ(Contents(space.Name("locked")), "x");
@@ -156,19 +92,14 @@ TEST(Files, WhatIsNoFileIsRefusedAtOnce) {
 TEST(FileNames, MovingNeverLosesAFile) {
     Workspace space;
     const std::string a = space.Name("a"), b = space.Name("b");
-    const auto restart = [&] {
-        SetFileAttributesA(b.c_str(), FILE_ATTRIBUTE_NORMAL);
-        Put(a, "aaa");
-        Put(b, "bb");
-    };
-    restart();
+    Put(a, "aaa");
+    Put(b, "bb");
     EXPECT_TRUE(FailsWith{ERROR_ALREADY_EXISTS}(MoveFileA(a.c_str(), b.c_str())));
-    EXPECT_EQ(Contents(a) + Contents(b), "aaabb");
     SetFileAttributesA(b.c_str(), FILE_ATTRIBUTE_READONLY);
     EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(MoveFileExA(a.c_str(), b.c_str(), MOVEFILE_REPLACE_EXISTING)));
     EXPECT_EQ(Contents(a) + Contents(b), "aaabb");
-    restart();
-    EXPECT_TRUE(MoveFileExA(a.c_str(), b.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
+    SetFileAttributesA(b.c_str(), FILE_ATTRIBUTE_NORMAL);
+    EXPECT_TRUE(MoveFileExA(a.c_str(), b.c_str(), MOVEFILE_REPLACE_EXISTING));
     EXPECT_EQ(Contents(b), "aaa");
     EXPECT_TRUE(FailsWith{ERROR_FILE_NOT_FOUND}(MoveFileA(a.c_str(), b.c_str())));
     EXPECT_TRUE(FailsWith{ERROR_ACCESS_DENIED}(
@@ -213,7 +144,6 @@ TEST(FileNames, CopiesAreWholeOrNotThere) {
     EXPECT_EQ(Contents(a), bytes) << "a copy onto itself must not empty the file";
     ASSERT_TRUE(CopyFileA(a.c_str(), b.c_str(), FALSE));
     EXPECT_EQ(Contents(b), bytes);
-    EXPECT_EQ(Identity(a).ftLastWriteTime.dwLowDateTime, Identity(b).ftLastWriteTime.dwLowDateTime);
     Put(b, bytes + "what was longer before");
     ASSERT_TRUE(CopyFileA(a.c_str(), b.c_str(), FALSE));
     EXPECT_EQ(Contents(b), bytes);
@@ -227,36 +157,19 @@ TEST(FileNames, CopiesAreWholeOrNotThere) {
     EXPECT_EQ(space.Files(), 2u) << "the half copy is gone";
 }
 
-TEST(FileNames, FoldersAndFullNames) {
+TEST(FileNames, FullNamesMeanWhatTheyMeant) {
     Workspace space;
-    const std::string folder = space.Name("d");
-    ASSERT_TRUE(CreateDirectoryA(folder.c_str(), nullptr));
-    EXPECT_TRUE(FailsWith{ERROR_ALREADY_EXISTS}(CreateDirectoryA(folder.c_str(), nullptr)));
-    EXPECT_TRUE(FailsWith{ERROR_PATH_NOT_FOUND}(CreateDirectoryA(space.Name("x/y").c_str(), nullptr)));
-    EXPECT_EQ(GetFileAttributesA(folder.c_str()), FILE_ATTRIBUTE_DIRECTORY);
-    Put(folder + "/f", "");
-    EXPECT_EQ(GetFileAttributesA((folder + "/f").c_str()), FILE_ATTRIBUTE_ARCHIVE);
-    EXPECT_TRUE(FailsWith{ERROR_DIR_NOT_EMPTY}(RemoveDirectoryA(folder.c_str())));
-    EXPECT_TRUE(FailsWith{ERROR_DIRECTORY}(RemoveDirectoryA((folder + "/f").c_str())));
-    ASSERT_TRUE(DeleteFileA((folder + "/f").c_str()));
-    EXPECT_TRUE(RemoveDirectoryA(folder.c_str()));
-
     char full[MAX_PATH];
     char* last = nullptr;
     EXPECT_EQ(GetFullPathNameA("/a//b/./c/../d", MAX_PATH, full, &last), 6u);
     EXPECT_STREQ(full, "/a/b/d");
     EXPECT_STREQ(last, "d");
-    EXPECT_EQ(GetFullPathNameA("/../..", MAX_PATH, full, &last), 1u);
-    EXPECT_EQ(last, nullptr);
-    const std::string link = folder + "/link";
-    ASSERT_TRUE(CreateDirectoryA(folder.c_str(), nullptr));
+    const std::string link = space.Name("link");
     std::filesystem::create_symlink("/usr/lib", link);
     for (const std::string& name : {link + "/../x", link + "/.././../x"}) {
         ASSERT_GT(GetFullPathNameA(name.c_str(), MAX_PATH, full, nullptr), 0u);
         EXPECT_EQ(std::filesystem::weakly_canonical(full), std::filesystem::weakly_canonical(name));
-        EXPECT_EQ(std::string(full).find("/./"), std::string::npos) << full;
     }
-    std::filesystem::remove_all(folder);
     EXPECT_EQ(GetFullPathNameA("/abc", 4, full, nullptr), 5u) << "room needed, with the zero";
     EXPECT_EQ(GetFullPathNameA("x", MAX_PATH, full, nullptr),
               std::filesystem::current_path().string().size() + 2);
@@ -264,13 +177,11 @@ TEST(FileNames, FoldersAndFullNames) {
 
 namespace {
 
-bool Fill(const std::string& name, size_t bytes) {
+bool Fill(std::string name, size_t bytes) {
     const std::string block(bytes, 'x');
-    const HANDLE file = Open(name, GENERIC_WRITE, CREATE_ALWAYS);
-    DWORD done = 0;
-    const bool written =
-        WriteFile(file, block.data(), static_cast<DWORD>(bytes), &done, nullptr) && done == bytes;
-    return CloseHandle(file) && written;
+    const HMMIO file = mmioOpenA(name.data(), nullptr, MMIO_CREATE | MMIO_WRITE);
+    const LONG written = mmioWrite(file, block.data(), static_cast<LONG>(bytes));
+    return mmioClose(file, 0) == 0 && written == static_cast<LONG>(bytes);
 }
 
 // Runs in a child: on a small volume of its own one file replaces another that leaves no room for a third.
@@ -284,10 +195,6 @@ int ReplaceOnAFullVolume(const std::string& folder) {
     for (int i = 0; i < 2; ++i) {
         if (!Fill(old_file, 60 * kMebibyte) || !Fill(new_file, 5 * kMebibyte)) return 3;
         if (!ReplaceFileA(old_file.c_str(), new_file.c_str(), nullptr, 0, nullptr, nullptr)) return 4;
-        ULARGE_INTEGER available;
-        if (i % 2 && (!GetDiskFreeSpaceExA(folder.c_str(), &available, nullptr, nullptr) ||
-                      available.QuadPart < 74 * kMebibyte))
-            return 5;
         if (!Fill(third, 72 * kMebibyte)) return 6;
         if (!DeleteFileA(third.c_str())) return 7;
     }
@@ -325,9 +232,4 @@ TEST(TempFiles, NamesAreNewAndMade) {
     EXPECT_EQ(GetTempFileNameA(space.folder().c_str(), "VMX", 0x1ABCD, other), 0x1ABCDu);
     EXPECT_EQ(other, space.Name("VMXABCD.TMP"));
     EXPECT_EQ(space.Files(), 4u) << "a number of the caller's makes no file";
-    EXPECT_TRUE(FailsWith{ERROR_DIRECTORY}(GetTempFileNameA(space.Name("none").c_str(), "VMX", 0, other)));
-    EXPECT_TRUE(FailsWith{ERROR_DIRECTORY}(GetTempFileNameA(name, "VMX", 0, other)));
-    EXPECT_TRUE(FailsWith{ERROR_FILENAME_EXCED_RANGE}(
-        GetTempFileNameA(std::string(247, 'x').c_str(), "VMX", 0, other)));
-    EXPECT_TRUE(FailsWith{ERROR_INVALID_PARAMETER}(GetTempFileNameA("", "VMX", 0, other)));
 }

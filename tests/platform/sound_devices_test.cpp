@@ -1,30 +1,14 @@
 // Which wave devices there are, what they are called, which formats they take, and what the mapper makes of
 // them.
-#include <mmddk.h>
-
-#include "platform/testing/faults.h"
+#include "platform/codec_stream.h"
 #include "platform/wave_player.h"
+
+#include <platform_codecs.h>
 
 namespace tolvane::test {
 namespace {
 
 using SoundDevices = OnVirtualCard;
-
-std::string NameOf(UINT device) {
-    WAVEOUTCAPSA caps = {};
-    EXPECT_EQ(waveOutGetDevCapsA(device, &caps, sizeof caps), MMSYSERR_NOERROR);
-    return caps.szPname;
-}
-
-MMRESULT Preferred(bool output, uintptr_t handle, DWORD& device) {
-    DWORD flags = 7;
-    const auto first = reinterpret_cast<DWORD_PTR>(&device), second = reinterpret_cast<DWORD_PTR>(&flags);
-    const MMRESULT result =
-        output ? waveOutMessage(reinterpret_cast<HWAVEOUT>(handle), DRVM_MAPPER_PREFERRED_GET, first, second)
-               : waveInMessage(reinterpret_cast<HWAVEIN>(handle), DRVM_MAPPER_PREFERRED_GET, first, second);
-    EXPECT_EQ(flags, result ? 7u : 0u);
-    return result;
-}
 
 static_assert(sizeof(WAVEOUTCAPSA) == 52 && sizeof(WAVEINCAPSA) == 48 && sizeof(WAVEFORMATEX) == 18 &&
               sizeof(MMTIME) == 12);
@@ -32,66 +16,14 @@ static_assert(sizeof(WAVEOUTCAPSA) == 52 && sizeof(WAVEINCAPSA) == 48 && sizeof(
 TEST_F(SoundDevices, TellsNamesAsFarAsTheyFit) {
     const char* const too_long =
         "a name of 31 bytes and then \xC3\xA9\xE2\x82\xAC!";  // the euro sign would be cut in two
-    const PlatformVirtualDevice outputs[] = {
-        {"  Speakers ", 1, 192000, 2, 3}, {"   ", 1, 192000, 2, 3}, {"", 1, 192000, 2, 3}};
-    ASSERT_TRUE(PlatformVirtualSetOutputs(outputs, 3));
     PlatformVirtualDevice input = {"", 8000, 22050, 1, 2};
     strcpy(input.name, too_long);
     ASSERT_TRUE(PlatformVirtualSetInputs(&input, 1));
-    EXPECT_EQ(waveOutGetNumDevs(), 3u);
-    EXPECT_EQ(waveInGetNumDevs(), 1u);
-    EXPECT_EQ(NameOf(0), "  Speakers ");
-    EXPECT_EQ(NameOf(1), "   ");
-    EXPECT_EQ(NameOf(2), "");
     WAVEINCAPSA caps;
     ASSERT_EQ(waveInGetDevCapsA(0, &caps, sizeof caps), MMSYSERR_NOERROR);
     EXPECT_EQ(std::string(caps.szPname), "a name of 31 bytes and then \xC3\xA9");
     EXPECT_EQ(caps.wChannels, 1);
     EXPECT_EQ(caps.dwFormats, DWORD{WAVE_FORMAT_1M16 | WAVE_FORMAT_2M16});
-    WAVEOUTCAPSA out = {};
-    EXPECT_EQ(waveOutGetDevCapsA(3, &out, sizeof out), UINT{MMSYSERR_BADDEVICEID});
-    EXPECT_EQ(waveInGetDevCapsA(1, &caps, sizeof caps), UINT{MMSYSERR_BADDEVICEID});
-    EXPECT_EQ(waveOutGetDevCapsA(0, nullptr, sizeof out), UINT{MMSYSERR_INVALPARAM});
-    ASSERT_EQ(waveOutGetDevCapsA(WAVE_MAPPER, &out, sizeof out), MMSYSERR_NOERROR);
-    EXPECT_EQ(out.dwFormats, 0xFFFu);
-    EXPECT_NE(std::string(out.szPname), NameOf(0));
-}
-
-TEST_F(SoundDevices, TheMapperTellsWhatIsPreferred) {
-    const PlatformVirtualDevice devices[3] = {
-        {"a", 1, 192000, 2, 3}, {"b", 1, 192000, 2, 3}, {"c", 1, 192000, 2, 3}};
-    ASSERT_TRUE(PlatformVirtualSetOutputs(devices, 3) && PlatformVirtualSetInputs(devices, 2));
-    ASSERT_TRUE(PlatformVirtualSetPreferred(2, 1));
-    DWORD device = 9;
-    for (const uintptr_t mapper : {uintptr_t{0xFFFFFFFF}, UINTPTR_MAX}) {
-        EXPECT_EQ(Preferred(true, mapper, device), MMSYSERR_NOERROR);
-        EXPECT_EQ(device, 2u);
-        EXPECT_EQ(Preferred(false, mapper, device), MMSYSERR_NOERROR);
-        EXPECT_EQ(device, 1u);
-    }
-    {
-        WavePlayer player;
-        ASSERT_EQ(player.Open(Pcm(8000, 1, 8)), MMSYSERR_NOERROR);
-        PlatformVirtualState state;
-        ASSERT_TRUE(PlatformVirtualGetState(2, &state));
-        EXPECT_EQ(state.open, 1u);
-        UINT id = 0;
-        EXPECT_EQ(waveOutGetID(player.handle, &id), MMSYSERR_NOERROR);
-        EXPECT_EQ(id, WAVE_MAPPER);
-        WaveRecorder recorder;
-        ASSERT_EQ(recorder.Open(Pcm(8000, 1, 8)), MMSYSERR_NOERROR);
-        ASSERT_TRUE(PlatformVirtualGetInputState(1, &state));
-        EXPECT_EQ(state.open, 1u);
-    }
-    PlatformVirtualSetPreferred(UINT32_MAX, UINT32_MAX);
-    device = 9;
-    EXPECT_EQ(Preferred(true, WAVE_MAPPER, device), UINT{MMSYSERR_NOTSUPPORTED});
-    EXPECT_EQ(Preferred(false, WAVE_MAPPER, device), UINT{MMSYSERR_NOTSUPPORTED});
-    EXPECT_EQ(device, 9u);
-    EXPECT_EQ(Preferred(true, 1, device), UINT{MMSYSERR_INVALHANDLE});
-    const auto mapper = reinterpret_cast<HWAVEOUT>(uintptr_t{WAVE_MAPPER});
-    EXPECT_EQ(waveOutMessage(mapper, DRVM_MAPPER_PREFERRED_GET, 0, 0), UINT{MMSYSERR_INVALPARAM});
-    EXPECT_EQ(waveOutMessage(mapper, 1, 0, 0), UINT{MMSYSERR_NOTSUPPORTED});
 }
 
 MMRESULT Query(const WAVEFORMATEX& format, UINT device = WAVE_MAPPER) {
@@ -108,66 +40,99 @@ TEST_F(SoundDevices, TakesTheFormatsOfItsRangeAndNoOther) {
     for (const auto query : {Query, QueryInput})
         for (const auto& format : {Pcm(8000, 1, 16), Pcm(48000, 2, 16)})
             EXPECT_EQ(query(format, WAVE_MAPPER), MMSYSERR_NOERROR);
-    std::vector<WAVEFORMATEX> refused = {Pcm(7999, 1, 16), Pcm(48001, 2, 16), Pcm(44100, 3, 16),
-                                         Pcm(44100, 2, 8), Pcm(44100, 0, 16), Pcm(44100, 2, 0),
-                                         Pcm(0, 2, 16),    Pcm(44100, 2, 12)};
-    WAVEFORMATEX format = Pcm(44100, 2, 16);
-    format.nBlockAlign = 3;
-    refused.push_back(format);
-    format = Pcm(44100, 2, 16);
-    format.wFormatTag = 85;
-    refused.push_back(format);
+    WAVEFORMATEX odd = Pcm(44100, 2, 16), packed = odd, slow = odd;
+    odd.nBlockAlign = 3;
+    packed.wFormatTag = 85;
+    slow.nAvgBytesPerSec = 1;  // a host that changes the rate leaves it as it was
     for (const auto query : {Query, QueryInput}) {
-        for (const UINT device : {WAVE_MAPPER, 0u})
-            for (size_t i = 0; i < refused.size(); i++)
-                EXPECT_EQ(query(refused[i], device), UINT{WAVERR_BADFORMAT}) << "format " << i;
-        format = Pcm(44100, 2, 16);
-        format.nAvgBytesPerSec = 1;  // a host that changes the rate leaves it as it was
-        EXPECT_EQ(query(format, WAVE_MAPPER), MMSYSERR_NOERROR);
-        EXPECT_EQ(query(format, 1), UINT{MMSYSERR_BADDEVICEID});
+        for (const auto& format : {Pcm(7999, 1, 16), Pcm(48001, 2, 16), Pcm(44100, 3, 16), Pcm(44100, 2, 8),
+                                   Pcm(44100, 0, 16), Pcm(0, 2, 16), odd, packed})
+            EXPECT_EQ(query(format, 0), UINT{WAVERR_BADFORMAT})
+                << format.nSamplesPerSec << " " << format.nChannels;
+        EXPECT_EQ(query(slow, WAVE_MAPPER), MMSYSERR_NOERROR);
+        EXPECT_EQ(query(slow, 1), UINT{MMSYSERR_BADDEVICEID});
     }
     PlatformVirtualState output, input;
     ASSERT_TRUE(PlatformVirtualGetState(0, &output) && PlatformVirtualGetInputState(0, &input));
     EXPECT_EQ(output.opens + input.opens, 0u) << "a question opens nothing";
 }
 
-TEST_F(SoundDevices, OpensOnceAndChecksItsArguments) {
-    const WAVEFORMATEX format = Pcm(44100, 2, 16);
-    HWAVEOUT handle = nullptr;
-    EXPECT_EQ(waveOutOpen(&handle, 0, nullptr, 0, 0, 0), UINT{MMSYSERR_INVALPARAM});
-    EXPECT_EQ(waveOutOpen(nullptr, 0, &format, 0, 0, 0), UINT{MMSYSERR_INVALPARAM});
-    EXPECT_EQ(waveOutOpen(&handle, 0, &format, 0, 0, CALLBACK_THREAD), UINT{MMSYSERR_INVALPARAM});
-    EXPECT_EQ(waveOutOpen(&handle, 0, &format, 0, 0, CALLBACK_WINDOW), UINT{MMSYSERR_INVALFLAG});
-    EXPECT_EQ(waveOutOpen(&handle, 0, &format, 0, 0, 0x80000000), UINT{MMSYSERR_INVALFLAG});
-    PlatformFailCall("waveOutOpen", 1, 0, 0);
-    EXPECT_EQ(waveOutOpen(&handle, 0, &format, 0, 0, 0), UINT{MMSYSERR_NOMEM});
-    PlatformFailNone();
-    EXPECT_EQ(handle, nullptr);
-    ASSERT_EQ(waveOutOpen(&handle, 0, &format, 0, 0, CALLBACK_NULL | WAVE_ALLOWSYNC), MMSYSERR_NOERROR);
-    HWAVEOUT second = nullptr;
-    EXPECT_EQ(waveOutOpen(&second, 0, &format, 0, 0, 0), UINT{MMSYSERR_ALLOCATED});
-    EXPECT_EQ(waveOutClose(handle), MMSYSERR_NOERROR);
-    ASSERT_EQ(waveOutOpen(&second, 0, &format, 0, 0, 0), MMSYSERR_NOERROR);
-    EXPECT_EQ(waveOutClose(second), MMSYSERR_NOERROR);
+// ---- Compressed sound, through the mapper ----
 
-    HWAVEIN input = nullptr;
-    EXPECT_EQ(waveInOpen(&input, 0, nullptr, 0, 0, 0), UINT{MMSYSERR_INVALPARAM});
-    EXPECT_EQ(waveInOpen(nullptr, 0, &format, 0, 0, 0), UINT{MMSYSERR_INVALPARAM});
-    EXPECT_EQ(waveInOpen(&input, 0, &format, 0, 0, CALLBACK_FUNCTION), UINT{MMSYSERR_INVALFLAG});
-    ASSERT_EQ(waveInOpen(&input, 0, &format, 0, 0, CALLBACK_NULL), MMSYSERR_NOERROR);
-    EXPECT_EQ(waveInClose(input), MMSYSERR_NOERROR);
+struct Sounding {
+    WORD tag, channels;
+    DWORD rate;
+    AnyFormat format, pcm;
+    Bytes packed, decoded;
+};
+
+Sounding Make(WORD tag, WORD channels, DWORD rate) {
+    const AnyFormat pcm = ::Pcm(channels, rate, 16), format = Compressed(tag, pcm);
+    AcmStream there(pcm, format), back(format, pcm);
+    const Bytes packed = ConvertAll(there, Sound(channels, rate, 16, 20'000));
+    return {tag, channels, rate, format, pcm, packed, ConvertAll(back, packed)};
 }
 
-TEST_F(SoundDevices, EveryResultHasASentence) {
-    char text[MAXERRORLENGTH], shortened[6];
-    for (const MMRESULT error : {0u, 1u, 2u, 3u, 4u, 5u, 6u, 7u, 8u, 9u, 10u, 11u, 12u, 32u, 33u, 34u, 35u}) {
-        ASSERT_EQ(waveOutGetErrorTextA(error, text, sizeof text), MMSYSERR_NOERROR) << error;
-        EXPECT_GT(strlen(text), 10u);
+std::vector<Sounding> Soundings() {
+    return {Make(WAVE_FORMAT_MULAW, 1, 8'000), Make(WAVE_FORMAT_IMA_ADPCM, 2, 22'050),
+            Make(WAVE_FORMAT_MPEGLAYER3, 2, 44'100)};
+}
+
+std::deque<WAVEHDR*> WriteAll(WavePlayer& player, const Bytes& packed, size_t piece) {
+    std::deque<WAVEHDR*> headers;
+    for (size_t at = 0; at < packed.size(); at += piece) {
+        const auto from = packed.begin() + static_cast<std::ptrdiff_t>(at);
+        headers.push_back(
+            player.Written({from, from + static_cast<std::ptrdiff_t>(std::min(piece, packed.size() - at))}));
     }
-    EXPECT_EQ(waveOutGetErrorTextA(0, shortened, sizeof shortened), MMSYSERR_NOERROR);
-    EXPECT_EQ(std::string(shortened), "There");
-    EXPECT_EQ(waveOutGetErrorTextA(31, text, sizeof text), UINT{MMSYSERR_BADERRNUM});
-    EXPECT_EQ(waveOutGetErrorTextA(0, nullptr, 5), UINT{MMSYSERR_INVALPARAM});
+    return headers;
+}
+
+TEST_F(SoundDevices, PlaysWhatTheCodecDecodesAndCountsTheHostsBytes) {
+    for (Sounding& s : Soundings()) {
+        SCOPED_TRACE(s.tag);
+        PlatformVirtualClearPlayed(0);
+        WavePlayer player;
+        ASSERT_EQ(player.Open(*s.format.get()), 0u);
+        const size_t piece = 777 + s.format->nBlockAlign;
+        auto headers = WriteAll(player, s.packed, piece);
+        player.Messages();
+        const DWORD frames = static_cast<DWORD>(s.decoded.size() / s.pcm->nBlockAlign);
+        for (DWORD done = 0, at = 0; PlatformVirtualAdvance(0, 500); at = player.Position()) {
+            EXPECT_GE(player.Position(), at);
+            for (const Told& told : player.Messages()) {
+                ASSERT_EQ(told, (Told{MM_WOM_DONE, headers.front()}));
+                done += headers.front()->dwBufferLength;
+                headers.pop_front();
+            }
+            EXPECT_GE(player.Position(), done) << "a header is done when its sound was heard";
+            EXPECT_LE(player.Position(), done + piece);
+            const double share = static_cast<double>(player.Position(TIME_SAMPLES)) / frames;
+            EXPECT_NEAR(player.Position(), share * static_cast<double>(s.packed.size()),
+                        2.0 * static_cast<double>(piece));
+        }
+        EXPECT_TRUE(headers.empty());
+        EXPECT_TRUE(Played() == s.decoded) << Played().size() << " and " << s.decoded.size();
+        EXPECT_EQ(player.Position(), s.packed.size());
+        EXPECT_EQ(player.Position(TIME_SAMPLES), frames);
+        EXPECT_EQ(player.Position(TIME_MS), frames * uint64_t{1'000} / s.rate);
+    }
+}
+
+TEST_F(SoundDevices, DecodeForTheMapperAloneAndForWhatTheDeviceCanPlay) {
+    Sounding s = Make(WAVE_FORMAT_IMA_ADPCM, 2, 22'050);
+    const auto query = [&](UINT device, DWORD flags) {
+        return waveOutOpen(nullptr, device, s.format.get(), 0, 0, WAVE_FORMAT_QUERY | flags);
+    };
+    EXPECT_EQ(query(WAVE_MAPPER, 0), 0u);
+    EXPECT_EQ(query(WAVE_MAPPER, WAVE_FORMAT_DIRECT), UINT{WAVERR_BADFORMAT});
+    EXPECT_EQ(query(0, 0), UINT{WAVERR_BADFORMAT});
+    const PlatformVirtualDevice narrow = {"narrow", 8'000, 11'025, 2, 2};
+    ASSERT_TRUE(PlatformVirtualSetOutputs(&narrow, 1));
+    EXPECT_EQ(query(WAVE_MAPPER, 0), UINT{WAVERR_BADFORMAT});
+    PlatformShowBuiltInCodecs(0);
+    EXPECT_EQ(query(WAVE_MAPPER, 0), UINT{WAVERR_BADFORMAT});
+    PlatformShowBuiltInCodecs(1);
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <spawn.h>
 #include <string>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -13,36 +12,20 @@
 #include <mmddk.h>
 
 #include "platform/wave_player.h"
+#include "platform/workspace.h"
 
 namespace tolvane::test {
 namespace {
 
 namespace fs = std::filesystem;
 
-pid_t Spawn(std::vector<std::string> command) {
-    std::vector<char*> words;
-    for (std::string& word : command)
-        words.push_back(word.data());
-    words.push_back(nullptr);
-    pid_t pid = -1;
-    return posix_spawnp(&pid, words[0], nullptr, nullptr, words.data(), environ) == 0 ? pid : -1;
+// In the shell's own place: a sound server lives as long as the program that started it.
+int Execute(const std::string& command) {
+    return std::system(("exec " + command).c_str());
 }
 
-int Execute(std::vector<std::string> command) {
-    const pid_t pid = Spawn(std::move(command));
-    int status = -1;
-    if (pid > 0) waitpid(pid, &status, 0);
-    return status;
-}
-
-template <typename Condition>
-bool Eventually(Condition condition, milliseconds patience = milliseconds(5000)) {
-    for (const auto until = steady_clock::now() + patience; !condition();) {
-        if (steady_clock::now() > until) return false;
-        std::this_thread::sleep_for(milliseconds(2));
-    }
-    return true;
-}
+using tolvane::testing::Contents;
+using tolvane::testing::Eventually;
 
 // Tests set out from a machine that has a sound server (PULSE_SERVER says so), and each starts one of its
 // own, so that it may listen, load sinks and end it.
@@ -66,10 +49,10 @@ class SoundServer : public ::testing::Test {
     }
 
     void Start() {
-        ASSERT_EQ(Execute({Tool(), "start", folder_}), 0);
+        ASSERT_EQ(Execute(Tool() + " start " + folder_.string()), 0);
         ASSERT_EQ(PlatformCardInUse(), PLATFORM_CARD_SERVER);
     }
-    void Stop() { EXPECT_EQ(Execute({Tool(), "stop", folder_}), 0); }
+    void Stop() { EXPECT_EQ(Execute(Tool() + " stop " + folder_.string()), 0); }
     static std::string Tool() { return fs::path(__FILE__).parent_path() / "../../tools/sound-server"; }
 
     fs::path folder_;
@@ -86,10 +69,14 @@ Bytes WithoutSilenceAround(const Bytes& all, uint8_t silence) {
 // Hears what a sink plays from its making on, silence at both ends left out.
 class Listener {
   public:
-    explicit Listener(const fs::path& file, const std::string& rate = "44100") : file_(file) {
+    explicit Listener(const fs::path& file) : file_(file) {
         fs::remove(file_);
-        pid_ = Spawn({"parec", "-d", "speakers.monitor", "--raw", "--format=s16le", "--rate=" + rate,
-                      "--channels=2", "--latency-msec=20", file_});
+        const std::string words =
+            "parec -d speakers.monitor --raw --format=s16le --rate=44100 --channels=2 "
+            "--latency-msec=20 " +
+            file_.string();
+        pid_ = fork();
+        if (pid_ == 0) _exit(execl("/bin/sh", "sh", "-c", ("exec " + words).c_str(), nullptr));
         EXPECT_TRUE(Eventually([&] { return fs::exists(file_) && fs::file_size(file_) > 0; }));
     }
     ~Listener() { Stop(); }
@@ -99,9 +86,8 @@ class Listener {
     Bytes Heard() {
         std::this_thread::sleep_for(milliseconds(250));
         Stop();
-        std::ifstream file(file_, std::ios::binary);
-        const Bytes all(std::istreambuf_iterator<char>(file), {});
-        return WithoutSilenceAround(all, 0);
+        const std::string all = Contents(file_);
+        return WithoutSilenceAround(Bytes(all.begin(), all.end()), 0);
     }
 
   private:
@@ -138,16 +124,10 @@ void PlayRing(WavePlayer& player, uint32_t ring, uint32_t total, size_t bytes, A
         if (written < total) {
             const Bytes sound = Noise(bytes, written++);
             std::memcpy(header->lpData, sound.data(), bytes);
-            ASSERT_EQ(player.Write(header), MMSYSERR_NOERROR);
+            ASSERT_EQ(player.Queue(header), MMSYSERR_NOERROR);
         }
         at_done(done);
     }
-}
-
-std::string NameOf(UINT device) {
-    WAVEOUTCAPSA caps = {};
-    EXPECT_EQ(waveOutGetDevCapsA(device, &caps, sizeof caps), MMSYSERR_NOERROR);
-    return caps.szPname;
 }
 
 DWORD Preferred(bool output) {
@@ -163,20 +143,11 @@ TEST_F(SoundServer, ListsTheDevicesThereAreNow) {
     EXPECT_EQ(waveOutGetNumDevs(), 2u);
     EXPECT_EQ(waveInGetNumDevs(), 2u) << "monitors are no inputs";
     EXPECT_EQ(Preferred(true), 0u);
-    ASSERT_EQ(Execute({"pactl", "set-default-sink", "second"}), 0);
-    ASSERT_EQ(Execute({"pactl", "set-default-source", "linein"}), 0);
+    ASSERT_EQ(Execute("pactl set-default-sink second"), 0);
+    ASSERT_EQ(Execute("pactl set-default-source linein"), 0);
     EXPECT_EQ(Preferred(true), 1u);
     EXPECT_EQ(Preferred(false), 1u);
-    ASSERT_EQ(
-        Execute({"pactl", "load-module", "module-null-sink", "sink_name=third",
-                 "sink_properties=device.description=\"Thirty_bytes_and_one_accent:_\xC3\xA9\xC3\xA9\""}),
-        0);
-    ASSERT_EQ(waveOutGetNumDevs(), 3u);
-    EXPECT_EQ(NameOf(2), "Thirty_bytes_and_one_accent:_\xC3\xA9");
-    WAVEINCAPSA caps;
-    EXPECT_EQ(waveInGetDevCapsA(1, &caps, sizeof caps), MMSYSERR_NOERROR);
-    EXPECT_EQ(waveInGetDevCapsA(2, &caps, sizeof caps), UINT{MMSYSERR_BADDEVICEID});
-    ASSERT_EQ(Execute({"pactl", "unload-module", "module-null-sink"}), 0);
+    ASSERT_EQ(Execute("pactl unload-module module-null-sink"), 0);
     EXPECT_EQ(waveOutGetNumDevs(), 0u);
     WavePlayer player;
     EXPECT_EQ(player.Open(Pcm(44100, 2, 16)), UINT{MMSYSERR_BADDEVICEID});
@@ -214,8 +185,6 @@ TEST_F(SoundServer, TellsWhereItIs) {
     std::sort(late.begin(), late.end());
     // A busy machine lets a thread wait now and then, but not most of the time.
     const double usually = late[late.size() / 2] - late.front();
-    std::printf("position %.1f to %.1f ms of the wall clock, done usually within %.1f ms, at worst %.1f\n",
-                furthest_behind, furthest_ahead, usually, late.back() - late.front());
     constexpr double kBusy = 20;
     EXPECT_GT(furthest_behind, -5 - kBusy);
     EXPECT_LT(furthest_ahead, 5 + kBusy);
@@ -281,18 +250,17 @@ class Recording {
     }
     // What came since the start, the partly filled buffer included.
     Bytes Stop() {
-        EXPECT_EQ(waveInStop(recorder_.handle), MMSYSERR_NOERROR);
+        EXPECT_EQ(recorder_.Reset(), MMSYSERR_NOERROR);
         while (WAVEHDR* const header = recorder_.NextDone(milliseconds(0)))
             Took(header);
         return std::exchange(recorded_, {});
     }
-    WaveRecorder& Recorder() { return recorder_; }
 
   private:
     void Took(WAVEHDR* header) {
         recorded_ = std::move(recorded_) + WaveRecorder::In(header);
         header->dwFlags = WHDR_PREPARED;
-        EXPECT_EQ(recorder_.Add(header), MMSYSERR_NOERROR);
+        EXPECT_EQ(recorder_.Queue(header), MMSYSERR_NOERROR);
     }
 
     WaveRecorder recorder_;
@@ -330,7 +298,7 @@ TEST_F(SoundServer, AnEndTakesWhatWasHeardUntilThen) {
     recording.RunFor(milliseconds(200));
     auto from = sound.begin();
     constexpr int kRounds = 7;
-    double longer = 0, off = 0;
+    double longer = 0;
     for (int round = 0; round < kRounds; round++) {
         std::this_thread::sleep_for(milliseconds(19 * round % 50));
         const auto start = steady_clock::now();
@@ -340,32 +308,12 @@ TEST_F(SoundServer, AnEndTakesWhatWasHeardUntilThen) {
         const Bytes recorded = recording.Stop();
         EXPECT_LT(Milliseconds(steady_clock::now() - start) - ran, 200)
             << "some 50 ms where nothing else runs";
-        const double by = double(recorded.size()) / 192 - ran;
-        longer += by / kRounds;
-        off = std::max(off, std::abs(by));
+        longer += (double(recorded.size()) / 192 - ran) / kRounds;
         from = std::search(from, sound.end(), recorded.begin(), recorded.end());
         ASSERT_NE(from, sound.end()) << "something is lost, or recorded twice";
         from += static_cast<ptrdiff_t>(recorded.size());
     }
-    std::printf("recorded longer than it ran by %.1f ms on average, at worst off by %.1f\n", longer, off);
     EXPECT_LT(std::abs(longer), 5);
-}
-
-TEST_F(SoundServer, RecordsOtherFormatsInTheirTime) {
-    for (const WAVEFORMATEX& format : {Pcm(8000, 1, 8), Pcm(22050, 1, 16), Pcm(96000, 2, 16)}) {
-        WaveRecorder recorder;
-        ASSERT_EQ(recorder.Open(format, kMic), MMSYSERR_NOERROR);
-        WAVEHDR* const header =
-            recorder.Added(format.nAvgBytesPerSec * 6 / 16 / format.nBlockAlign * format.nBlockAlign);
-        const auto from = steady_clock::now();
-        recorder.Start();
-        ASSERT_EQ(recorder.NextDone(), header);
-        const double took = Milliseconds(steady_clock::now() - from);
-        EXPECT_EQ(header->dwBytesRecorded, header->dwBufferLength);
-        EXPECT_GT(took, 370);
-        EXPECT_LT(took, 375 + 150) << "some 60 ms where nothing else runs";
-        EXPECT_EQ(recorder.Position(), header->dwBytesRecorded);
-    }
 }
 
 // How often the thread that speaks with the server has gone to sleep, so far; -1 when there is none.
@@ -402,29 +350,19 @@ TEST_F(SoundServer, WakesForNothingWhileItHasNothingToDo) {
     EXPECT_LE(WakesOfTheServersThread() - before, 30) << "10 pieces came";
 }
 
-// A device that has gone hands everything back, and can only be closed.
-void ExpectGone(WaveRecorder& recorder, const std::vector<WAVEHDR*>& headers) {
-    for (WAVEHDR* const header : headers)
-        ASSERT_EQ(recorder.NextDone(milliseconds(2000)), header);
-    for (const MMRESULT result : {recorder.Add(headers[0]), recorder.Start(), waveInStop(recorder.handle),
-                                  waveInReset(recorder.handle)})
-        EXPECT_EQ(result, UINT{MMSYSERR_NODRIVER});
-    EXPECT_EQ(waveInUnprepareHeader(recorder.handle, headers[0], sizeof(WAVEHDR)), MMSYSERR_NOERROR);
-    EXPECT_EQ(waveInClose(recorder.handle), MMSYSERR_NOERROR);
-    recorder.handle = nullptr;
-}
-
 TEST_F(SoundServer, AVanishedSourceGivesWayToAnotherUntilNoneIsLeft) {
     WaveRecorder recorder;
     ASSERT_EQ(recorder.Open(Pcm(48000, 2, 16), kMic), MMSYSERR_NOERROR);
     WAVEHDR* const headers[] = {recorder.Added(19200), recorder.Added(19200), recorder.Added(192000)};
     recorder.Start();
-    ASSERT_EQ(Execute({"pactl", "unload-module", "module-remap-source"}), 0);
+    ASSERT_EQ(Execute("pactl unload-module module-remap-source"), 0);
     EXPECT_EQ(recorder.NextDone(), headers[0]);
     EXPECT_EQ(recorder.NextDone(), headers[1]);
     for (const char* const module : {"module-null-source", "module-null-sink"})
-        ASSERT_EQ(Execute({"pactl", "unload-module", module}), 0);
-    ExpectGone(recorder, {headers[2]});
+        ASSERT_EQ(Execute(std::string("pactl unload-module ") + module), 0);
+    ASSERT_EQ(recorder.NextDone(), headers[2]);
+    EXPECT_EQ(recorder.Queue(headers[2]), UINT{MMSYSERR_NODRIVER});
+    EXPECT_EQ(recorder.Unprepare(headers[2]), MMSYSERR_NOERROR);
     EXPECT_LT(headers[2]->dwBytesRecorded, 192000u);
     EXPECT_EQ(waveInGetNumDevs(), 0u);
 }

@@ -42,6 +42,10 @@ inline Bytes operator+(Bytes left, const Bytes& right) {
     return left;
 }
 
+inline Bytes Part(const Bytes& bytes, size_t from, size_t to) {
+    return Bytes(bytes.begin() + static_cast<ptrdiff_t>(from), bytes.begin() + static_cast<ptrdiff_t>(to));
+}
+
 inline double Milliseconds(steady_clock::duration time) {
     return std::chrono::duration<double, std::milli>(time).count();
 }
@@ -52,51 +56,33 @@ struct Told {
     bool operator==(const Told&) const = default;
 };
 
-// The services of each direction, for what is the same in both.
-struct OutputServices {
-    using Handle = HWAVEOUT;
-    static constexpr UINT kFirst = MM_WOM_OPEN, kDone = MM_WOM_DONE;
-    static constexpr auto kOpen = waveOutOpen;
-    static constexpr auto kPrepare = waveOutPrepareHeader, kQueue = waveOutWrite;
-    static constexpr auto kGetPosition = waveOutGetPosition;
-    static constexpr auto kReset = waveOutReset, kClose = waveOutClose;
-};
-struct InputServices {
-    using Handle = HWAVEIN;
-    static constexpr UINT kFirst = MM_WIM_OPEN, kDone = MM_WIM_DATA;
-    static constexpr auto kOpen = waveInOpen;
-    static constexpr auto kPrepare = waveInPrepareHeader, kQueue = waveInAddBuffer;
-    static constexpr auto kGetPosition = waveInGetPosition;
-    static constexpr auto kReset = waveInReset, kClose = waveInClose;
-};
-
-// A device whose messages come to the thread that opened it; closed, whatever it does, at the end.
-template <typename Services>
+// A device whose messages come to the thread that opened it; closed, whatever it does, at the end. Of either
+// direction, with the services of that direction.
+template <typename HandleType, UINT opened, auto open, auto prepare, auto unprepare, auto queue, auto reset,
+          auto close>
 class WaveDevice {
   public:
-    using Handle = typename Services::Handle;
+    using Handle = HandleType;
+    static constexpr UINT kDone = opened + 2;
 
     WaveDevice() { PeekMessageA(&message_, nullptr, 0, 0, PM_NOREMOVE); }
     ~WaveDevice() {
         if (!handle) return;
-        Services::kReset(handle);
-        Services::kClose(handle);
+        reset(handle);
+        close(handle);
         Messages();
     }
     WaveDevice(const WaveDevice&) = delete;
     WaveDevice& operator=(const WaveDevice&) = delete;
 
     MMRESULT Open(const WAVEFORMATEX& format, UINT device = WAVE_MAPPER) {
-        return Services::kOpen(&handle, device, &format, GetCurrentThreadId(), 0, CALLBACK_THREAD);
+        return open(&handle, device, &format, GetCurrentThreadId(), 0, CALLBACK_THREAD);
     }
-    MMRESULT Queue(WAVEHDR* header) { return Services::kQueue(handle, header, sizeof *header); }
-    DWORD Position(UINT type = TIME_BYTES) {
-        MMTIME time = {};
-        time.wType = type;
-        EXPECT_EQ(Services::kGetPosition(handle, &time, sizeof time), MMSYSERR_NOERROR);
-        EXPECT_EQ(time.wType, type);
-        return time.u.cb;
-    }
+    MMRESULT Prepare(WAVEHDR* header, UINT size = sizeof(WAVEHDR)) { return prepare(handle, header, size); }
+    MMRESULT Unprepare(WAVEHDR* header) { return unprepare(handle, header, sizeof *header); }
+    MMRESULT Queue(WAVEHDR* header, UINT size = sizeof(WAVEHDR)) { return queue(handle, header, size); }
+    MMRESULT Reset() { return reset(handle); }
+    MMRESULT Close() { return close(handle); }
 
     // What came since the last call.
     std::vector<Told> Messages() {
@@ -118,7 +104,7 @@ class WaveDevice {
     // The header handed back next, other messages left out.
     WAVEHDR* NextDone(milliseconds patience = milliseconds(3000)) {
         auto told = Next(patience);
-        while (told && told->message != Services::kDone)
+        while (told && told->message != kDone)
             told = Next(patience);
         return told ? told->header : nullptr;
     }
@@ -132,14 +118,14 @@ class WaveDevice {
         headers_.push_back({});
         headers_.back().lpData = reinterpret_cast<char*>(sounds_.back().data());
         headers_.back().dwBufferLength = static_cast<DWORD>(sounds_.back().size());
-        EXPECT_EQ(Services::kPrepare(handle, &headers_.back(), sizeof(WAVEHDR)), MMSYSERR_NOERROR);
+        EXPECT_EQ(Prepare(&headers_.back()), MMSYSERR_NOERROR);
         return &headers_.back();
     }
 
   private:
     // Reads this device's next message, dropping those of a device that was open before.
     bool Peek() {
-        while (PeekMessageA(&message_, nullptr, Services::kFirst, Services::kDone, PM_REMOVE))
+        while (PeekMessageA(&message_, nullptr, opened, kDone, PM_REMOVE))
             if (reinterpret_cast<Handle>(message_.wParam) == handle) return true;
         return false;
     }
@@ -149,27 +135,34 @@ class WaveDevice {
     MSG message_;
 };
 
-class WavePlayer : public WaveDevice<OutputServices> {
+class WavePlayer : public WaveDevice<HWAVEOUT, MM_WOM_OPEN, waveOutOpen, waveOutPrepareHeader,
+                                     waveOutUnprepareHeader, waveOutWrite, waveOutReset, waveOutClose> {
   public:
+    DWORD Position(UINT type = TIME_BYTES) {
+        MMTIME time = {};
+        time.wType = type;
+        EXPECT_EQ(waveOutGetPosition(handle, &time, sizeof time), MMSYSERR_NOERROR);
+        EXPECT_EQ(time.wType, type);
+        return time.u.cb;
+    }
     WAVEHDR* Prepared(Bytes bytes) { return PreparedOver(std::move(bytes)); }
-    MMRESULT Write(WAVEHDR* header) { return Queue(header); }
     WAVEHDR* Written(Bytes bytes) {
         WAVEHDR* const header = Prepared(std::move(bytes));
-        EXPECT_EQ(Write(header), MMSYSERR_NOERROR);
+        EXPECT_EQ(Queue(header), MMSYSERR_NOERROR);
         return header;
     }
 };
 
 // A buffer is made full of bytes that no test records.
-class WaveRecorder : public WaveDevice<InputServices> {
+class WaveRecorder : public WaveDevice<HWAVEIN, MM_WIM_OPEN, waveInOpen, waveInPrepareHeader,
+                                       waveInUnprepareHeader, waveInAddBuffer, waveInReset, waveInClose> {
   public:
     static constexpr uint8_t kUntouched = 0xEE;
 
     WAVEHDR* Prepared(size_t bytes) { return PreparedOver(Bytes(bytes, kUntouched)); }
-    MMRESULT Add(WAVEHDR* header) { return Queue(header); }
     WAVEHDR* Added(size_t bytes) {
         WAVEHDR* const header = Prepared(bytes);
-        EXPECT_EQ(Add(header), MMSYSERR_NOERROR);
+        EXPECT_EQ(Queue(header), MMSYSERR_NOERROR);
         return header;
     }
     MMRESULT Start() { return waveInStart(handle); }

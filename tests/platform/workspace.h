@@ -1,4 +1,4 @@
-// What the layer's tests share: a folder of their own, whole files as bytes, and what a process holds.
+// What the layer's tests share: a folder of their own, whole files as bytes, and waiting for something.
 #ifndef TOLVANE_TESTS_PLATFORM_WORKSPACE_H
 #define TOLVANE_TESTS_PLATFORM_WORKSPACE_H
 
@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <malloc.h>
 #include <string>
 #include <thread>
 
@@ -46,14 +45,6 @@ inline size_t Entries(const char* folder) {
         ++count;
     return count;
 }
-
-// Threads, descriptors and heap bytes in use. Under a sanitizer the heap is not seen (0); its leak check sees
-// it.
-struct Holdings {
-    size_t threads = Entries("/proc/self/task");
-    size_t descriptors = Entries("/proc/self/fd");
-    size_t heap = mallinfo2().uordblks;
-};
 
 // Polls until it holds, for at most five seconds.
 template <typename Condition>
