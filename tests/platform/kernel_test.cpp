@@ -161,8 +161,13 @@ TEST(Mutexes, OwnedRecursiveAndAbandoned) {
     EXPECT_EQ(Join(Start(thief)), 1u) << "taken twice, given back once";
     EXPECT_TRUE(ReleaseMutex(mutex));
     EXPECT_FALSE(ReleaseMutex(mutex));
-    auto forgets = [&] { return WaitForSingleObject(mutex, 5000); };
-    EXPECT_EQ(Join(Start(forgets)), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(mutex, 0), WAIT_OBJECT_0);
+    auto forgets = [&] { return WaitForSingleObject(mutex, INFINITE); };
+    const HANDLE waiting = Start(forgets);
+    EXPECT_EQ(WaitForSingleObject(waiting, 20), WAIT_TIMEOUT);
+    EXPECT_TRUE(ReleaseMutex(mutex));
+    ASSERT_EQ(WaitForSingleObject(waiting, 5000), WAIT_OBJECT_0) << "it is woken";
+    EXPECT_EQ(Join(waiting), WAIT_OBJECT_0);
     EXPECT_EQ(WaitForSingleObject(mutex, 0), WAIT_ABANDONED);
     EXPECT_TRUE(ReleaseMutex(mutex));
     EXPECT_EQ(WaitForSingleObject(mutex, 0), WAIT_OBJECT_0) << "said once";
