@@ -228,7 +228,7 @@ void RandomEdits::Step() {
 #ifdef _WIN32
 constexpr int kStepsByDefault = 2000;
 #else
-constexpr int kStepsByDefault = 40000;
+constexpr int kStepsByDefault = 100000;
 #endif
 
 // How many: TOLVANE_EDITS.
