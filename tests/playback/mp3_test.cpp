@@ -256,10 +256,10 @@ TEST_F(Mp3Sounds, AreSetsToo) {
     ASSERT_EQ(play(2, 0), TOLVANE_OK);
     const auto size = ReadAll(entries[0].path).size();
     const auto seconds = static_cast<uint32_t>((size * 8 + 127'999) / 128'000);
-    EXPECT_EQ(entries[0].milliseconds, seconds * 1000);
-    EXPECT_EQ(entries[0].bytes, seconds * 176400);
-    EXPECT_EQ(entries[0].bytesPerFileByte, seconds * 176400 / size);
-    EXPECT_EQ(entries[0].bitRate, 128u);
+    EXPECT_EQ(+entries[0].milliseconds, seconds * 1000);
+    EXPECT_EQ(+entries[0].bytes, seconds * 176400);
+    EXPECT_EQ(+entries[0].bytesPerFileByte, seconds * 176400 / size);
+    EXPECT_EQ(+entries[0].bitRate, 128u);
     PlaybackSetInfo info;
     Advance(44100);
     AudioGetPlaybackSetInfo(&info, TOLVANE_MILLISECONDS);

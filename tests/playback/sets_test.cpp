@@ -58,19 +58,19 @@ TEST_F(Sets, PlayTheFileOfAPositionToItsEnd) {
                                        info.sampleRate, info.channels, info.bitsPerSample, info.formatTag}),
                 testing::ElementsAre(3000, 132300, 529200, 44100, 2, 16, 1));
     Advance(4410);
-    EXPECT_EQ(Info().position, 1600u);
-    EXPECT_EQ(Info(7).position, 1600u) << "every other unit is milliseconds";
-    EXPECT_EQ(Info(TOLVANE_SAMPLES).position, 44100u * 3 / 2 + 4410);
-    EXPECT_EQ(Info(TOLVANE_BYTES).position, (44100u * 3 / 2 + 4410) * 4);
+    EXPECT_EQ(+Info().position, 1600u);
+    EXPECT_EQ(+Info(7).position, 1600u) << "every other unit is milliseconds";
+    EXPECT_EQ(+Info(TOLVANE_SAMPLES).position, 44100u * 3 / 2 + 4410);
+    EXPECT_EQ(+Info(TOLVANE_BYTES).position, (44100u * 3 / 2 + 4410) * 4);
     EXPECT_EQ(AudioEditCanPaste(), 0u);
     EXPECT_EQ(AudioClear(entries_[1].path, 0, 9, 1, nullptr, 1, nullptr), TOLVANE_FILE_IS_PLAYING);
     PlayOut();
     EXPECT_TRUE(HeardBytes(Tail(1, 22050 * 4)));
-    EXPECT_EQ(Info().totalMilliseconds, 3000u) << "the set outlives its playback";
+    EXPECT_EQ(+Info().totalMilliseconds, 3000u) << "the set outlives its playback";
     EXPECT_STREQ(Info().path, entries_[1].path);
     AudioPause();  // that there was a playback is forgotten
-    EXPECT_EQ(Info().sampleRate, 0u);
-    EXPECT_EQ(Info().totalMilliseconds, 3000u);
+    EXPECT_EQ(+Info().sampleRate, 0u);
+    EXPECT_EQ(+Info().totalMilliseconds, 3000u);
     AudioStop();
     info = Info();
     EXPECT_EQ(info.position + info.totalMilliseconds + info.totalSamples + info.totalBytes + info.sampleRate,
@@ -103,11 +103,11 @@ TEST_F(Sets, MoveToAnyPlace) {
     AudioPause();
     AudioMoveIntoPlaybackSet(8, TOLVANE_BYTES);
     EXPECT_EQ(Advance(500), 0u) << "a paused playback stays paused";
-    EXPECT_EQ(Info(TOLVANE_BYTES).position, 8u);
+    EXPECT_EQ(+Info(TOLVANE_BYTES).position, 8u);
     AudioResume();
     Advance(30);
     AudioMoveTo(44000, TOLVANE_SAMPLES);
-    EXPECT_EQ(Info(TOLVANE_SAMPLES).position, 44000u);
+    EXPECT_EQ(+Info(TOLVANE_SAMPLES).position, 44000u);
     PlayOut();
     EXPECT_TRUE(HeardBytes(Part(sounds_[0], 0, 400) + Part(sounds_[2], 22050 * 4, 22100 * 4) +
                            Part(sounds_[0], 8, 128) + Tail(0, 44000 * 4)));
@@ -123,8 +123,8 @@ TEST_F(Sets, OpenTheDeviceAnewForAnotherFormat) {
     const uint32_t first = entries_[0].milliseconds;
     AudioMoveIntoPlaybackSet(first + 1000, TOLVANE_MILLISECONDS);
     EXPECT_EQ(State().rate, 8000u);
-    EXPECT_EQ(Info().sampleRate, 8000u);
-    EXPECT_EQ(Info().position, first + 1000);
+    EXPECT_EQ(+Info().sampleRate, 8000u);
+    EXPECT_EQ(+Info().position, first + 1000);
     Advance(10);
     AudioPause();
     AudioMoveIntoPlaybackSet(20000 + 9000 + 100, TOLVANE_SAMPLES);
@@ -156,13 +156,13 @@ TEST_F(Sets, RefuseWhatCannotBePlayed) {
     memset(entries_[1].path, 'x', sizeof entries_[1].path);
     EXPECT_EQ(Begin(0), TOLVANE_CANNOT_OPEN);
     entries_[1] = good;
-    EXPECT_EQ(Info().totalBytes, 0u);
+    EXPECT_EQ(+Info().totalBytes, 0u);
     AudioMoveIntoPlaybackSet(5, 0);
     AudioGetPlaybackSetInfo(nullptr, 0);
     EXPECT_EQ(State().opens, 0u);
     ASSERT_EQ(Begin(0), TOLVANE_OK);
     EXPECT_EQ(Begin(0), TOLVANE_ALREADY_PLAYING);
-    EXPECT_EQ(Info().totalBytes, 0u) << "after a failure there is no set";
+    EXPECT_EQ(+Info().totalBytes, 0u) << "after a failure there is no set";
 }
 
 TEST_F(Sets, AMoveThatCannotBeMadeEndsThePlayback) {
