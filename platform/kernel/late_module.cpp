@@ -26,25 +26,27 @@ bool FindOwnFolder(Path& folder) {
     return found;
 }
 
-void TellDebugger(const char* name, const char* why) {
+// Null, and the debugger is told why.
+AnyFunction* NotLoaded(const char* name, const char* why) {
     char text[512];
     std::snprintf(text, sizeof text, "Tolvane: the module %s cannot be loaded: %s", name,
                   why ? why : "no reason given");
     OutputDebugStringA(text);
+    return nullptr;
 }
 
 }  // namespace
 
 AnyFunction* LoadModule(const char* name) {
     Path folder, path;
-    if (!FindOwnFolder(folder)) return TellDebugger(name, dlerror()), nullptr;
+    if (!FindOwnFolder(folder)) return NotLoaded(name, dlerror());
     const int length = std::snprintf(path, sizeof path, "%s/tolvane-" TOLVANE_VERSION "/%s.so", folder, name);
     if (length < 0 || static_cast<size_t>(length) >= sizeof path)
-        return TellDebugger(name, "its path is too long"), nullptr;
+        return NotLoaded(name, "its path is too long");
     // Bound as it is used: most of what these libraries lean on is never called.
     void* const module = dlopen(path, RTLD_LAZY | RTLD_LOCAL);
     void* const offers = module ? dlsym(module, "TolvaneModuleOffers") : nullptr;
-    if (!offers) return TellDebugger(name, dlerror()), nullptr;
+    if (!offers) return NotLoaded(name, dlerror());
     return reinterpret_cast<AnyFunction* (*)()>(offers)();
 }
 
